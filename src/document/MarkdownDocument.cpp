@@ -1,0 +1,78 @@
+#include "MarkdownDocument.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+namespace {
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("MarkdownDocument", text);
+}
+
+void setError(QString *error, const QString &message)
+{
+    if (error)
+        *error = message;
+}
+
+} // namespace
+
+QStringList MarkdownDocument::contentTypes()
+{
+    return {QStringLiteral("text/markdown"), QStringLiteral("text/plain")};
+}
+
+std::optional<MarkdownDocument> MarkdownDocument::read(const QString &path, QString *error)
+{
+    const QFileInfo info(path);
+    const QString name = info.fileName();
+    if (!info.exists()) {
+        setError(error, tr("The file “%1” does not exist.").arg(name));
+        return std::nullopt;
+    }
+    if (info.isDir()) {
+        setError(error, tr("“%1” is a folder, not a Markdown file.").arg(name));
+        return std::nullopt;
+    }
+    if (!info.isFile()) {
+        setError(error, tr("“%1” is not a regular file and cannot be opened.").arg(name));
+        return std::nullopt;
+    }
+
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        setError(error, tr("The file “%1” could not be read: %2").arg(name, file.errorString()));
+        return std::nullopt;
+    }
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        setError(error, tr("The file “%1” could not be read: %2").arg(name, file.errorString()));
+        return std::nullopt;
+    }
+    auto decoded = TextEncoding::decode(bytes);
+    return MarkdownDocument{std::move(decoded.text), decoded.encoding};
+}
+
+bool MarkdownDocument::write(const QString &path, QString *error) const
+{
+    const QFileInfo info(path);
+    const QString target = info.isSymLink() ? info.symLinkTarget() : path;
+
+    QSaveFile file(target);
+    const QByteArray bytes = data();
+    bool written = file.open(QIODevice::WriteOnly);
+    // The replacement is a new file: give it the permissions of the one it replaces.
+    if (written && QFileInfo::exists(target))
+        written = file.setPermissions(QFile::permissions(target));
+    written = written && file.write(bytes) == bytes.size() && file.commit();
+    if (!written) {
+        setError(
+            error,
+            tr("The file “%1” could not be saved: %2").arg(info.fileName(), file.errorString()));
+        return false;
+    }
+    return true;
+}

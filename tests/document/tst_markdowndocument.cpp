@@ -1,0 +1,157 @@
+#include "document/MarkdownDocument.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+
+class TestMarkdownDocument : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void readsWhatItWrites_data();
+    void readsWhatItWrites();
+    void newDocumentIsEmptyUtf8();
+    void refusesWhatIsNotARegularFile_data();
+    void refusesWhatIsNotARegularFile();
+    void saveReplacesTheFileKeepingItsPermissions();
+    void saveWritesThroughASymbolicLink();
+    void failedSaveSaysWhy();
+
+private:
+    QString path(const QString &name) const { return m_dir->filePath(name); }
+    static void put(const QString &path, const QByteArray &bytes)
+    {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    static QByteArray contents(const QString &path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+};
+
+void TestMarkdownDocument::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+}
+
+void TestMarkdownDocument::readsWhatItWrites_data()
+{
+    QTest::addColumn<QByteArray>("original");
+    QTest::addColumn<QString>("appended");
+    QTest::addColumn<QByteArray>("saved");
+
+    QTest::newRow("empty file") << QByteArray() << u"x"_s << "x"_ba;
+    QTest::newRow("utf-8 mark kept")
+        << "\xEF\xBB\xBF# A\r\n"_ba << u"é"_s << "\xEF\xBB\xBF# A\r\n\xC3\xA9"_ba;
+    QTest::newRow("utf-16be mark kept")
+        << "\xFE\xFF\0a"_ba << u"b"_s << QByteArray("\xFE\xFF\0a\0b", 6);
+    QTest::newRow("windows-1252 stays windows-1252")
+        << "\x93q\x94"_ba << u"\u2014"_s << "\x93q\x94\x97"_ba;
+    QTest::newRow("latin-1 with a new character becomes utf-8")
+        << "caf\xE9\x81"_ba << u"→"_s << "caf\xC3\xA9\xC2\x81\xE2\x86\x92"_ba;
+}
+
+void TestMarkdownDocument::readsWhatItWrites()
+{
+    QFETCH(QByteArray, original);
+    QFETCH(QString, appended);
+    QFETCH(QByteArray, saved);
+
+    const QString file = path(u"doc.md"_s);
+    put(file, original);
+    auto document = MarkdownDocument::read(file);
+    QVERIFY(document);
+    QCOMPARE(document->data(), original);
+
+    document->text += appended;
+    QString error;
+    QVERIFY2(document->write(file, &error), qPrintable(error));
+    QCOMPARE(contents(file), saved);
+}
+
+void TestMarkdownDocument::newDocumentIsEmptyUtf8()
+{
+    const MarkdownDocument document;
+    QVERIFY(document.text.isEmpty());
+    QCOMPARE(document.encoding, TextEncoding::utf8());
+    QVERIFY(document.data().isEmpty());
+}
+
+void TestMarkdownDocument::refusesWhatIsNotARegularFile_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("folder") << u"folder.md"_s << u"“folder.md” is a folder, not a Markdown file."_s;
+    QTest::newRow("fifo") << u"pipe.md"_s
+                          << u"“pipe.md” is not a regular file and cannot be opened."_s;
+    QTest::newRow("missing") << u"gone.md"_s << u"The file “gone.md” does not exist."_s;
+}
+
+void TestMarkdownDocument::refusesWhatIsNotARegularFile()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, message);
+
+    QVERIFY(QDir(m_dir->path()).mkdir(u"folder.md"_s));
+    QCOMPARE(::mkfifo(QFile::encodeName(path(u"pipe.md"_s)).constData(), 0600), 0);
+
+    QString error;
+    QVERIFY(!MarkdownDocument::read(path(name), &error));
+    QCOMPARE(error, message);
+}
+
+void TestMarkdownDocument::saveReplacesTheFileKeepingItsPermissions()
+{
+    const QString file = path(u"doc.md"_s);
+    put(file, "old"_ba);
+    const auto permissions = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup;
+    QVERIFY(QFile::setPermissions(file, permissions));
+    struct stat before
+    {
+    };
+    QCOMPARE(::stat(QFile::encodeName(file).constData(), &before), 0);
+
+    QVERIFY(MarkdownDocument{u"new"_s}.write(file));
+
+    struct stat after
+    {
+    };
+    QCOMPARE(::stat(QFile::encodeName(file).constData(), &after), 0);
+    QVERIFY2(before.st_ino != after.st_ino, "a save must replace the file, not rewrite it");
+    QCOMPARE(QFile::permissions(file) & ~(QFile::ReadUser | QFile::WriteUser), permissions);
+    QCOMPARE(contents(file), "new"_ba);
+}
+
+void TestMarkdownDocument::saveWritesThroughASymbolicLink()
+{
+    const QString target = path(u"real.md"_s);
+    const QString link = path(u"link.md"_s);
+    put(target, "old"_ba);
+    QVERIFY(QFile::link(target, link));
+
+    QVERIFY(MarkdownDocument{u"new"_s}.write(link));
+    QVERIFY(QFileInfo(link).isSymLink());
+    QCOMPARE(contents(target), "new"_ba);
+}
+
+void TestMarkdownDocument::failedSaveSaysWhy()
+{
+    QString error;
+    QVERIFY(!MarkdownDocument{u"new"_s}.write(path(u"missing/doc.md"_s), &error));
+    QVERIFY2(error.startsWith(u"The file “doc.md” could not be saved: "_s), qPrintable(error));
+}
+
+QTEST_APPLESS_MAIN(TestMarkdownDocument)
+#include "tst_markdowndocument.moc"
