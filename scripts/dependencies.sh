@@ -24,6 +24,7 @@ lumo_missing_packages() {
     command -v npm >/dev/null || echo npm
 }
 
+# The page's npm packages are installed by the build, from the committed lockfile.
 lumo_install_dependencies() {
     local missing
     missing=$(lumo_missing_packages | tr '\n' ' ')
@@ -34,15 +35,6 @@ lumo_install_dependencies() {
         $sudo apt-get update -qq
         # shellcheck disable=SC2086
         DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends $missing
-    fi
-
-    local web="$1/resources/Web"
-    if [ -f "$web/package-lock.json" ]; then
-        local stamp="$web/node_modules/.package-lock.json"
-        if [ ! -f "$stamp" ] || [ "$web/package-lock.json" -nt "$stamp" ]; then
-            echo "Installing npm packages for the page"
-            (cd "$web" && npm ci --no-audit --no-fund --loglevel=error)
-        fi
     fi
 }
 

@@ -4,6 +4,6 @@ set -euo pipefail
 source="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 . "$source/scripts/dependencies.sh"
 
-lumo_install_dependencies "$source"
+lumo_install_dependencies
 lumo_build "$source" lumo
 exec "${LUMO_BUILD_DIR:-$source/build}/bin/lumo" "$@"

@@ -4,7 +4,7 @@ set -euo pipefail
 source="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 . "$source/scripts/dependencies.sh"
 
-lumo_install_dependencies "$source"
+lumo_install_dependencies
 lumo_build "$source"
 cd "${LUMO_BUILD_DIR:-$source/build}"
 ctest --output-on-failure --timeout 300 "$@"

@@ -25,6 +25,8 @@ QVariant defaultFor(const QString &key)
         {QStringLiteral("sidebarViewed"), QVariantMap()},
         {QStringLiteral("sidebarBaselines"), QVariantMap()},
         {QStringLiteral("workspaceFolders"), QStringList()},
+        {QStringLiteral("recentDocuments"), QStringList()},
+        {QStringLiteral("launchedBefore"), false},
     };
     return defaults.value(key);
 }
@@ -236,4 +238,32 @@ QStringList Preferences::workspaceFolders() const
 void Preferences::setWorkspaceFolders(const QStringList &folders)
 {
     setValue(QStringLiteral("workspaceFolders"), folders);
+}
+
+QStringList Preferences::recentDocuments() const
+{
+    return value(QStringLiteral("recentDocuments")).toStringList();
+}
+
+void Preferences::setRecentDocuments(const QStringList &paths)
+{
+    setValue(QStringLiteral("recentDocuments"), paths);
+}
+
+void Preferences::noteRecentDocument(const QString &path)
+{
+    constexpr qsizetype limit = 10;
+    QStringList recent = recentDocuments();
+    recent.removeAll(path);
+    recent.prepend(path);
+    setRecentDocuments(recent.mid(0, limit));
+}
+
+bool Preferences::launchedBefore() const
+{
+    return value(QStringLiteral("launchedBefore")).toBool();
+}
+void Preferences::setLaunchedBefore(bool launched)
+{
+    setValue(QStringLiteral("launchedBefore"), launched);
 }

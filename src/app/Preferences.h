@@ -97,6 +97,14 @@ public:
     QStringList workspaceFolders() const;
     void setWorkspaceFolders(const QStringList &folders);
 
+    // Files opened lately, newest first, at most 10 (the Open Recent menu).
+    QStringList recentDocuments() const;
+    void setRecentDocuments(const QStringList &paths);
+    void noteRecentDocument(const QString &path);
+    // Whether Lumo has been started before (the first start shows the welcome page).
+    bool launchedBefore() const;
+    void setLaunchedBefore(bool launched);
+
 Q_SIGNALS:
     // Fires for every key, after the key's own signal.
     void valueChanged(const QString &key);

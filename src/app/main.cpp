@@ -1,42 +1,100 @@
-#include "app/ResourcePaths.h"
-#include "document/DocumentWindow.h"
+#include "app/Application.h"
+#include "app/LegacyMigration.h"
+#include "app/Preferences.h"
+#include "app/SingleInstance.h"
+#include "document/LocalAssetHandler.h"
+#include "document/TextEncoding.h"
 
+#include <cstdio>
 #include <QApplication>
-#include <QFileInfo>
-#include <QMessageBox>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
 
 namespace {
 
-bool openWindow(const QString &path)
+void printUsage()
 {
-    QString error;
-    const auto document = MarkdownDocument::read(path, &error);
-    if (!document) {
-        QMessageBox::warning(nullptr, QObject::tr("Lumo"), error);
-        return false;
+    std::fputs("usage: lumo [FILE.md ...]   open Markdown files\n"
+               "       lumo [FOLDER]        open a folder\n"
+               "       tool | lumo -        read Markdown from standard input\n"
+               "       lumo --post NAME [ARG]\n",
+               stdout);
+}
+
+// The request this launch makes: files as absolute paths, lumo: URLs as given, and
+// standard input's text for "-".
+QJsonObject openRequest(const QStringList &arguments)
+{
+    QJsonArray paths;
+    QJsonArray urls;
+    QJsonObject request{{QStringLiteral("kind"), QStringLiteral("open")}};
+    for (const QString &argument : arguments) {
+        if (argument == QLatin1String("-")) {
+            QFile input;
+            if (input.open(stdin, QIODevice::ReadOnly))
+                request.insert(QStringLiteral("text"), TextEncoding::decode(input.readAll()).text);
+        } else if (argument.startsWith(QLatin1String("lumo:"))) {
+            urls.append(argument);
+        } else if (argument.startsWith(QLatin1String("file://"))) {
+            paths.append(QUrl(argument).toLocalFile());
+        } else {
+            paths.append(QDir::current().absoluteFilePath(argument));
+        }
     }
-    auto *window = new DocumentWindow(*document, QFileInfo(path).absoluteFilePath());
-    window->setAttribute(Qt::WA_DeleteOnClose);
-    window->show();
-    return true;
+    request.insert(QStringLiteral("paths"), paths);
+    request.insert(QStringLiteral("urls"), urls);
+    return request;
 }
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    LocalAssetHandler::registerScheme();
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Lumo"));
     QApplication::setApplicationDisplayName(QStringLiteral("Lumo"));
     QApplication::setApplicationVersion(QStringLiteral(LUMO_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("lumo"));
 
-    QStringList paths = QApplication::arguments().mid(1);
-    if (paths.isEmpty())
-        paths.append(ResourcePaths::welcomeDocument());
+    const QStringList arguments = QApplication::arguments().mid(1);
+    if (arguments.contains(QLatin1String("--help")) || arguments.contains(QLatin1String("-h"))) {
+        printUsage();
+        return 0;
+    }
+    if (arguments.value(0) == QLatin1String("--post")) {
+        if (arguments.size() < 2 || arguments.size() > 3) {
+            printUsage();
+            return 2;
+        }
+        const QJsonObject post{{QStringLiteral("kind"), QStringLiteral("post")},
+                               {QStringLiteral("name"), arguments.at(1)},
+                               {QStringLiteral("arg"), arguments.value(2)}};
+        if (SingleInstance::send(post))
+            return 0;
+        std::fputs("lumo: Lumo is not running\n", stderr);
+        return 1;
+    }
 
-    int opened = 0;
-    for (const QString &path : std::as_const(paths))
-        opened += openWindow(path) ? 1 : 0;
-    return opened > 0 ? QApplication::exec() : 1;
+    const QJsonObject request = openRequest(arguments);
+    if (SingleInstance::send(request, 1000))
+        return 0;
+
+    SingleInstance instance;
+    if (!instance.listen())
+        std::fprintf(stderr, "lumo: cannot listen on %s; later launches open their own window\n",
+                     qUtf8Printable(SingleInstance::socketPath()));
+
+    LegacyMigration::run(Preferences::shared());
+    Application lumo;
+    QObject::connect(&instance, &SingleInstance::requestReceived, &lumo,
+                     &Application::handleRequest);
+    lumo.handleRequest(request);
+    if (lumo.windows().isEmpty())
+        return 1;
+    const int status = QApplication::exec();
+    Preferences::shared().sync();
+    return status;
 }

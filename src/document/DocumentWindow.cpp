@@ -1,28 +1,411 @@
 #include "DocumentWindow.h"
 
+#include "app/Brand.h"
+#include "app/Preferences.h"
+#include "DocumentTab.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QFileDialog>
 #include <QFileInfo>
-#include <QFontDatabase>
-#include <QGuiApplication>
-#include <QPlainTextEdit>
+#include <QMenuBar>
+#include <QMessageBox>
 #include <QScreen>
+#include <QStandardPaths>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QToolBar>
 
-DocumentWindow::DocumentWindow(const MarkdownDocument &document, const QString &path,
-                               QWidget *parent)
-    : QMainWindow(parent)
-    , m_text(new QPlainTextEdit(this))
+namespace {
+
+QString keyOf(const QString &path)
 {
-    m_text->setReadOnly(true);
-    m_text->setFrameShape(QFrame::NoFrame);
-    m_text->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    m_text->document()->setDocumentMargin(24);
-    m_text->setPlainText(document.text);
-    setCentralWidget(m_text);
+    const QString canonical = QFileInfo(path).canonicalFilePath();
+    return canonical.isEmpty() ? QFileInfo(path).absoluteFilePath() : canonical;
+}
 
-    setWindowTitle(QFileInfo(path).fileName());
-    setWindowFilePath(path);
+QString markdownFilter()
+{
+    return QCoreApplication::translate("DocumentWindow", "Markdown (%1)")
+        .arg(QStringLiteral("*.md *.markdown *.mdown *.mkd *.mkdn *.mdx"));
+}
+
+} // namespace
+
+DocumentWindow::DocumentWindow(QWidget *parent)
+    : QMainWindow(parent)
+    , m_tabs(new QTabWidget(this))
+{
+    setAttribute(Qt::WA_DeleteOnClose);
+    m_tabs->setDocumentMode(true);
+    m_tabs->setTabsClosable(true);
+    m_tabs->setMovable(true);
+    m_tabs->tabBar()->setAutoHide(true);
+    m_tabs->tabBar()->setExpanding(false);
+    setCentralWidget(m_tabs);
+    connect(m_tabs, &QTabWidget::tabCloseRequested, this, &DocumentWindow::closeTab);
+    connect(m_tabs, &QTabWidget::currentChanged, this, &DocumentWindow::updateForCurrentTab);
+
     setMinimumSize(minimumWindowSize);
     QSize size = firstWindowSize;
     if (const QScreen *screen = QGuiApplication::primaryScreen())
         size = size.boundedTo(screen->availableSize());
     resize(size.expandedTo(minimumWindowSize));
+
+    QPalette tinted = palette();
+    tinted.setColor(QPalette::Highlight, Brand::accent().current());
+    setPalette(tinted);
+
+    buildMenus();
+    updateForCurrentTab();
+}
+
+void DocumentWindow::buildMenus()
+{
+    QMenu *file = menuBar()->addMenu(tr("&File"));
+    file->addAction(tr("&New"), QKeySequence::New, this,
+                    [this] { Q_EMIT newDocumentRequested(this); });
+    file->addAction(tr("New &Window"), QKeySequence(tr("Ctrl+Shift+N")), this,
+                    [this] { Q_EMIT newWindowRequested(); });
+    file->addAction(tr("&Open…"), QKeySequence::Open, this, &DocumentWindow::showOpenDialog);
+    m_recentMenu = file->addMenu(tr("Open &Recent"));
+    connect(m_recentMenu, &QMenu::aboutToShow, this, &DocumentWindow::updateRecentMenu);
+    file->addSeparator();
+    QAction *closeTabAction = file->addAction(tr("&Close Tab"), QKeySequence::Close, this,
+                                              [this] { closeTab(m_tabs->currentIndex()); });
+    m_saveAction =
+        file->addAction(tr("&Save"), QKeySequence::Save, this, [this] { save(currentTab()); });
+    QAction *saveAsAction = file->addAction(tr("Save &As…"), QKeySequence::SaveAs, this,
+                                            [this] { saveAs(currentTab()); });
+    m_revertAction =
+        file->addAction(tr("Re&vert to Saved"), this, [this] { revert(currentTab()); });
+    file->addSeparator();
+    QAction *exportAction =
+        file->addAction(tr("Export as &HTML…"), this, [this] { exportHTML(currentTab()); });
+    file->addSeparator();
+    file->addAction(tr("Close &Window"), QKeySequence(tr("Ctrl+Shift+W")), this, &QWidget::close);
+    QAction *quit =
+        file->addAction(tr("&Quit"), QKeySequence::Quit, this, [this] { Q_EMIT quitRequested(); });
+    quit->setMenuRole(QAction::QuitRole);
+
+    QMenu *view = menuBar()->addMenu(tr("&View"));
+    m_modeAction = view->addAction(tr("&Edit Document"), QKeySequence(tr("Ctrl+E")), this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->controller()->toggleMode();
+    });
+    view->addSeparator();
+    QAction *bigger = view->addAction(tr("&Bigger Text"), this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->controller()->zoom(0.1);
+    });
+    bigger->setShortcuts({QKeySequence::ZoomIn, QKeySequence(tr("Ctrl+="))});
+    QAction *smaller = view->addAction(tr("&Smaller Text"), QKeySequence::ZoomOut, this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->controller()->zoom(-0.1);
+    });
+    QAction *actual = view->addAction(tr("&Actual Size"), QKeySequence(tr("Ctrl+0")), this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->controller()->zoom(std::nullopt);
+    });
+
+    m_documentActions = {closeTabAction, m_saveAction, saveAsAction, m_revertAction, exportAction,
+                         m_modeAction,   bigger,       smaller,      actual};
+
+    QToolBar *toolbar = addToolBar(tr("Document"));
+    toolbar->setObjectName(QStringLiteral("documentToolbar"));
+    toolbar->setMovable(false);
+    toolbar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    toolbar->addAction(m_modeAction);
+}
+
+void DocumentWindow::updateRecentMenu()
+{
+    m_recentMenu->clear();
+    const QStringList recent = Preferences::shared().recentDocuments();
+    for (const QString &path : recent) {
+        QAction *action = m_recentMenu->addAction(QFileInfo(path).fileName(), this, [this, path] {
+            Q_EMIT openFilesRequested({path}, this);
+        });
+        action->setToolTip(path);
+        action->setStatusTip(path);
+    }
+    if (recent.isEmpty())
+        m_recentMenu->addAction(tr("No Recent Documents"))->setEnabled(false);
+    else {
+        m_recentMenu->addSeparator();
+        m_recentMenu->addAction(tr("Clear Menu"), this,
+                                [] { Preferences::shared().setRecentDocuments({}); });
+    }
+}
+
+DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
+{
+    auto *tab = new DocumentTab(document, Preferences::shared().openInEditMode(), m_tabs);
+    const auto refresh = [this, tab] {
+        const int index = m_tabs->indexOf(tab);
+        if (index < 0)
+            return;
+        const OpenDocument *doc = tab->document();
+        m_tabs->setTabText(index, doc->displayName() +
+                                      (doc->isModified() ? QStringLiteral(" •") : QString()));
+        m_tabs->setTabToolTip(index, doc->path());
+        if (tab == currentTab())
+            updateForCurrentTab();
+    };
+    connect(document, &OpenDocument::modifiedChanged, tab, refresh);
+    connect(document, &OpenDocument::pathChanged, tab, refresh);
+    connect(tab->controller(), &DocumentController::modeChanged, this,
+            &DocumentWindow::updateForCurrentTab);
+    connect(tab, &DocumentTab::openRequested, this,
+            [this](const QString &path) { Q_EMIT openFilesRequested({path}, this); });
+    connect(tab->controller(), &DocumentController::debugOpenRequested, this,
+            &DocumentWindow::debugOpenRequested);
+    connect(tab->controller(), &DocumentController::replaceRequested, this,
+            [this](const QString &path) {
+                QString error;
+                if (OpenDocument *replacement = OpenDocument::open(path, &error))
+                    replaceCurrent(replacement);
+                else
+                    showError(tr("The document could not be opened."), error);
+            });
+
+    m_tabs->addTab(tab, document->displayName());
+    refresh();
+    showTab(tab);
+    return tab;
+}
+
+DocumentTab *DocumentWindow::replaceCurrent(OpenDocument *document)
+{
+    const int index = m_tabs->currentIndex();
+    DocumentTab *tab = addDocument(document);
+    if (index >= 0) {
+        m_tabs->tabBar()->moveTab(m_tabs->indexOf(tab), index);
+        QWidget *old = m_tabs->widget(index + 1);
+        m_tabs->removeTab(index + 1);
+        old->deleteLater();
+    }
+    showTab(tab);
+    return tab;
+}
+
+DocumentTab *DocumentWindow::currentTab() const
+{
+    return qobject_cast<DocumentTab *>(m_tabs->currentWidget());
+}
+
+QList<DocumentTab *> DocumentWindow::tabs() const
+{
+    QList<DocumentTab *> all;
+    for (int i = 0; i < m_tabs->count(); ++i)
+        all.append(qobject_cast<DocumentTab *>(m_tabs->widget(i)));
+    return all;
+}
+
+DocumentTab *DocumentWindow::tabFor(const QString &path) const
+{
+    const QString key = keyOf(path);
+    for (DocumentTab *tab : tabs()) {
+        if (!tab->document()->isUntitled() && keyOf(tab->document()->path()) == key)
+            return tab;
+    }
+    return nullptr;
+}
+
+void DocumentWindow::showTab(DocumentTab *tab)
+{
+    m_tabs->setCurrentWidget(tab);
+    raise();
+    activateWindow();
+}
+
+void DocumentWindow::updateForCurrentTab()
+{
+    DocumentTab *tab = currentTab();
+    for (QAction *action : std::as_const(m_documentActions))
+        action->setEnabled(tab != nullptr);
+    if (!tab) {
+        setWindowTitle(QStringLiteral("Lumo"));
+        setWindowModified(false);
+        return;
+    }
+    const OpenDocument *document = tab->document();
+    setWindowTitle(document->displayName() + QStringLiteral("[*]"));
+    setWindowFilePath(document->path());
+    setWindowModified(document->isModified());
+    m_revertAction->setEnabled(!document->isUntitled() && document->isModified());
+    const bool editing = tab->controller()->mode() == DocumentController::Mode::Edit;
+    m_modeAction->setText(editing ? tr("Back to Reading") : tr("&Edit Document"));
+    m_modeAction->setToolTip(editing ? tr("Back to reading (Ctrl+E)") : tr("Edit (Ctrl+E)"));
+}
+
+bool DocumentWindow::confirmClose(DocumentTab *tab)
+{
+    const OpenDocument *document = tab->document();
+    if (!document->isModified())
+        return true;
+    showTab(tab);
+    QMessageBox box(
+        QMessageBox::Warning, tr("Save changes?"),
+        tr("Do you want to save the changes you made to “%1”?").arg(document->displayName()),
+        QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
+    box.setInformativeText(tr("Your changes will be lost if you don’t save them."));
+    box.setDefaultButton(QMessageBox::Save);
+    box.setWindowModality(Qt::WindowModal);
+    switch (box.exec()) {
+    case QMessageBox::Save:
+        return save(tab);
+    case QMessageBox::Discard:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool DocumentWindow::closeTab(int index)
+{
+    auto *tab = qobject_cast<DocumentTab *>(m_tabs->widget(index));
+    if (!tab || !confirmClose(tab))
+        return false;
+    m_tabs->removeTab(m_tabs->indexOf(tab));
+    tab->deleteLater();
+    if (m_tabs->count() == 0)
+        close();
+    return true;
+}
+
+bool DocumentWindow::closeAllTabs()
+{
+    for (DocumentTab *tab : tabs()) {
+        if (!confirmClose(tab))
+            return false;
+    }
+    for (DocumentTab *tab : tabs()) {
+        m_tabs->removeTab(m_tabs->indexOf(tab));
+        tab->deleteLater();
+    }
+    return true;
+}
+
+void DocumentWindow::closeEvent(QCloseEvent *event)
+{
+    if (closeAllTabs())
+        event->accept();
+    else
+        event->ignore();
+}
+
+void DocumentWindow::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        Q_EMIT activated(this);
+    QMainWindow::changeEvent(event);
+}
+
+bool DocumentWindow::save(DocumentTab *tab)
+{
+    if (!tab)
+        return false;
+    OpenDocument *document = tab->document();
+    if (document->isUntitled())
+        return saveAs(tab);
+    QString error;
+    if (!document->save(&error)) {
+        showError(tr("The document could not be saved."), error);
+        return false;
+    }
+    return true;
+}
+
+bool DocumentWindow::saveAs(DocumentTab *tab)
+{
+    if (!tab)
+        return false;
+    OpenDocument *document = tab->document();
+    const QString folder = document->isUntitled()
+                               ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
+                               : QFileInfo(document->path()).absolutePath();
+    const QString name =
+        document->isUntitled() ? tr("Untitled.md") : QFileInfo(document->path()).fileName();
+    QFileDialog dialog(this, tr("Save As"), folder + QLatin1Char('/') + name,
+                       markdownFilter() + QStringLiteral(";;") + tr("Text (*.txt)"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(QStringLiteral("md"));
+    dialog.setWindowModality(Qt::WindowModal);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return false;
+    QString error;
+    if (!document->saveAs(dialog.selectedFiles().constFirst(), &error)) {
+        showError(tr("The document could not be saved."), error);
+        return false;
+    }
+    Preferences::shared().noteRecentDocument(document->path());
+    return true;
+}
+
+void DocumentWindow::revert(DocumentTab *tab)
+{
+    if (!tab || tab->document()->isUntitled() || !tab->document()->isModified())
+        return;
+    QMessageBox box(QMessageBox::Warning, tr("Revert to Saved"),
+                    tr("Discard your changes to “%1” and go back to the saved file?")
+                        .arg(tab->document()->displayName()),
+                    QMessageBox::Cancel, this);
+    box.addButton(tr("Revert"), QMessageBox::DestructiveRole);
+    box.setWindowModality(Qt::WindowModal);
+    if (box.exec() == QMessageBox::Cancel)
+        return;
+    QString error;
+    if (!tab->document()->revert(&error))
+        showError(tr("The document could not be reverted."), error);
+}
+
+void DocumentWindow::exportHTML(DocumentTab *tab)
+{
+    if (!tab)
+        return;
+    const OpenDocument *document = tab->document();
+    const QString folder = document->isUntitled()
+                               ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
+                               : QFileInfo(document->path()).absolutePath();
+    auto *dialog = new QFileDialog(this, tr("Export as HTML"),
+                                   folder + QLatin1Char('/') + tab->controller()->title() +
+                                       QStringLiteral(".html"),
+                                   tr("HTML page (*.html *.htm)"));
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setDefaultSuffix(QStringLiteral("html"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    QPointer<DocumentController> controller = tab->controller();
+    connect(dialog, &QFileDialog::fileSelected, this, [this, controller](const QString &path) {
+        if (!controller)
+            return;
+        controller->writeHTML(path, [this, path](bool ok, const QString &error) {
+            if (!ok)
+                showError(tr("“%1” could not be exported.").arg(QFileInfo(path).fileName()), error);
+        });
+    });
+    dialog->open();
+}
+
+void DocumentWindow::showOpenDialog()
+{
+    auto *dialog = new QFileDialog(this, tr("Open"), QString(),
+                                   markdownFilter() + QStringLiteral(";;") + tr("Text (*.txt)") +
+                                       QStringLiteral(";;") + tr("All files (*)"));
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    if (const DocumentTab *tab = currentTab(); tab && !tab->document()->isUntitled())
+        dialog->setDirectory(QFileInfo(tab->document()->path()).absolutePath());
+    connect(dialog, &QFileDialog::filesSelected, this,
+            [this](const QStringList &paths) { Q_EMIT openFilesRequested(paths, this); });
+    dialog->open();
+}
+
+void DocumentWindow::showError(const QString &title, const QString &message)
+{
+    auto *box = new QMessageBox(QMessageBox::Warning, tr("Lumo"), title, QMessageBox::Ok, this);
+    box->setInformativeText(message);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(Qt::WindowModal);
+    box->open();
 }

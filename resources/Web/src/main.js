@@ -1,0 +1,25 @@
+// Entry point of the bundle (mv.js): builds the page object as window.mv and
+// tells the native side when the page is ready.
+import './polyfills.js';
+import { post } from './bridge.js';
+import { createPage } from './page.js';
+
+window.addEventListener('error', (event) => {
+  post({ type: 'error', message: String(event.message || event.error || 'Script error') });
+});
+window.addEventListener('unhandledrejection', (event) => {
+  post({ type: 'error', message: String(event.reason?.message ?? event.reason) });
+});
+
+const container = document.querySelector('main.markdown');
+const mv = createPage({ container, post });
+Object.defineProperty(window, 'mv', { value: Object.freeze(mv), enumerable: true });
+
+let announced = false;
+function ready() {
+  if (announced) return;
+  announced = true;
+  post({ type: 'ready' });
+}
+if (document.readyState === 'complete') ready();
+else window.addEventListener('load', ready, { once: true });

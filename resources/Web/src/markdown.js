@@ -1,0 +1,72 @@
+// Markdown text + base folder -> HTML string and outline. Pure: no DOM, no
+// globals, so node runs it as-is. The HTML is not yet sanitised.
+import MarkdownIt from 'markdown-it';
+import footnote from 'markdown-it-footnote';
+import markPlugin from 'markdown-it-mark';
+import { full as emoji } from 'markdown-it-emoji';
+import alerts from './plugins/alerts.js';
+import fences from './plugins/fences.js';
+import frontmatter from './plugins/frontmatter.js';
+import headings from './plugins/headings.js';
+import lines from './plugins/lines.js';
+import links from './plugins/links.js';
+import math from './plugins/math.js';
+import tasks from './plugins/tasks.js';
+
+/** Options shared with the plain markdown-it used as a yardstick in tests and benchmarks. */
+export const MARKDOWN_OPTIONS = Object.freeze({ html: true, linkify: true, typographer: false });
+
+// markdown-it refuses file: links by default; a local reader needs them.
+const BAD_PROTOCOL = /^(?:vbscript|javascript|data):/;
+const GOOD_DATA = /^data:image\/(?:gif|png|jpeg|webp|svg\+xml|avif);/;
+
+function validateLink(url) {
+  const s = url.trim().toLowerCase();
+  return BAD_PROTOCOL.test(s) ? GOOD_DATA.test(s) : true;
+}
+
+export function createMarkdown() {
+  const md = new MarkdownIt(MARKDOWN_OPTIONS);
+  md.validateLink = validateLink;
+  // Bare words such as README.md are not links (.md is a country domain);
+  // scheme and www. links still are.
+  md.linkify.set({ fuzzyLink: false });
+  md.linkify.add('www.', {
+    validate(text, pos, self) {
+      const tail = text.slice(pos);
+      if (!self.re.www) self.re.www = /^[a-z0-9][a-z0-9-]*(?:\.[a-z0-9-]+)+(?::\d+)?(?:[/?#][^\s<>"']*[^\s<>"'.,;:!?)\]}*_~])?/i;
+      const m = self.re.www.exec(tail);
+      return m ? m[0].length : 0;
+    },
+    normalize(match) {
+      match.url = 'https://' + match.url;
+    },
+  });
+  md.use(frontmatter)
+    .use(math)
+    .use(fences)
+    .use(alerts)
+    .use(footnote)
+    .use(markPlugin)
+    .use(emoji)
+    .use(tasks)
+    .use(headings)
+    .use(links)
+    .use(lines);
+  return md;
+}
+
+let shared = null;
+
+/**
+ * Convert Markdown to HTML.
+ * @param {string} text Markdown source
+ * @param {string|null} base folder URL ("file:///dir/") that relative links resolve against
+ * @returns {{html: string, outline: {level:number,text:string,id:string}[], hasMath: boolean, hasDiagrams: boolean}}
+ */
+export function convert(text, base = null) {
+  shared ??= createMarkdown();
+  const env = { base };
+  const html = shared.render(String(text ?? ''), env);
+  return { html, outline: env.outline || [], hasMath: !!env.hasMath, hasDiagrams: !!env.hasDiagrams };
+}

@@ -1,0 +1,33 @@
+// GitHub task lists: "- [ ] item" / "- [x] item". The checkbox stays
+// enabled; the page reports clicks with the item's source line.
+
+const MARK = /^\[([ xX])\](?:[ \t]|$)/;
+
+export default function tasks(md) {
+  md.core.ruler.push('lumo_tasks', (state) => {
+    const tokens = state.tokens;
+    const lists = []; // open lists around the current token
+    for (let i = 0; i < tokens.length; i++) {
+      const inline = tokens[i];
+      if (inline.type === 'bullet_list_open' || inline.type === 'ordered_list_open') lists.push(inline);
+      else if (inline.type === 'bullet_list_close' || inline.type === 'ordered_list_close') lists.pop();
+      if (i < 2 || inline.type !== 'inline' || tokens[i - 1].type !== 'paragraph_open' || tokens[i - 2].type !== 'list_item_open') continue;
+      const m = MARK.exec(inline.content);
+      const first = inline.children?.[0];
+      if (!m || !first || first.type !== 'text' || !MARK.test(first.content)) continue;
+      const checked = m[1] !== ' ';
+      first.content = first.content.slice(m[0].length);
+      const box = new state.Token('html_inline', '', 0);
+      box.content = `<input type="checkbox" class="task-list-item-checkbox"${checked ? ' checked' : ''}>`;
+      inline.children.unshift(box);
+      const item = tokens[i - 2];
+      item.attrJoin('class', 'task-list-item');
+      if (checked) item.attrJoin('class', 'checked');
+      const list = lists[lists.length - 1];
+      if (list && !list.meta?.tasks) {
+        list.attrJoin('class', 'contains-task-list');
+        list.meta = { ...list.meta, tasks: true };
+      }
+    }
+  });
+}

@@ -1,0 +1,163 @@
+// The page object in a jsdom window: render patching, messages, task toggles,
+// awaited calls and export. Layout-dependent parts (scroll mapping, Mermaid)
+// are covered elsewhere or need a real engine.
+import { test, before } from 'node:test';
+import assert from 'node:assert/strict';
+import { JSDOM, VirtualConsole } from 'jsdom';
+
+let mv;
+let main;
+let window;
+const messages = [];
+const take = () => messages.splice(0).map((m) => JSON.parse(m));
+
+before(async () => {
+  const dom = new JSDOM('<!doctype html><html><head></head><body><main class="markdown"></main></body></html>', {
+    url: 'file:///usr/share/lumo/Web/index.html',
+    pretendToBeVisual: true,
+    virtualConsole: new VirtualConsole(),
+  });
+  window = dom.window;
+  class Observer {
+    observe() {}
+    unobserve() {}
+    disconnect() {}
+  }
+  window.IntersectionObserver = Observer;
+  window.ResizeObserver = Observer;
+  window.matchMedia = () => ({ matches: false, addEventListener() {} });
+  window.scrollTo = () => {};
+  for (const name of ['window', 'document', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
+    Object.defineProperty(globalThis, name, { value: name === 'window' ? window : window[name], configurable: true, writable: true });
+  }
+  const { post } = await import('../src/bridge.js');
+  const { createPage } = await import('../src/page.js');
+  window.document.addEventListener('lumo-post', (e) => messages.push(e.detail));
+  main = window.document.querySelector('main');
+  mv = createPage({ container: main, post });
+});
+
+const DOC = ['# Title', '', 'First paragraph.', '', '![pic](img/a.png)', '', '- [ ] task one', '- [x] task two', '', '## Second', '', 'Last paragraph.'].join('\n');
+
+test('render posts rendered with its revision, then the outline', () => {
+  mv.render(DOC, 'file:///home/u/doc/', { diff: false, rev: 4 });
+  assert.deepEqual(take(), [
+    { type: 'rendered', rev: 4 },
+    { type: 'outline', items: [{ level: 1, text: 'Title', id: 'title' }, { level: 2, text: 'Second', id: 'second' }] },
+  ]);
+  assert.equal(main.querySelector('img').getAttribute('src'), 'mv-asset:///home/u/doc/img/a.png');
+});
+
+test('re-render keeps unchanged blocks and replaces changed ones', () => {
+  mv.render(DOC, 'file:///home/u/doc/', { rev: 1 });
+  const before = {
+    heading: main.querySelector('h1'),
+    image: main.querySelector('img'),
+    list: main.querySelector('ul'),
+    last: main.querySelector('h2 ~ p'),
+    first: main.querySelector('h1 + p'),
+  };
+  take();
+  const edited = DOC.replace('First paragraph.', 'First paragraph, edited.').replace('# Title', 'Intro line.\n\n# Title');
+  mv.render(edited, 'file:///home/u/doc/', { diff: true, rev: 2 });
+  assert.equal(take()[0].rev, 2);
+
+  assert.equal(main.querySelector('h1'), before.heading, 'heading node kept');
+  assert.equal(main.querySelector('img'), before.image, 'image not reloaded');
+  assert.equal(main.querySelector('ul'), before.list);
+  assert.equal(main.querySelector('h2 ~ p'), before.last);
+  assert.notEqual(main.querySelector('h1 + p'), before.first, 'edited paragraph replaced');
+
+  // Kept blocks follow the inserted lines.
+  assert.equal(before.heading.getAttribute('data-line'), '2');
+  assert.deepEqual(Array.from(before.list.querySelectorAll('li'), (li) => li.getAttribute('data-line')), ['8', '9']);
+
+  const marked = Array.from(main.querySelectorAll('.lumo-changed'), (el) => el.textContent);
+  assert.deepEqual(marked, ['Intro line.', 'First paragraph, edited.']);
+});
+
+test('same text rendered twice changes no node', () => {
+  mv.render(DOC, null, { rev: 5 });
+  const nodes = Array.from(main.childNodes);
+  mv.render(DOC, null, { rev: 6 });
+  assert.deepEqual(Array.from(main.childNodes), nodes);
+  assert.equal(main.querySelectorAll('.lumo-changed').length, 0);
+  take();
+});
+
+test('clicking a task box reports its line, new state and revision', () => {
+  mv.render(DOC, null, { rev: 9 });
+  take();
+  const boxes = main.querySelectorAll('input.task-list-item-checkbox');
+  boxes[1].click();
+  assert.deepEqual(take(), [{ type: 'toggleTask', line: 7, checked: false, rev: 9 }]);
+  // The clicked list no longer matches its source: the next render replaces it even if the text is unchanged.
+  const list = main.querySelector('ul');
+  mv.render(DOC, null, { rev: 9 });
+  assert.notEqual(main.querySelector('ul'), list);
+  assert.equal(main.querySelectorAll('input.task-list-item-checkbox')[1].checked, true);
+  take();
+});
+
+test('awaited calls reply by id with a value or an error', async () => {
+  mv.render('![a](a.png) ![b](sub/b%20c.png) ![c](https://e.org/c.png) ![a again](a.png)', 'file:///home/u/doc/', { rev: 1 });
+  take();
+  await mv.call(17, 'localImages');
+  await mv.call(18, 'noSuchCall');
+  await mv.call(19, 'call', 1, 'render');
+  assert.deepEqual(take(), [
+    { type: 'reply', id: 17, value: ['file:///home/u/doc/a.png', 'file:///home/u/doc/sub/b%20c.png'] },
+    { type: 'reply', id: 18, error: 'Unknown call: noSuchCall' },
+    { type: 'reply', id: 19, error: 'Unknown call: call' },
+  ]);
+});
+
+test('exportHTML swaps local images and strips page machinery', async () => {
+  mv.render('# Doc\n\n![a](a.png) ![b](b.png)\n\n- [x] done\n\n$x$', 'file:///home/u/doc/', { rev: 1 });
+  take();
+  const result = await mv.exportHTML({ 'file:///home/u/doc/a.png': 'data:image/png;base64,AAAA' });
+  assert.equal(result.hasMath, true);
+  assert.match(result.htmlClass, /theme-lumo/);
+  assert.match(result.html, /<img src="data:image\/png;base64,AAAA" alt="a">/);
+  assert.match(result.html, /<img src="file:\/\/\/home\/u\/doc\/b.png" alt="b">/, 'unembedded image falls back to its file');
+  assert.ok(!/data-line|lumo-ui|code-copy|mv-asset:/.test(result.html), result.html);
+  assert.match(result.html, /<input type="checkbox" class="task-list-item-checkbox" checked="" disabled="">/);
+});
+
+test('richHTML is inline-styled and light whatever the theme', async () => {
+  mv.setPrefs({ theme: 'contrast', font: 'mono', width: 'wide', scale: 1.2 });
+  await mv.setAppearance('dark');
+  mv.render('# Head\n\n> [!WARNING]\n> Careful\n\n| a |\n|---|\n| 1 |\n\n- [ ] open\n\n$E=mc^2$', null, { rev: 1 });
+  take();
+  const html = await mv.richHTML({});
+  await mv.setAppearance(null);
+  assert.match(html, /^<div style="[^"]*color:#1f2328;background:#ffffff">/);
+  assert.match(html, /<h1[^>]*style="[^"]*font-size:2em/);
+  assert.match(html, /border-left:4px solid #9a6700/);
+  assert.match(html, /<td style="border:1px solid #d1d9e0/);
+  assert.match(html, /☐ open/);
+  assert.match(html, /<code style="[^"]*">\$E=mc\^2\$<\/code>/);
+  assert.ok(!/class=|<input|katex/.test(html), html);
+});
+
+test('unknown preferences fall back to defaults', () => {
+  mv.setPrefs({ theme: 'solarized', font: 'comic', width: 'huge', scale: 'big' });
+  const cls = window.document.documentElement.className;
+  assert.match(cls, /theme-lumo/);
+  assert.match(cls, /font-sans/);
+  assert.match(cls, /width-comfortable/);
+  assert.equal(window.document.documentElement.style.getPropertyValue('--scale'), '1');
+  mv.setPrefs({ theme: 'paper', font: 'serif', width: 'narrow', scale: 1.3 });
+  assert.match(window.document.documentElement.className, /theme-paper font-serif width-narrow/);
+});
+
+test('appearance: window mode, override for output, and back', async () => {
+  const root = window.document.documentElement;
+  mv.setWindowAppearance('dark');
+  assert.ok(root.classList.contains('dark'));
+  assert.equal(await mv.setAppearance('light'), 'light');
+  assert.ok(!root.classList.contains('dark'));
+  assert.equal(await mv.setAppearance(null), 'dark');
+  mv.setWindowAppearance(null);
+  assert.ok(!root.classList.contains('dark'));
+});

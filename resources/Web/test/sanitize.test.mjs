@@ -1,0 +1,116 @@
+import { test } from 'node:test';
+import assert from 'node:assert/strict';
+import { JSDOM, VirtualConsole } from 'jsdom';
+import { convert } from '../src/markdown.js';
+import { cleanStyle, createSanitizer } from '../src/sanitize.js';
+
+const { window } = new JSDOM('', { virtualConsole: new VirtualConsole() });
+const sanitizer = createSanitizer(window);
+const BASE = 'file:///home/u/docs/';
+
+// Whole pipeline, as the page runs it.
+function render(markdown) {
+  const holder = window.document.createElement('div');
+  holder.append(sanitizer.fragment(convert(markdown, BASE).html, BASE));
+  return holder;
+}
+
+// Nothing in the result may be able to run script, load a frame or post a form.
+function assertInert(holder, label) {
+  for (const el of holder.querySelectorAll('*')) {
+    const tag = el.localName.toLowerCase();
+    assert.ok(!['script', 'iframe', 'frame', 'frameset', 'object', 'embed', 'applet', 'form', 'base', 'meta', 'link', 'style', 'foreignobject'].includes(tag), `${label}: <${tag}> survived`);
+    for (const attr of el.attributes) {
+      const value = attr.value.replace(/[\u0000-\u0020]/g, '').toLowerCase();
+      assert.ok(!attr.name.toLowerCase().startsWith('on'), `${label}: ${attr.name} on <${tag}>`);
+      assert.ok(!/^(?:javascript|vbscript|data:text|data:application):?/.test(value) || attr.name === 'data-tex', `${label}: ${attr.name}="${attr.value}"`);
+      assert.ok(!['srcdoc', 'formaction', 'action'].includes(attr.name), `${label}: ${attr.name}`);
+      if (attr.name === 'style') assert.ok(!/url\(|expression|fixed|@import|behavior/i.test(attr.value), `${label}: style ${attr.value}`);
+    }
+  }
+}
+
+const HOSTILE = [
+  ['script tag', '<script>alert(1)</script>'],
+  ['script in inline HTML', 'text <script>alert(1)</script> more'],
+  ['img onerror', '<img src=x onerror="alert(1)">'],
+  ['svg onload', '<svg onload=alert(1)><circle r=5 /></svg>'],
+  ['details ontoggle', '<details open ontoggle=alert(1)><summary>x</summary></details>'],
+  ['javascript href', '<a href="javascript:alert(1)">x</a>'],
+  ['obfuscated javascript href', '<a href="jav&#x09;ascript:alert(1)">x</a> <a href=" JAVASCRIPT:alert(1)">y</a>'],
+  ['vbscript href', '<a href="vbscript:msgbox(1)">x</a>'],
+  ['data HTML href', '<a href="data:text/html;base64,PHNjcmlwdD5hbGVydCgxKTwvc2NyaXB0Pg==">x</a>'],
+  ['markdown javascript link', '[x](javascript:alert(1)) [y](JAVASCRIPT:alert(1))'],
+  ['markdown autolink javascript', '<javascript:alert(1)>'],
+  ['iframe', '<iframe src="https://example.org"></iframe>'],
+  ['iframe srcdoc', '<iframe srcdoc="<script>alert(1)</script>"></iframe>'],
+  ['frameset', '<frameset><frame src="x"></frameset>'],
+  ['object and embed', '<object data="x.swf"></object><embed src="x.swf">'],
+  ['form with formaction', '<form action="https://evil"><button formaction="javascript:alert(1)">go</button></form>'],
+  ['meta refresh', '<meta http-equiv="refresh" content="0;url=https://evil">'],
+  ['base hijack', '<base href="https://evil/">'],
+  ['stylesheet link', '<link rel="stylesheet" href="https://evil/x.css">'],
+  ['svg script', '<svg><script>alert(1)</script></svg>'],
+  ['svg xlink javascript', '<svg><a xlink:href="javascript:alert(1)"><text y="10">x</text></a></svg>'],
+  ['svg animate href', '<svg><a><animate attributeName="href" values="javascript:alert(1)"/><text y="10">x</text></a></svg>'],
+  ['svg foreignObject', '<svg><foreignObject><iframe src="x"></iframe></foreignObject></svg>'],
+  ['math mXSS', '<math><mtext><table><mglyph><style><img src=x onerror=alert(1)>'],
+  ['math href', '<math href="javascript:alert(1)"><mi>x</mi></math>'],
+  ['noscript mXSS', '<noscript><p title="</noscript><img src=x onerror=alert(1)>">'],
+  ['template', '<template><img src=x onerror=alert(1)></template>'],
+  ['style element', '<style>body{display:none}</style>'],
+  ['style overlay', '<div style="position:fixed;top:0;left:0;width:100%;height:100%">x</div>'],
+  ['style url', '<p style="background:url(javascript:alert(1))">x</p><p style="background-image: url(https://tracker/p.gif)">y</p>'],
+  ['style expression', '<p style="width:expression(alert(1))">x</p>'],
+  ['style escapes', '<p style="b\\61 ckground:u\\72l(x)">x</p>'],
+  ['style import', '<p style="@import \'x\'">x</p>'],
+  ['html block in list', '- <img src=x onerror=alert(1)>\n- <a href="javascript:void(0)">x</a>'],
+];
+
+test('hostile HTML renders inert', async (t) => {
+  for (const [name, markdown] of HOSTILE) await t.test(name, () => assertInert(render(markdown), name));
+});
+
+test('harmless HTML and our own markup survive', () => {
+  const holder = render('<kbd>Ctrl</kbd> <sup>2</sup> <details><summary>More</summary>Hidden</details>\n\n- [x] done\n\n# Title\n\n<p align="center" style="color: red; position: fixed">c</p>\n\n<a href="zotero://select/x">z</a>');
+  assert.ok(holder.querySelector('kbd'));
+  assert.ok(holder.querySelector('details > summary'));
+  assert.ok(holder.querySelector('input.task-list-item-checkbox[checked]'), 'task box kept');
+  // "title" names a document property; heading ids are kept anyway, they cannot clobber it.
+  assert.equal(holder.querySelector('h1').id, 'title');
+  const p = holder.querySelector('p[align="center"]');
+  assert.equal(p.getAttribute('style'), 'color: red');
+  assert.equal(holder.querySelector('a[href^="zotero:"]').getAttribute('href'), 'zotero://select/x');
+});
+
+test('ids that could clobber the document are dropped from named-access elements', () => {
+  const holder = render('<img id="cookie" src="a.png"><form id="x"></form><img name="getElementById" src="b.png">');
+  for (const img of holder.querySelectorAll('img')) {
+    assert.equal(img.getAttribute('id'), null);
+    assert.equal(img.getAttribute('name'), null);
+  }
+});
+
+test('raw HTML media resolve to mv-asset, links to file URLs', async (t) => {
+  const cases = [
+    ['img', '<img src="pics/a b.png">', 'img', 'src', 'mv-asset:///home/u/docs/pics/a%20b.png'],
+    ['absolute path', '<img src="/srv/x.jpg">', 'img', 'src', 'mv-asset:///srv/x.jpg'],
+    ['file URL', '<img src="file:///srv/y.jpg">', 'img', 'src', 'mv-asset:///srv/y.jpg'],
+    ['web image', '<img src="https://e.org/z.png">', 'img', 'src', 'https://e.org/z.png'],
+    ['protocol-relative image', '<img src="//e.org/z.png">', 'img', 'src', 'https://e.org/z.png'],
+    ['video poster', '<video src="v.mp4" poster="p.jpg"></video>', 'video', 'poster', 'mv-asset:///home/u/docs/p.jpg'],
+    ['srcset', '<img srcset="a.png 1x, https://e.org/b.png 2x">', 'img', 'srcset', 'mv-asset:///home/u/docs/a.png 1x, https://e.org/b.png 2x'],
+    ['link', '<a href="../up.md">u</a>', 'a', 'href', 'file:///home/u/up.md'],
+    ['already resolved', '<img src="mv-asset:///home/u/docs/c.png">', 'img', 'src', 'mv-asset:///home/u/docs/c.png'],
+  ];
+  for (const [name, html, selector, attr, expected] of cases) {
+    await t.test(name, () => assert.equal(render(html).querySelector(selector).getAttribute(attr), expected));
+  }
+});
+
+test('inline style filter', () => {
+  assert.equal(cleanStyle('color: red; width: 50%'), 'color: red; width: 50%');
+  assert.equal(cleanStyle('color:red;position: sticky;top:0'), 'color:red; top:0');
+  assert.equal(cleanStyle('--x: url(a); margin: 0'), 'margin: 0');
+  assert.equal(cleanStyle('color: red /* x */'), '');
+});

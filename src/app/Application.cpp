@@ -1,0 +1,173 @@
+#include "Application.h"
+
+#include "CommandLineTool.h"
+#include "DebugHooks.h"
+#include "document/DocumentTab.h"
+#include "document/DocumentWindow.h"
+#include "Preferences.h"
+#include "ResourcePaths.h"
+
+#include <cstdio>
+#include <QApplication>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QMessageBox>
+
+Application::Application(QObject *parent)
+    : QObject(parent)
+{}
+
+QList<DocumentWindow *> Application::windows() const
+{
+    QList<DocumentWindow *> live;
+    for (const auto &window : m_windows) {
+        if (window)
+            live.append(window);
+    }
+    return live;
+}
+
+void Application::handleRequest(const QJsonObject &request)
+{
+    const QString kind = request.value(QLatin1String("kind")).toString();
+    if (kind == QLatin1String("post")) {
+        if (Preferences::shared().debugHooks())
+            DebugHooks::shared().post(request.value(QLatin1String("name")).toString(),
+                                      request.value(QLatin1String("arg")).toString());
+        return;
+    }
+    if (kind != QLatin1String("open"))
+        return;
+
+    bool asked = false;
+    QStringList files;
+    for (const QJsonValue &path : request.value(QLatin1String("paths")).toArray()) {
+        files.append(path.toString());
+        asked = true;
+    }
+    for (const QJsonValue &url : request.value(QLatin1String("urls")).toArray()) {
+        asked = true;
+        // Folder browsing arrives with the workspace; until then a folder URL names
+        // a path like any other, and opening it explains itself.
+        if (const auto folder = CommandLineTool::folderToOpen(url.toString()))
+            files.append(*folder);
+    }
+    if (!files.isEmpty())
+        openFiles(files);
+    if (request.value(QLatin1String("text")).isString()) {
+        newDocument(request.value(QLatin1String("text")).toString());
+        asked = true;
+    }
+    if (asked)
+        return;
+
+    Preferences &prefs = Preferences::shared();
+    if (!prefs.launchedBefore() && openFiles({ResourcePaths::welcomeDocument()}) > 0) {
+        prefs.setLaunchedBefore(true);
+        return;
+    }
+    prefs.setLaunchedBefore(true);
+    newDocument();
+}
+
+DocumentWindow *Application::newWindow()
+{
+    auto *window = new DocumentWindow;
+    attach(window);
+    window->show();
+    return window;
+}
+
+void Application::attach(DocumentWindow *window)
+{
+    m_windows.append(window);
+    m_lastActive = window;
+    connect(window, &DocumentWindow::activated, this,
+            [this](DocumentWindow *active) { m_lastActive = active; });
+    connect(window, &DocumentWindow::openFilesRequested, this,
+            [this](const QStringList &paths, DocumentWindow *from) { openFiles(paths, from); });
+    connect(window, &DocumentWindow::newDocumentRequested, this,
+            [this](DocumentWindow *from) { newDocument({}, from); });
+    connect(window, &DocumentWindow::newWindowRequested, this,
+            [this] { newDocument({}, newWindow()); });
+    connect(window, &DocumentWindow::quitRequested, this, &Application::quit);
+    connect(window, &DocumentWindow::debugOpenRequested, this, [this](const QString &path) {
+        QString error;
+        const bool opened = openFile(path, nullptr, &error);
+        const QString outcome = opened ? QStringLiteral("opened %1").arg(path)
+                                       : QStringLiteral("failed: %1").arg(error);
+        std::fprintf(stdout, "Lumo debug openURL: %s\n", qUtf8Printable(outcome));
+        std::fflush(stdout);
+    });
+}
+
+DocumentWindow *Application::targetWindow(DocumentWindow *window)
+{
+    if (window)
+        return window;
+    if (m_lastActive)
+        return m_lastActive;
+    const QList<DocumentWindow *> live = windows();
+    return live.isEmpty() ? newWindow() : live.constLast();
+}
+
+void Application::newDocument(const QString &text, DocumentWindow *window)
+{
+    targetWindow(window)->addDocument(new OpenDocument(text));
+}
+
+int Application::openFiles(const QStringList &paths, DocumentWindow *window)
+{
+    int opened = 0;
+    for (const QString &path : paths) {
+        QString error;
+        if (openFile(path, window, &error))
+            ++opened;
+        else
+            showOpenError(error, window);
+    }
+    return opened;
+}
+
+bool Application::openFile(const QString &path, DocumentWindow *window, QString *error)
+{
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    for (DocumentWindow *existing : windows()) {
+        if (DocumentTab *tab = existing->tabFor(absolute)) {
+            existing->showTab(tab);
+            return true;
+        }
+    }
+    OpenDocument *document = OpenDocument::open(absolute, error);
+    if (!document)
+        return false;
+    DocumentWindow *target = targetWindow(window);
+    // A pristine untitled document gives way to the file the user opens.
+    DocumentTab *current = target->currentTab();
+    if (current && current->document()->isUntitled() && !current->document()->isModified() &&
+        current->document()->text().isEmpty())
+        target->replaceCurrent(document);
+    else
+        target->addDocument(document);
+    Preferences::shared().noteRecentDocument(absolute);
+    return true;
+}
+
+void Application::showOpenError(const QString &message, DocumentWindow *window)
+{
+    DocumentWindow *parent = window ? window : m_lastActive.get();
+    auto *box = new QMessageBox(QMessageBox::Warning, tr("Lumo"),
+                                tr("The document could not be opened."), QMessageBox::Ok, parent);
+    box->setInformativeText(message);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
+}
+
+void Application::quit()
+{
+    for (DocumentWindow *window : windows()) {
+        if (!window->close())
+            return;
+    }
+    QApplication::quit();
+}

@@ -1,0 +1,7 @@
+#include "DebugHooks.h"
+
+DebugHooks &DebugHooks::shared()
+{
+    static DebugHooks *hooks = new DebugHooks;
+    return *hooks;
+}

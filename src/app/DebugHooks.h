@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QObject>
+
+// Diagnostic notifications ("lumoapp.debug.…") that "lumo --post NAME [ARG]" delivers
+// to the running instance. Document controllers created while the "debugHooks"
+// preference is on listen to them; nothing else does.
+class DebugHooks : public QObject
+{
+    Q_OBJECT
+
+public:
+    static DebugHooks &shared();
+
+    void post(const QString &name, const QString &argument) { Q_EMIT posted(name, argument); }
+
+Q_SIGNALS:
+    void posted(const QString &name, const QString &argument);
+};

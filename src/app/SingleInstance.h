@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QObject>
+
+class QLocalServer;
+
+// One Lumo per user: a later launch hands its request to the running instance over a
+// local socket in the user's runtime folder and exits. The same socket carries the
+// diagnostic notifications of "lumo --post NAME [ARG]".
+//
+// A request is one JSON object per connection: {"kind": "open", "paths": [...],
+// "urls": [...], "text": "..."} or {"kind": "post", "name": "...", "arg": "..."}.
+class SingleInstance : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SingleInstance(QObject *parent = nullptr);
+
+    static QString socketPath();
+    // Delivers a request to the running instance; false when none answers.
+    static bool send(const QJsonObject &request, int timeoutMilliseconds = 3000);
+
+    // Starts answering; false when another instance already does, or the socket
+    // cannot be created.
+    bool listen();
+
+Q_SIGNALS:
+    void requestReceived(const QJsonObject &request);
+
+private:
+    QLocalServer *m_server;
+};

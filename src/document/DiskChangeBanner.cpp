@@ -1,0 +1,32 @@
+#include "DiskChangeBanner.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+
+DiskChangeBanner::DiskChangeBanner(QWidget *parent)
+    : QFrame(parent)
+{
+    setObjectName(QStringLiteral("diskChangeBanner"));
+    setFrameShape(QFrame::StyledPanel);
+    setAutoFillBackground(true);
+
+    auto *message = new QLabel(tr("Changed on disk"), this);
+    QFont font = message->font();
+    font.setWeight(QFont::Medium);
+    message->setFont(font);
+
+    auto *reload = new QPushButton(tr("Reload"), this);
+    reload->setDefault(true);
+    auto *keepMine = new QPushButton(tr("Keep Mine"), this);
+    keepMine->setFlat(true);
+    connect(reload, &QPushButton::clicked, this, &DiskChangeBanner::reloadClicked);
+    connect(keepMine, &QPushButton::clicked, this, &DiskChangeBanner::keepMineClicked);
+
+    auto *row = new QHBoxLayout(this);
+    row->setContentsMargins(12, 6, 8, 6);
+    row->addWidget(message);
+    row->addStretch();
+    row->addWidget(keepMine);
+    row->addWidget(reload);
+}

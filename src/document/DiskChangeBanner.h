@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QFrame>
+
+// The strip over a document whose file changed on disk while it has unsaved edits:
+// "Changed on disk", with "Reload" (take the file) and "Keep Mine".
+class DiskChangeBanner : public QFrame
+{
+    Q_OBJECT
+
+public:
+    explicit DiskChangeBanner(QWidget *parent = nullptr);
+
+Q_SIGNALS:
+    void reloadClicked();
+    void keepMineClicked();
+};

@@ -1,0 +1,515 @@
+#include "DocumentController.h"
+
+#include "app/Brand.h"
+#include "app/CustomCSS.h"
+#include "app/DebugHooks.h"
+#include "app/Preferences.h"
+#include "app/TextScale.h"
+#include "editor/MarkdownEditing.h"
+#include "FileWatcher.h"
+#include "HTMLExporter.h"
+#include "LinkPolicy.h"
+#include "LocalAssetHandler.h"
+#include "OpenDocument.h"
+#include "PageActions.h"
+#include "PageScript.h"
+#include "PreviewPage.h"
+
+#include <cmath>
+#include <cstdio>
+#include <QCoreApplication>
+#include <QDir>
+#include <QEvent>
+#include <QFileInfo>
+#include <QHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QUrl>
+#include <QWebEngineSettings>
+#include <QWebEngineView>
+
+namespace {
+
+QList<DocumentController *> &liveControllers()
+{
+    static QList<DocumentController *> controllers;
+    return controllers;
+}
+
+QHash<QString, QList<std::function<void()>>> &pendingActions()
+{
+    static QHash<QString, QList<std::function<void()>>> actions;
+    return actions;
+}
+
+// Symlinks resolved, then standardised; the cleaned path when the file is gone.
+QString keyOf(const QString &path)
+{
+    const QString canonical = QFileInfo(path).canonicalFilePath();
+    return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
+}
+
+bool elapsedMoreThan(const QElapsedTimer &timer, int milliseconds)
+{
+    return !timer.isValid() || timer.elapsed() > milliseconds;
+}
+
+// Follows the desktop's light or dark switch, which reaches widgets as a palette change.
+class AppearanceWatcher : public QObject
+{
+public:
+    AppearanceWatcher(DocumentController *controller, QObject *watched)
+        : QObject(controller)
+        , m_controller(controller)
+    {
+        watched->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::PaletteChange)
+            m_controller->applyAppearance();
+        return false;
+    }
+
+private:
+    DocumentController *m_controller;
+};
+
+} // namespace
+
+DocumentController::DocumentController(OpenDocument *document, bool startInEditMode,
+                                       QObject *parent)
+    : QObject(parent)
+    , m_document(document)
+    , m_webView(new QWebEngineView)
+    , m_mode(startInEditMode ? Mode::Edit : Mode::Read)
+    , m_sidebarVisible(Preferences::shared().showSidebar())
+{
+    m_renderTimer.setSingleShot(true);
+    connect(&m_renderTimer, &QTimer::timeout, this, &DocumentController::render);
+
+    auto *page = new PreviewPage(m_webView);
+    QWebEngineSettings *settings = page->settings();
+    settings->setAttribute(QWebEngineSettings::FullScreenSupportEnabled, false);
+    settings->setAttribute(QWebEngineSettings::PrintElementBackgrounds, true);
+    settings->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
+    settings->setAttribute(QWebEngineSettings::JavascriptCanAccessClipboard, false);
+    m_webView->setPage(page);
+    m_webView->setContextMenuPolicy(Qt::NoContextMenu);
+    new AppearanceWatcher(this, m_webView);
+    liveControllers().append(this);
+
+    connect(page, &PreviewPage::messageReceived, this, &DocumentController::handleMessage);
+    connect(page, &PreviewPage::linkClicked, this, [this](const QUrl &url) {
+        LinkPolicy::open(url, m_webView->window(),
+                         [this](const QString &path) { Q_EMIT openRequested(path); });
+    });
+    connect(page, &QWebEnginePage::renderProcessTerminated, this, [this] {
+        // A new renderer starts from an empty page that must say "ready" again.
+        m_isReady = false;
+        m_pendingRender = true;
+        this->page()->loadIndex();
+    });
+    page->loadIndex();
+
+    connect(&Preferences::shared(), &Preferences::valueChanged, this, [this](const QString &key) {
+        static const QStringList styling{
+            QStringLiteral("theme"), QStringLiteral("readerFont"), QStringLiteral("readingWidth"),
+            QStringLiteral("textScale"), QStringLiteral("useCustomCSS")};
+        if (styling.contains(key))
+            applyPrefs();
+    });
+    connect(&CustomCSS::shared(), &CustomCSS::changed, this, &DocumentController::applyPrefs);
+
+    if (Preferences::shared().debugHooks())
+        connect(&DebugHooks::shared(), &DebugHooks::posted, this,
+                &DocumentController::handleDebugHook);
+
+    if (m_document) {
+        connect(m_document, &OpenDocument::textChanged, this, [this] { scheduleRender(); });
+        connect(m_document, &OpenDocument::pathChanged, this, [this] {
+            watchFile();
+            scheduleRender();
+        });
+        watchFile();
+    }
+}
+
+DocumentController::~DocumentController()
+{
+    liveControllers().removeAll(this);
+    delete m_webView.get();
+}
+
+QList<DocumentController *> DocumentController::registry()
+{
+    return liveControllers();
+}
+
+PreviewPage *DocumentController::page() const
+{
+    return m_webView ? static_cast<PreviewPage *>(m_webView->page()) : nullptr;
+}
+
+void DocumentController::setShowOutline(bool show)
+{
+    if (show == m_showOutline)
+        return;
+    m_showOutline = show;
+    Q_EMIT showOutlineChanged(show);
+}
+
+void DocumentController::setShowFind(bool show)
+{
+    if (show == m_showFind)
+        return;
+    m_showFind = show;
+    Q_EMIT showFindChanged(show);
+}
+
+void DocumentController::setDiskChangePending(bool pending)
+{
+    if (pending == m_diskChangePending)
+        return;
+    m_diskChangePending = pending;
+    Q_EMIT diskChangePendingChanged(pending);
+}
+
+void DocumentController::setSidebarVisible(bool visible)
+{
+    if (visible == m_sidebarVisible)
+        return;
+    m_sidebarVisible = visible;
+    Q_EMIT sidebarVisibleChanged(visible);
+}
+
+void DocumentController::call(const QString &script)
+{
+    if (PreviewPage *preview = page())
+        preview->call(script);
+}
+
+void DocumentController::scheduleRender(bool immediately)
+{
+    m_renderTimer.start(immediately ? 0 : renderDelayMilliseconds);
+}
+
+void DocumentController::render()
+{
+    m_renderTimer.stop();
+    if (!m_isReady) {
+        m_pendingRender = true;
+        return;
+    }
+    const QString text = m_document ? m_document->text() : QString();
+    std::optional<QString> base;
+    if (m_document && !m_document->isUntitled())
+        base = QUrl::fromLocalFile(QFileInfo(m_document->path()).absolutePath() + QLatin1Char('/'))
+                   .toString(QUrl::FullyEncoded);
+
+    if (m_lastRendered == text && m_lastRenderedBase == base) {
+        runPendingActions();
+        return;
+    }
+    const bool diff = m_nextRenderIsExternal && m_lastRendered.has_value();
+    m_nextRenderIsExternal = false;
+    m_lastRendered = text;
+    m_lastRenderedBase = base;
+    ++m_renderRevision;
+    call(PageScript::render(text, base, diff, m_renderRevision));
+}
+
+void DocumentController::applyPrefs()
+{
+    if (!m_isReady)
+        return;
+    const Preferences &prefs = Preferences::shared();
+    call(PageScript::setPrefs(TextScale::stepped(prefs.textScale(), 0), prefs.readerFont(),
+                              prefs.readingWidth(), prefs.theme()));
+    const QString css = prefs.useCustomCSS() ? CustomCSS::shared().text() : QString();
+    if (m_appliedCSS == css)
+        return;
+    m_appliedCSS = css;
+    call(PageScript::setCustomCSS(css));
+}
+
+void DocumentController::applyAppearance()
+{
+    if (m_isReady)
+        call(PageScript::setWindowAppearance(Brand::currentAppearance() == Appearance::Dark));
+}
+
+void DocumentController::pageBecameReady()
+{
+    m_isReady = true;
+    // A freshly loaded page has none of what an earlier one was sent.
+    m_lastRendered.reset();
+    m_lastRenderedBase.reset();
+    m_appliedCSS.reset();
+    m_pendingRender = false;
+    applyAppearance();
+    applyPrefs();
+    render();
+}
+
+void DocumentController::handleMessage(const QJsonObject &message)
+{
+    const QString type = message.value(QLatin1String("type")).toString();
+    const auto string = [&message](const char *key) {
+        return message.value(QLatin1String(key)).toString();
+    };
+    if (type == QLatin1String("ready")) {
+        pageBecameReady();
+    } else if (type == QLatin1String("rendered")) {
+        const QJsonValue revision = message.value(QLatin1String("rev"));
+        if (!revision.isDouble())
+            return;
+        m_completedRevision = revision.toInteger();
+        Q_EMIT renderCompleted(m_completedRevision);
+        runPendingActions();
+    } else if (type == QLatin1String("outline")) {
+        m_outline = OutlineItem::fromMessage(message.value(QLatin1String("items")).toArray());
+        Q_EMIT outlineChanged();
+    } else if (type == QLatin1String("topLine")) {
+        const QJsonValue line = message.value(QLatin1String("line"));
+        if (!line.isDouble() || !std::isfinite(line.toDouble()))
+            return;
+        m_previewTopLine = line.toDouble();
+        if (elapsedMoreThan(m_lastEditorDrivenScroll, scrollQuietMilliseconds)) {
+            m_lastPreviewDrivenScroll.start();
+            if (m_mode == Mode::Edit && m_editor.scrollToLine)
+                m_editor.scrollToLine(m_previewTopLine);
+        }
+    } else if (type == QLatin1String("copyImage")) {
+        PageActions::copyImage(string("dataURL"));
+    } else if (type == QLatin1String("saveSVG")) {
+        PageActions::saveSVG(string("svg"), string("name"),
+                             m_document ? m_document->path() : QString(), m_webView->window());
+    } else if (type == QLatin1String("copy")) {
+        PageActions::copyText(string("text"));
+    } else if (type == QLatin1String("toggleTask")) {
+        const QJsonValue line = message.value(QLatin1String("line"));
+        const QJsonValue checked = message.value(QLatin1String("checked"));
+        const QJsonValue revision = message.value(QLatin1String("rev"));
+        if (line.isDouble() && checked.isBool() && revision.isDouble())
+            toggleTask(line.toInt(-1), checked.toBool(), revision.toInteger());
+    }
+}
+
+void DocumentController::toggleTask(int line, bool checked, qint64 revision)
+{
+    // A click on a page older than the text would tick the wrong line.
+    if (revision != m_renderRevision || !m_document)
+        return;
+    if (const auto text = MarkdownEditing::toggledTask(m_document->text(), line, checked)) {
+        m_document->setText(*text);
+        scheduleRender(true);
+    }
+}
+
+void DocumentController::toggleMode()
+{
+    if (m_mode == Mode::Edit && m_editor.topLine)
+        m_previewTopLine = m_editor.topLine();
+    m_mode = m_mode == Mode::Edit ? Mode::Read : Mode::Edit;
+    Q_EMIT modeChanged(m_mode);
+
+    if (m_mode == Mode::Read) {
+        scrollPreview(m_previewTopLine);
+        return;
+    }
+    const auto scrollEditor = [this] {
+        if (std::isfinite(m_previewTopLine) && m_editor.scrollToLine)
+            m_editor.scrollToLine(m_previewTopLine);
+    };
+    QTimer::singleShot(0, this, [this, scrollEditor] {
+        if (!std::isfinite(m_previewTopLine))
+            return;
+        if (m_editor.placeCaretAtLine)
+            m_editor.placeCaretAtLine(static_cast<int>(std::floor(m_previewTopLine)));
+        scrollEditor();
+        // Once more after layout has settled.
+        QTimer::singleShot(150, this, scrollEditor);
+    });
+}
+
+void DocumentController::editorDidScroll(double topLine)
+{
+    m_previewTopLine = topLine;
+    if (elapsedMoreThan(m_lastPreviewDrivenScroll, scrollQuietMilliseconds)) {
+        m_lastEditorDrivenScroll.start();
+        scrollPreview(topLine);
+    }
+}
+
+void DocumentController::scrollPreview(double line)
+{
+    if (m_isReady)
+        call(PageScript::scrollToLine(line));
+}
+
+void DocumentController::jump(const OutlineItem &item)
+{
+    call(PageScript::scrollToId(item.id));
+    if (m_mode == Mode::Edit && item.line >= 0) {
+        if (m_editor.placeCaretAtLine)
+            m_editor.placeCaretAtLine(item.line);
+        if (m_editor.scrollToLine)
+            m_editor.scrollToLine(item.line);
+    }
+}
+
+void DocumentController::zoom(std::optional<double> step)
+{
+    if (step)
+        Preferences::shared().stepTextScale(*step);
+    else
+        Preferences::shared().resetTextScale();
+}
+
+void DocumentController::reloadFromDisk(bool force)
+{
+    if (!m_document || m_document->isUntitled())
+        return;
+    QString error;
+    const auto contents = MarkdownDocument::read(m_document->path(), &error);
+    if (!contents) {
+        // Gone or unreadable for now: the watcher reports its return.
+        return;
+    }
+    if (contents->text == m_document->text()) {
+        if (force)
+            setDiskChangePending(false);
+        return;
+    }
+    if (m_document->isModified() && !force) {
+        setDiskChangePending(true);
+        return;
+    }
+    m_nextRenderIsExternal = true;
+    setDiskChangePending(false);
+    m_document->revertTo(*contents);
+}
+
+QString DocumentController::pathKey() const
+{
+    return m_document && !m_document->isUntitled() ? keyOf(m_document->path()) : QString();
+}
+
+void DocumentController::watchFile()
+{
+    if (!m_watcher)
+        m_watcher = new FileWatcher([this] { reloadFromDisk(false); }, this);
+    m_watcher->watch(m_document ? m_document->path() : QString());
+}
+
+void DocumentController::whenReady(const QString &path, std::function<void()> action)
+{
+    const QString key = keyOf(path);
+    for (DocumentController *controller : std::as_const(liveControllers())) {
+        if (controller->pathKey() != key)
+            continue;
+        if (controller->m_isReady && controller->m_lastRendered &&
+            controller->m_completedRevision == controller->m_renderRevision) {
+            action();
+            return;
+        }
+        break;
+    }
+    pendingActions()[key].append(std::move(action));
+}
+
+void DocumentController::runPendingActions()
+{
+    const QString key = pathKey();
+    if (key.isEmpty() || !m_isReady || !m_lastRendered || m_completedRevision != m_renderRevision)
+        return;
+    const QList<std::function<void()>> actions = pendingActions().take(key);
+    for (const auto &action : actions)
+        QMetaObject::invokeMethod(QCoreApplication::instance(), action, Qt::QueuedConnection);
+}
+
+QString DocumentController::title() const
+{
+    if (!m_document || m_document->isUntitled())
+        return QCoreApplication::translate("DocumentController", "Untitled");
+    return QFileInfo(m_document->path()).completeBaseName();
+}
+
+void DocumentController::embeddedImages(std::function<void(const QJsonObject &)> done)
+{
+    page()->callAwaited(
+        QStringLiteral("localImages"), QString(), [done](const QJsonValue &value, const QString &) {
+            QJsonObject images;
+            for (const QJsonValue &entry : value.toArray()) {
+                const QString source = entry.toString();
+                const auto path = LocalAssetHandler::fileFor(QUrl(source));
+                if (!path)
+                    continue;
+                QFile file(*path);
+                if (!file.open(QIODevice::ReadOnly))
+                    continue;
+                images.insert(source, QStringLiteral("data:") +
+                                          QString::fromUtf8(LocalAssetHandler::mimeTypeOf(*path)) +
+                                          QStringLiteral(";base64,") +
+                                          QString::fromLatin1(file.readAll().toBase64()));
+            }
+            done(images);
+        });
+}
+
+void DocumentController::writeHTML(const QString &path, Done done)
+{
+    QPointer<DocumentController> self(this);
+    embeddedImages([self, path, done](const QJsonObject &images) {
+        if (!self)
+            return;
+        const QString argument =
+            QString::fromUtf8(QJsonDocument(images).toJson(QJsonDocument::Compact));
+        self->page()->callAwaited(
+            QStringLiteral("exportHTML"), argument,
+            [self, path, done](const QJsonValue &answer, const QString &error) {
+                if (!self)
+                    return;
+                if (!answer.isObject()) {
+                    if (done)
+                        done(false,
+                             error.isEmpty() ? QStringLiteral("the page gave no export") : error);
+                    return;
+                }
+                const Preferences &prefs = Preferences::shared();
+                const std::optional<QString> css =
+                    prefs.useCustomCSS() ? std::optional<QString>(CustomCSS::shared().text())
+                                         : std::nullopt;
+                const QByteArray html =
+                    HTMLExporter::document(answer.toObject(), self->title(), css).toUtf8();
+                QSaveFile file(path);
+                const bool ok = file.open(QIODevice::WriteOnly) &&
+                                file.write(html) == html.size() && file.commit();
+                if (done)
+                    done(ok, ok ? QString() : file.errorString());
+            });
+    });
+}
+
+void DocumentController::handleDebugHook(const QString &name, const QString &argument)
+{
+    if (name == QLatin1String("lumoapp.debug.toggleMode")) {
+        toggleMode();
+    } else if (name == QLatin1String("lumoapp.debug.exportHTML") && !argument.isEmpty()) {
+        writeHTML(argument, [argument](bool ok, const QString &error) {
+            if (!ok)
+                std::fprintf(stdout, "Lumo export failed: %s: %s\n", qUtf8Printable(argument),
+                             qUtf8Printable(error));
+            std::fflush(stdout);
+        });
+    } else if (name == QLatin1String("lumoapp.debug.js") && !argument.isEmpty()) {
+        call(argument);
+    } else if (name == QLatin1String("lumoapp.debug.openURL") && !argument.isEmpty()) {
+        Q_EMIT debugOpenRequested(argument);
+    } else if (name == QLatin1String("lumoapp.debug.openFile") && !argument.isEmpty()) {
+        Q_EMIT replaceRequested(argument);
+    }
+}

@@ -1,0 +1,153 @@
+#pragma once
+
+#include "OpenDocument.h"
+#include "OutlineItem.h"
+
+#include <functional>
+#include <optional>
+#include <QElapsedTimer>
+#include <QJsonObject>
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+#include <QWebEngineView>
+
+class FileWatcher;
+class PreviewPage;
+
+// Ties one open document to its reading page: renders the text 90 ms after the last
+// change (never before the page is ready, never the same text twice), pushes the
+// preferences, appearance and user stylesheet, keeps page and editor on the same
+// source line, switches between reading and editing, and reloads after changes on
+// disk. Other parts queue actions for the moment a file has rendered (whenReady).
+//
+// Main thread only. The controller owns its web view; the tab places it.
+class DocumentController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(Mode mode READ mode NOTIFY modeChanged)
+    Q_PROPERTY(bool showOutline READ showOutline WRITE setShowOutline NOTIFY showOutlineChanged)
+    Q_PROPERTY(bool showFind READ showFind WRITE setShowFind NOTIFY showFindChanged)
+    Q_PROPERTY(bool diskChangePending READ diskChangePending WRITE setDiskChangePending NOTIFY
+                   diskChangePendingChanged)
+    Q_PROPERTY(bool sidebarVisible READ sidebarVisible WRITE setSidebarVisible NOTIFY
+                   sidebarVisibleChanged)
+
+public:
+    enum class Mode { Read, Edit };
+    Q_ENUM(Mode)
+
+    // The editor pane, as far as the controller needs it: its top source line, and
+    // scrolling or placing the caret at a (fractional) line.
+    struct Editor
+    {
+        std::function<double()> topLine;
+        std::function<void(double)> scrollToLine;
+        std::function<void(int)> placeCaretAtLine;
+    };
+
+    static constexpr int renderDelayMilliseconds = 90;
+    static constexpr int scrollQuietMilliseconds = 250;
+
+    explicit DocumentController(OpenDocument *document, bool startInEditMode,
+                                QObject *parent = nullptr);
+    ~DocumentController() override;
+
+    // Every live controller, oldest first.
+    static QList<DocumentController *> registry();
+
+    OpenDocument *document() const { return m_document; }
+    QWebEngineView *webView() const { return m_webView.get(); }
+    PreviewPage *page() const;
+    void setEditor(const Editor &editor) { m_editor = editor; }
+
+    Mode mode() const { return m_mode; }
+    QList<OutlineItem> outline() const { return m_outline; }
+    bool showOutline() const { return m_showOutline; }
+    void setShowOutline(bool show);
+    bool showFind() const { return m_showFind; }
+    void setShowFind(bool show);
+    bool diskChangePending() const { return m_diskChangePending; }
+    void setDiskChangePending(bool pending);
+    bool sidebarVisible() const { return m_sidebarVisible; }
+    void setSidebarVisible(bool visible);
+
+    bool isReady() const { return m_isReady; }
+    qint64 renderRevision() const { return m_renderRevision; }
+    qint64 completedRevision() const { return m_completedRevision; }
+    double previewTopLine() const { return m_previewTopLine; }
+
+    void scheduleRender(bool immediately = false);
+    void render();
+    void applyPrefs();
+    void applyAppearance();
+    void toggleMode();
+    void editorDidScroll(double topLine);
+    void scrollPreview(double line);
+    void jump(const OutlineItem &item);
+    // A step of the text size, or back to actual size without one.
+    void zoom(std::optional<double> step);
+    void reloadFromDisk(bool force);
+    // Evaluates a script in the page; failures are printed as "Lumo JS error: ".
+    void call(const QString &script);
+
+    using Done = std::function<void(bool ok, const QString &error)>;
+    // The page's local images as data URLs, keyed by their source in the page.
+    void embeddedImages(std::function<void(const QJsonObject &images)> done);
+    // Writes the document as a standalone HTML page.
+    void writeHTML(const QString &path, Done done = {});
+    // The file name without extension, or "Untitled".
+    QString title() const;
+
+    // Runs action once the file at path has been rendered (now, when it already has).
+    static void whenReady(const QString &path, std::function<void()> action);
+    void runPendingActions();
+
+Q_SIGNALS:
+    void modeChanged(DocumentController::Mode mode);
+    void outlineChanged();
+    void showOutlineChanged(bool show);
+    void showFindChanged(bool show);
+    void diskChangePendingChanged(bool pending);
+    void sidebarVisibleChanged(bool visible);
+    void renderCompleted(qint64 revision);
+    // The page asks to open a Markdown file (a link in it was clicked).
+    void openRequested(const QString &path);
+    // A diagnostic hook asks to open a file and report how that went.
+    void debugOpenRequested(const QString &path);
+    // A diagnostic hook asks to show another file in place of this one.
+    void replaceRequested(const QString &path);
+
+private:
+    void handleMessage(const QJsonObject &message);
+    void handleDebugHook(const QString &name, const QString &argument);
+    void pageBecameReady();
+    void toggleTask(int line, bool checked, qint64 revision);
+    void watchFile();
+    QString pathKey() const;
+
+    QPointer<OpenDocument> m_document;
+    QPointer<QWebEngineView> m_webView;
+    FileWatcher *m_watcher = nullptr;
+    Editor m_editor;
+    QTimer m_renderTimer;
+
+    Mode m_mode;
+    QList<OutlineItem> m_outline;
+    bool m_showOutline = false;
+    bool m_showFind = false;
+    bool m_diskChangePending = false;
+    bool m_sidebarVisible = false;
+
+    bool m_isReady = false;
+    bool m_pendingRender = false;
+    std::optional<QString> m_lastRendered;
+    std::optional<QString> m_lastRenderedBase;
+    qint64 m_renderRevision = 0;
+    qint64 m_completedRevision = -1;
+    bool m_nextRenderIsExternal = false;
+    std::optional<QString> m_appliedCSS;
+    double m_previewTopLine = 0;
+    QElapsedTimer m_lastEditorDrivenScroll;
+    QElapsedTimer m_lastPreviewDrivenScroll;
+};

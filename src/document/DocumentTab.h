@@ -1,0 +1,48 @@
+#pragma once
+
+#include "DocumentController.h"
+
+#include <QWidget>
+
+class DiskChangeBanner;
+class QPlainTextEdit;
+class QSplitter;
+
+// The content of one tab: a sidebar column beside the document area, which shows the
+// reading page alone (read mode) or the text editor beside it (edit mode). The one
+// web view stays in place across modes, so switching never reloads the page.
+class DocumentTab : public QWidget
+{
+    Q_OBJECT
+
+public:
+    DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent = nullptr);
+
+    DocumentController *controller() const { return m_controller; }
+    OpenDocument *document() const { return m_controller->document(); }
+    QPlainTextEdit *editor() const { return m_editor; }
+
+    static constexpr int sidebarMinimumWidth = 180;
+    static constexpr int sidebarMaximumWidth = 420;
+    static constexpr int paneMinimumWidth = 280;
+
+Q_SIGNALS:
+    // The page asked to open a Markdown file.
+    void openRequested(const QString &path);
+
+private:
+    void showMode(DocumentController::Mode mode);
+    void showSidebar(bool visible);
+    void takeTextFromDocument();
+    double editorTopLine() const;
+    void scrollEditorToLine(double line);
+    void placeCaretAtLine(int line);
+
+    DocumentController *m_controller;
+    QSplitter *m_columns;
+    QWidget *m_sidebar;
+    DiskChangeBanner *m_banner;
+    QSplitter *m_panes;
+    QPlainTextEdit *m_editor;
+    bool m_updatingEditor = false;
+};

@@ -1,0 +1,92 @@
+#include "OpenDocument.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+OpenDocument::OpenDocument(const QString &text, QObject *parent)
+    : QObject(parent)
+    , m_document{text, TextEncoding::utf8()}
+    , m_modified(!text.isEmpty())
+{}
+
+OpenDocument::OpenDocument(const MarkdownDocument &document, const QString &path, QObject *parent)
+    : QObject(parent)
+    , m_document(document)
+    , m_path(path)
+{}
+
+OpenDocument *OpenDocument::open(const QString &path, QString *error, QObject *parent)
+{
+    const auto document = MarkdownDocument::read(path, error);
+    if (!document)
+        return nullptr;
+    return new OpenDocument(*document, QFileInfo(path).absoluteFilePath(), parent);
+}
+
+QString OpenDocument::displayName() const
+{
+    return m_path.isEmpty() ? QCoreApplication::translate("OpenDocument", "Untitled")
+                            : QFileInfo(m_path).fileName();
+}
+
+void OpenDocument::setText(const QString &text)
+{
+    if (text == m_document.text)
+        return;
+    m_document.text = text;
+    setModified(true);
+    Q_EMIT textChanged();
+}
+
+bool OpenDocument::save(QString *error)
+{
+    if (m_path.isEmpty())
+        return false;
+    if (!m_document.write(m_path, error))
+        return false;
+    setModified(false);
+    return true;
+}
+
+bool OpenDocument::saveAs(const QString &path, QString *error)
+{
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    if (!m_document.write(absolute, error))
+        return false;
+    if (absolute != m_path) {
+        m_path = absolute;
+        Q_EMIT pathChanged(m_path);
+    }
+    setModified(false);
+    return true;
+}
+
+void OpenDocument::revertTo(const MarkdownDocument &document)
+{
+    const bool changed = document.text != m_document.text;
+    m_document = document;
+    setModified(false);
+    if (changed) {
+        Q_EMIT textChanged();
+        Q_EMIT reverted();
+    }
+}
+
+bool OpenDocument::revert(QString *error)
+{
+    if (m_path.isEmpty())
+        return false;
+    const auto document = MarkdownDocument::read(m_path, error);
+    if (!document)
+        return false;
+    revertTo(*document);
+    return true;
+}
+
+void OpenDocument::setModified(bool modified)
+{
+    if (modified == m_modified)
+        return;
+    m_modified = modified;
+    Q_EMIT modifiedChanged(modified);
+}

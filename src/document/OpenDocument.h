@@ -1,0 +1,53 @@
+#pragma once
+
+#include "MarkdownDocument.h"
+
+#include <QObject>
+
+// One document as a tab holds it: the text being read or edited, the encoding it is
+// saved in, its file (none while untitled) and whether it has unsaved edits.
+// Main thread only.
+class OpenDocument : public QObject
+{
+    Q_OBJECT
+
+public:
+    // A new, untitled document, optionally with text (which then counts as unsaved).
+    explicit OpenDocument(const QString &text = {}, QObject *parent = nullptr);
+    OpenDocument(const MarkdownDocument &document, const QString &path, QObject *parent = nullptr);
+
+    // Reads the file at path; nothing, with a message in error, when it cannot.
+    static OpenDocument *open(const QString &path, QString *error, QObject *parent = nullptr);
+
+    QString path() const { return m_path; }
+    bool isUntitled() const { return m_path.isEmpty(); }
+    // The file name, or "Untitled".
+    QString displayName() const;
+    QString text() const { return m_document.text; }
+    TextEncoding encoding() const { return m_document.encoding; }
+    bool isModified() const { return m_modified; }
+
+    // An edit of the text.
+    void setText(const QString &text);
+
+    bool save(QString *error = nullptr);
+    bool saveAs(const QString &path, QString *error = nullptr);
+    // Takes contents read from the file, dropping unsaved edits.
+    void revertTo(const MarkdownDocument &document);
+    // Reads the file again and takes its contents.
+    bool revert(QString *error = nullptr);
+
+Q_SIGNALS:
+    void textChanged();
+    // The text was replaced from the file (revert or reload), not edited.
+    void reverted();
+    void modifiedChanged(bool modified);
+    void pathChanged(const QString &path);
+
+private:
+    void setModified(bool modified);
+
+    MarkdownDocument m_document;
+    QString m_path;
+    bool m_modified = false;
+};

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <optional>
+#include <QString>
+
+// The scripts the native side evaluates in the reading page. Strings always go in
+// as JSON string literals and numbers in their shortest decimal form, so no text
+// of a document can break out of its argument.
+namespace PageScript {
+
+// A JSON string literal, quotes included; "\"\"" if the text cannot be serialised.
+QString json(const QString &text);
+// Shortest decimal form: 1 for 1.0, 0.7 for 0.7.
+QString number(double value);
+
+QString render(const QString &text, const std::optional<QString> &base, bool diff, qint64 revision);
+QString setPrefs(double scale, const QString &font, const QString &width, const QString &theme);
+QString setCustomCSS(const QString &css);
+QString setWindowAppearance(bool dark);
+QString scrollToLine(double line);
+QString scrollToId(const QString &id);
+// Runs mv[name](...arguments) and has the page post its result as a "reply" message
+// carrying the request id. argumentsJs is a comma-separated list of JS values.
+QString awaitedCall(qint64 requestId, const QString &name, const QString &argumentsJs);
+
+} // namespace PageScript

@@ -1,0 +1,167 @@
+#include "app/CommandLineTool.h"
+#include "app/CustomCSS.h"
+#include "app/LegacyMigration.h"
+#include "app/Preferences.h"
+
+#include <QFile>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+// The application shell's logic: folder URLs, the predecessor's settings, the stylesheet file.
+class TestCommandLine : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void folderUrls_data();
+    void folderUrls();
+    void migration_data();
+    void migration();
+    void migrationRunsOnce();
+    void stylesheetMigration();
+    void customStylesheet();
+};
+
+void TestCommandLine::folderUrls_data()
+{
+    QTest::addColumn<QString>("url");
+    QTest::addColumn<QString>("folder");
+
+    QTest::newRow("plain") << u"lumo://folder?path=/home/u/notes"_s << u"/home/u/notes"_s;
+    QTest::newRow("encoded") << u"lumo://folder?path=/home/u/My%20Notes%26Co"_s
+                             << u"/home/u/My Notes&Co"_s;
+    QTest::newRow("first path wins") << u"lumo://folder?path=/a&path=/b"_s << u"/a"_s;
+    QTest::newRow("other items ignored") << u"lumo://folder?x=1&path=/a/../b"_s << u"/b"_s;
+    QTest::newRow("scheme case") << u"Lumo://folder?path=/a"_s << QString();
+    QTest::newRow("host case") << u"lumo://Folder?path=/a"_s << QString();
+    QTest::newRow("other host") << u"lumo://file?path=/a"_s << QString();
+    QTest::newRow("longer host") << u"lumo://folders?path=/a"_s << QString();
+    QTest::newRow("other scheme") << u"https://folder?path=/a"_s << QString();
+    QTest::newRow("no query") << u"lumo://folder"_s << QString();
+    QTest::newRow("empty path") << u"lumo://folder?path="_s << QString();
+    QTest::newRow("path without value") << u"lumo://folder?path"_s << QString();
+    QTest::newRow("empty first path") << u"lumo://folder?path=&path=/b"_s << QString();
+}
+
+void TestCommandLine::folderUrls()
+{
+    QFETCH(QString, url);
+    QFETCH(QString, folder);
+    QCOMPARE(CommandLineTool::folderToOpen(url).value_or(QString()), folder);
+}
+
+void TestCommandLine::migration_data()
+{
+    QTest::addColumn<QString>("old");
+    QTest::addColumn<QString>("current");
+    QTest::addColumn<QString>("theme");
+    QTest::addColumn<double>("scale");
+    QTest::addColumn<QString>("font");
+
+    QTest::newRow("copied") << u"theme=paper\ntextScale=1.2\nreaderFont=serif"_s << QString()
+                            << u"paper"_s << 1.2 << u"serif"_s;
+    QTest::newRow("own theme skipped")
+        << u"theme=scrivent\nreaderFont=mono"_s << QString() << u"lumo"_s << 1.0 << u"mono"_s;
+    QTest::newRow("never overwrites") << u"theme=paper\nreaderFont=serif"_s << u"theme=github"_s
+                                      << u"github"_s << 1.0 << u"serif"_s;
+    QTest::newRow("no predecessor") << QString() << QString() << u"lumo"_s << 1.0 << u"sans"_s;
+}
+
+static void writeIni(const QString &path, const QString &body)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write("[General]\n" + body.toUtf8() + "\n");
+}
+
+void TestCommandLine::migration()
+{
+    QFETCH(QString, old);
+    QFETCH(QString, current);
+    QFETCH(QString, theme);
+    QFETCH(double, scale);
+    QFETCH(QString, font);
+
+    QTemporaryDir dir;
+    const QString oldPath = dir.filePath(u"config/Scrivent/Scrivent.conf"_s);
+    if (!old.isNull())
+        writeIni(oldPath, old);
+    if (!current.isNull())
+        writeIni(dir.filePath(u"Lumo.conf"_s), current);
+
+    Preferences prefs(dir.filePath(u"Lumo.conf"_s));
+    LegacyMigration::run(prefs, oldPath, dir.filePath(u"data"_s));
+    QCOMPARE(prefs.theme(), theme);
+    QCOMPARE(prefs.textScale(), scale);
+    QCOMPARE(prefs.readerFont(), font);
+    QVERIFY(prefs.migratedFromScrivent());
+    if (old.contains(u"scrivent"_s))
+        QVERIFY(!prefs.contains(u"theme"_s));
+}
+
+void TestCommandLine::migrationRunsOnce()
+{
+    QTemporaryDir dir;
+    const QString oldPath = dir.filePath(u"Scrivent.conf"_s);
+    Preferences prefs(dir.filePath(u"Lumo.conf"_s));
+    LegacyMigration::run(prefs, oldPath, dir.path());
+    writeIni(oldPath, u"theme=paper"_s);
+    LegacyMigration::run(prefs, oldPath, dir.path());
+    QCOMPARE(prefs.theme(), u"lumo"_s);
+}
+
+void TestCommandLine::stylesheetMigration()
+{
+    QTemporaryDir dir;
+    const QString oldCSS = dir.filePath(u"Scrivent/custom.css"_s);
+    const QString newCSS = dir.filePath(u"Lumo/custom.css"_s);
+    writeIni(oldCSS, u"old"_s);
+
+    Preferences first(dir.filePath(u"a.conf"_s));
+    LegacyMigration::run(first, dir.filePath(u"none.conf"_s), dir.path());
+    QFile copied(newCSS);
+    QVERIFY(copied.open(QIODevice::ReadOnly));
+    QCOMPARE(copied.readAll(), "[General]\nold\n"_ba);
+    copied.close();
+
+    // An existing stylesheet is never overwritten.
+    writeIni(newCSS, u"mine"_s);
+    Preferences second(dir.filePath(u"b.conf"_s));
+    LegacyMigration::run(second, dir.filePath(u"none.conf"_s), dir.path());
+    QVERIFY(copied.open(QIODevice::ReadOnly));
+    QCOMPARE(copied.readAll(), "[General]\nmine\n"_ba);
+}
+
+void TestCommandLine::customStylesheet()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"Lumo/custom.css"_s);
+    CustomCSS css(path);
+    QVERIFY(css.text().isEmpty());
+    QCOMPARE(CustomCSS::templateText().size(), 506);
+    QVERIFY(CustomCSS::templateText().endsWith("*/\n"));
+
+    QSignalSpy changed(&css, &CustomCSS::changed);
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("main { color: red; }");
+    file.close();
+    css.reload();
+    QCOMPARE(css.text(), u"main { color: red; }"_s);
+    QTRY_COMPARE(changed.count(), 1);
+
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("p { content: \"\xE9\"; }"); // Latin-1, not UTF-8
+    file.close();
+    css.reload();
+    QVERIFY(css.text().isEmpty());
+}
+
+QTEST_GUILESS_MAIN(TestCommandLine)
+#include "tst_commandline.moc"

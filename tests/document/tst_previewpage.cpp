@@ -1,0 +1,346 @@
+// The reading page and its bridge, in a real offscreen web view.
+#include "document/PageScript.h"
+#include "support/WebTest.h"
+
+#include <QDir>
+#include <QImage>
+#include <QJsonArray>
+#include <QWebEngineView>
+
+using namespace Qt::StringLiterals;
+
+class TestPreviewPage : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void rendersAndReportsItsOutline();
+    void patchesInPlaceAndMarksChanges();
+    void stylingCalls();
+    void awaitedCalls();
+    void scrolling();
+    void pageMessages_data();
+    void pageMessages();
+    void malformedMessagesAreIgnored_data();
+    void malformedMessagesAreIgnored();
+    void noScriptFromADocumentRuns();
+    void localImagesLoadOnlyThroughTheAssetScheme();
+    void linkClicksLeaveThePageAlone();
+
+private:
+    QJsonObject renderAndWait(const QString &text, const std::optional<QString> &base = {},
+                              bool diff = false);
+    QVariant eval(const QString &script) { return WebTest::evaluate(m_page, script); }
+
+    QTemporaryDir m_dir;
+    QWebEngineView *m_view = nullptr;
+    PreviewPage *m_page = nullptr;
+    qint64 m_revision = 0;
+};
+
+void TestPreviewPage::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    m_view = new QWebEngineView;
+    m_page = new PreviewPage(m_view);
+    m_view->setPage(m_page);
+    m_view->resize(800, 600);
+    m_view->show();
+    m_page->loadIndex();
+    QVERIFY(!WebTest::waitForMessage(m_page, u"ready"_s).isEmpty());
+}
+
+void TestPreviewPage::cleanupTestCase()
+{
+    delete m_view;
+}
+
+QJsonObject TestPreviewPage::renderAndWait(const QString &text, const std::optional<QString> &base,
+                                           bool diff)
+{
+    ++m_revision;
+    QJsonObject outline;
+    auto connection =
+        connect(m_page, &PreviewPage::messageReceived, this, [&](const QJsonObject &message) {
+            if (message.value(u"type"_s) == u"outline"_s)
+                outline = message;
+        });
+    m_page->call(PageScript::render(text, base, diff, m_revision));
+    const QJsonObject rendered = WebTest::waitForMessage(m_page, u"rendered"_s);
+    [&] { QCOMPARE(rendered.value(u"rev"_s).toInteger(), m_revision); }();
+    (void)QTest::qWaitFor([&] { return !outline.isEmpty(); }, 5000);
+    disconnect(connection);
+    return outline;
+}
+
+void TestPreviewPage::rendersAndReportsItsOutline()
+{
+    const QJsonObject outline =
+        renderAndWait(u"# Intro\n\ntext\n\n## Intro\n\n### Ünïcode & <b>stuff</b>\n"_s);
+    const QJsonArray items = outline.value(u"items"_s).toArray();
+    QCOMPARE(items.size(), 3);
+    QCOMPARE(items.at(0)[u"level"_s].toInt(), 1);
+    QCOMPARE(items.at(0)[u"text"_s].toString(), u"Intro"_s);
+    QCOMPARE(items.at(0)[u"id"_s].toString(), u"intro"_s);
+    QCOMPARE(items.at(1)[u"id"_s].toString(), u"intro-1"_s);
+    QCOMPARE(items.at(2)[u"level"_s].toInt(), 3);
+    QCOMPARE(eval(u"document.querySelectorAll('main.markdown > h1, main.markdown > h2').length"_s)
+                 .toInt(),
+             2);
+}
+
+void TestPreviewPage::patchesInPlaceAndMarksChanges()
+{
+    renderAndWait(u"first\n\nsecond\n"_s);
+    eval(u"document.querySelector('main p').dataset.kept = 'yes'"_s);
+    renderAndWait(u"first\n\nsecond, changed\n"_s, std::nullopt, true);
+    // The unchanged block is the same node; the changed one is new and marked.
+    QCOMPARE(eval(u"document.querySelector('main p').dataset.kept"_s).toString(), u"yes"_s);
+    QCOMPARE(eval(u"document.querySelectorAll('main .lumo-changed').length"_s).toInt(), 1);
+    QCOMPARE(eval(u"document.querySelector('main .lumo-changed').textContent"_s).toString(),
+             u"second, changed"_s);
+}
+
+void TestPreviewPage::stylingCalls()
+{
+    m_page->call(PageScript::setPrefs(1.3, u"serif"_s, u"narrow"_s, u"paper"_s));
+    m_page->call(PageScript::setCustomCSS(u"main.markdown { --lumo-test: 42px; }"_s));
+    QTRY_COMPARE(
+        eval(
+            u"getComputedStyle(document.querySelector('main')).getPropertyValue('--lumo-test').trim()"_s)
+            .toString(),
+        u"42px"_s);
+    const QString lightBackground =
+        eval(u"getComputedStyle(document.documentElement).getPropertyValue('--bg').trim()"_s)
+            .toString();
+    QVERIFY(!lightBackground.isEmpty());
+
+    m_page->call(PageScript::setWindowAppearance(true));
+    QTRY_VERIFY(eval(u"document.documentElement.classList.contains('dark')"_s).toBool());
+    QVERIFY(eval(u"getComputedStyle(document.documentElement).getPropertyValue('--bg').trim()"_s)
+                .toString() != lightBackground);
+    m_page->call(PageScript::setWindowAppearance(false));
+    QTRY_VERIFY(!eval(u"document.documentElement.classList.contains('dark')"_s).toBool());
+
+    // A value that names no theme must not break the page.
+    m_page->call(PageScript::setPrefs(1, u"sans"_s, u"wide"_s, u"scrivent"_s));
+    renderAndWait(u"still *renders*"_s);
+    QCOMPARE(eval(u"document.querySelector('main em').textContent"_s).toString(), u"renders"_s);
+    m_page->call(PageScript::setCustomCSS(QString()));
+}
+
+void TestPreviewPage::awaitedCalls()
+{
+    renderAndWait(u"# T\n\n$x^2$ and ![p](pic.png)\n"_s,
+                  QUrl::fromLocalFile(m_dir.path() + u"/"_s).toString());
+
+    QJsonValue images;
+    m_page->callAwaited(u"localImages"_s, QString(),
+                        [&](const QJsonValue &value, const QString &) { images = value; });
+    QTRY_VERIFY(images.isArray());
+    QCOMPARE(images.toArray().size(), 1);
+    QVERIFY(images.toArray().at(0).toString().endsWith(u"/pic.png"_s));
+
+    QJsonValue exported;
+    m_page->callAwaited(u"exportHTML"_s, u"{}"_s,
+                        [&](const QJsonValue &value, const QString &) { exported = value; });
+    QTRY_VERIFY(exported.isObject());
+    QVERIFY(exported[u"html"_s].toString().contains(u"<h1"_s));
+    QCOMPARE(exported[u"hasMath"_s].toBool(), true);
+    QVERIFY(exported[u"htmlClass"_s].isString());
+    QVERIFY(exported[u"bodyClass"_s].isString());
+
+    QString appearance;
+    m_page->callAwaited(
+        u"setAppearance"_s, u"\"dark\""_s,
+        [&](const QJsonValue &value, const QString &) { appearance = value.toString(); });
+    QTRY_COMPARE(appearance, u"dark"_s);
+    QVERIFY(eval(u"document.documentElement.classList.contains('dark')"_s).toBool());
+    appearance.clear();
+    m_page->callAwaited(
+        u"setAppearance"_s, u"null"_s,
+        [&](const QJsonValue &value, const QString &) { appearance = value.toString(); });
+    QTRY_COMPARE(appearance, u"light"_s);
+
+    QString error;
+    bool answered = false;
+    m_page->callAwaited(u"noSuchCall"_s, QString(), [&](const QJsonValue &, const QString &e) {
+        error = e;
+        answered = true;
+    });
+    QTRY_VERIFY(answered);
+    QVERIFY(!error.isEmpty());
+}
+
+void TestPreviewPage::scrolling()
+{
+    QString text;
+    for (int i = 0; i < 300; ++i)
+        text += u"Paragraph %1 with enough words to fill a line.\n\n"_s.arg(i);
+    text += u"## Far down\n"_s;
+    renderAndWait(text);
+
+    // Asked to scroll, the page puts the line at the top without echoing it back.
+    m_page->call(PageScript::scrollToLine(200));
+    QTRY_VERIFY(std::abs(eval(u"mv.topLine()"_s).toDouble() - 200) < 2);
+
+    // Scrolled by the reader, it reports the line now at the top.
+    eval(u"window.scrollTo(0, 0)"_s);
+    const QJsonObject top = WebTest::waitForMessage(m_page, u"topLine"_s);
+    QVERIFY(top.value(u"line"_s).isDouble());
+    QVERIFY(top.value(u"line"_s).toDouble() < 2);
+
+    m_page->call(PageScript::scrollToId(u"far-down"_s));
+    QTRY_VERIFY(eval(u"window.scrollY"_s).toDouble() > 1000);
+}
+
+void TestPreviewPage::pageMessages_data()
+{
+    QTest::addColumn<QString>("markdown");
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QJsonValue>("value");
+
+    QTest::newRow("task box") << u"intro\n\n- [ ] one\n- [ ] two\n"_s
+                              << u"document.querySelectorAll('main input[type=checkbox]')[1]"_s
+                              << u"toggleTask"_s << u"line"_s << QJsonValue(3);
+    QTest::newRow("copy button")
+        << u"```sh\necho hi\n```\n"_s
+        << u"document.querySelector('main pre button, main .copy, main [class*=copy]')"_s
+        << u"copy"_s << u"text"_s << QJsonValue(u"echo hi\n"_s);
+}
+
+void TestPreviewPage::pageMessages()
+{
+    QFETCH(QString, markdown);
+    QFETCH(QString, action);
+    QFETCH(QString, type);
+    QFETCH(QString, key);
+    QFETCH(QJsonValue, value);
+
+    renderAndWait(markdown);
+    QJsonObject message;
+    auto connection =
+        connect(m_page, &PreviewPage::messageReceived, this, [&](const QJsonObject &m) {
+            if (m.value(u"type"_s) == type)
+                message = m;
+        });
+    // Controls such as copy buttons are added after the first paint.
+    QTRY_VERIFY(eval(action + u" !== null"_s).toBool());
+    eval(action + u".click()"_s);
+    QTRY_VERIFY(!message.isEmpty());
+    disconnect(connection);
+    QCOMPARE(message.value(key), value);
+    if (type == u"toggleTask"_s) {
+        QCOMPARE(message.value(u"checked"_s), QJsonValue(true));
+        QCOMPARE(message.value(u"rev"_s).toInteger(), m_revision);
+    }
+}
+
+void TestPreviewPage::malformedMessagesAreIgnored_data()
+{
+    QTest::addColumn<QString>("json");
+    QTest::newRow("not json") << u"{type: ready"_s;
+    QTest::newRow("array") << u"[\"ready\"]"_s;
+    QTest::newRow("string") << u"\"ready\""_s;
+    QTest::newRow("no type") << u"{\"rev\": 1}"_s;
+    QTest::newRow("type not a string") << u"{\"type\": 1}"_s;
+}
+
+void TestPreviewPage::malformedMessagesAreIgnored()
+{
+    QFETCH(QString, json);
+    QSignalSpy messages(m_page, &PreviewPage::messageReceived);
+    m_page->receive(json);
+    QCOMPARE(messages.count(), 0);
+}
+
+void TestPreviewPage::noScriptFromADocumentRuns()
+{
+    const QString hostile = uR"md(# Hostile
+
+<script>window.pwned = 'script'</script>
+<img src="nope.png" onerror="window.pwned = 'onerror'">
+<svg><script>window.pwned = 'svg'</script><animate onbegin="window.pwned = 'animate'"/></svg>
+<iframe srcdoc="<script>parent.pwned = 'iframe'</script>"></iframe>
+<object data="javascript:window.pwned='object'"></object>
+<a id="js" href="javascript:window.pwned = 'href'">click</a>
+<form action="javascript:window.pwned='form'"><button id="b">go</button></form>
+<math><mtext><table><mglyph><style><img src=x onerror="window.pwned='mxss'">
+<div style="background:url(javascript:window.pwned='css')">styled</div>
+[md link](javascript:window.pwned='md')
+)md"_s;
+    QSignalSpy messages(m_page, &PreviewPage::messageReceived);
+    renderAndWait(hostile);
+    eval(u"document.getElementById('js') && document.getElementById('js').click()"_s);
+    eval(u"Array.from(document.querySelectorAll('main a')).forEach(a => a.click())"_s);
+    // A document-made frame could otherwise post into the channel.
+    eval(
+        u"(() => { const f = document.createElement('iframe'); f.srcdoc = \"<script>parent.document.dispatchEvent(new CustomEvent('lumo-post', {detail: JSON.stringify({type: 'copy', text: 'frame'})}))</script>\"; document.body.appendChild(f); })()"_s);
+    QTest::qWait(500);
+
+    QCOMPARE(eval(u"typeof window.pwned"_s).toString(), u"undefined"_s);
+    QCOMPARE(
+        eval(
+            u"document.querySelectorAll('main script, main iframe, main object, main embed, main form').length"_s)
+            .toInt(),
+        0);
+    QCOMPARE(
+        eval(
+            u"Array.from(document.querySelectorAll('main *')).filter(e => Array.from(e.attributes).some(a => a.name.startsWith('on'))).length"_s)
+            .toInt(),
+        0);
+    for (const QList<QVariant> &arguments : std::as_const(messages))
+        QVERIFY(arguments.at(0).toJsonObject().value(u"type"_s) != u"copy"_s);
+}
+
+void TestPreviewPage::localImagesLoadOnlyThroughTheAssetScheme()
+{
+    QImage image(3, 2, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QVERIFY(image.save(m_dir.filePath(u"pic.png"_s)));
+    QFile secret(m_dir.filePath(u"secret.txt"_s));
+    QVERIFY(secret.open(QIODevice::WriteOnly));
+    secret.write("secret");
+    secret.close();
+
+    const QString base = QUrl::fromLocalFile(m_dir.path() + u"/"_s).toString();
+    renderAndWait(
+        u"![ok](pic.png) ![no](secret.txt) ![abs](%1)\n"_s.arg(m_dir.filePath(u"pic.png"_s)), base);
+    const QString sources = u"Array.from(document.querySelectorAll('main img')).map(i => i.src)"_s;
+    const QStringList srcs = eval(sources).toStringList();
+    QCOMPARE(srcs.size(), 3);
+    QVERIFY2(srcs.at(0).startsWith(u"mv-asset:"_s), qPrintable(srcs.at(0)));
+    QVERIFY(srcs.at(0).endsWith(u"/pic.png"_s));
+
+    const QString widths =
+        u"Array.from(document.querySelectorAll('main img')).map(i => i.complete ? i.naturalWidth : -1)"_s;
+    QTRY_COMPARE(eval(widths).toList(), (QVariantList{3, 0, 3}));
+}
+
+void TestPreviewPage::linkClicksLeaveThePageAlone()
+{
+    renderAndWait(
+        u"[web](https://example.org/x) [doc](other.md) [anchor](#top-heading)\n\n# Top heading\n"_s,
+        QUrl::fromLocalFile(m_dir.path() + u"/"_s).toString());
+    QSignalSpy clicks(m_page, &PreviewPage::linkClicked);
+    const QUrl before = m_page->url();
+    eval(u"document.querySelectorAll('main a')[0].click()"_s);
+    QTRY_COMPARE(clicks.count(), 1);
+    QCOMPARE(clicks.at(0).at(0).toUrl(), QUrl(u"https://example.org/x"_s));
+    eval(u"document.querySelectorAll('main a')[1].click()"_s);
+    QTRY_COMPARE(clicks.count(), 2);
+    QCOMPARE(clicks.at(1).at(0).toUrl(), QUrl::fromLocalFile(m_dir.filePath(u"other.md"_s)));
+    // In-page anchors scroll the page; nothing leaves it.
+    eval(u"document.querySelectorAll('main a')[2].click()"_s);
+    QTest::qWait(200);
+    QCOMPARE(clicks.count(), 2);
+    QCOMPARE(m_page->url().adjusted(QUrl::RemoveFragment), before.adjusted(QUrl::RemoveFragment));
+    QVERIFY(!eval(u"document.querySelector('main h1') === null"_s).toBool());
+}
+
+LUMO_WEB_TEST_MAIN(TestPreviewPage)
+#include "tst_previewpage.moc"

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "document/LocalAssetHandler.h"
+#include "document/PreviewPage.h"
+
+#include <QApplication>
+#include <QJsonValue>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QWebEnginePage>
+
+// Helpers for tests that drive a real reading page offscreen.
+namespace WebTest {
+
+// Evaluates an expression in the page's main world and waits for its value.
+inline QVariant evaluate(QWebEnginePage *page, const QString &script)
+{
+    QVariant result;
+    bool done = false;
+    page->runJavaScript(script, [&](const QVariant &value) {
+        result = value;
+        done = true;
+    });
+    if (!QTest::qWaitFor([&] { return done; }, 10000))
+        qWarning("script did not answer: %s", qPrintable(script));
+    return result;
+}
+
+// Waits for the page to send a message of the given type; returns it.
+inline QJsonObject waitForMessage(PreviewPage *page, const QString &type, int timeout = 20000)
+{
+    QJsonObject found;
+    auto connection =
+        QObject::connect(page, &PreviewPage::messageReceived, [&](const QJsonObject &message) {
+            if (found.isEmpty() && message.value(QLatin1String("type")).toString() == type)
+                found = message;
+        });
+    (void)QTest::qWaitFor([&] { return !found.isEmpty(); }, timeout);
+    QObject::disconnect(connection);
+    return found;
+}
+
+} // namespace WebTest
+
+// main() for web tests: the asset scheme is declared before the application exists,
+// and settings and data go to a temporary home, never the user's.
+#define LUMO_WEB_TEST_MAIN(TestClass)                                                              \
+    int main(int argc, char *argv[])                                                               \
+    {                                                                                              \
+        QTemporaryDir home;                                                                        \
+        qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());              \
+        qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toUtf8());                  \
+        LocalAssetHandler::registerScheme();                                                       \
+        QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);                                \
+        QApplication app(argc, argv);                                                              \
+        TestClass test;                                                                            \
+        return QTest::qExec(&test, argc, argv);                                                    \
+    }
