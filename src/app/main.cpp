@@ -6,6 +6,7 @@
 #include "document/TextEncoding.h"
 
 #include <cstdio>
+#include <unistd.h>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -51,6 +52,10 @@ QJsonObject openRequest(const QStringList &arguments)
 
 int main(int argc, char *argv[])
 {
+    // Chromium refuses to start its sandbox as root; the page runs no foreign script
+    // anyway (it is sanitised and its policy allows only its own).
+    if (::geteuid() == 0)
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
     LocalAssetHandler::registerScheme();
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);

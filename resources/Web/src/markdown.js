@@ -25,6 +25,34 @@ function validateLink(url) {
   return BAD_PROTOCOL.test(s) ? GOOD_DATA.test(s) : true;
 }
 
+// markdown-it-footnote appends each footnote with Array#concat, which copies
+// the whole token stream every time: quadratic in long documents with many
+// footnotes. Its tail rule gets an array whose concat appends in place.
+class AppendingTokens extends Array {
+  concat(...items) {
+    for (const item of items) {
+      if (Array.isArray(item)) for (const t of item) this.push(t);
+      else this.push(item);
+    }
+    return this;
+  }
+}
+
+function linearFootnoteTail(md) {
+  const rule = md.core.ruler.__rules__.find((r) => r.name === 'footnote_tail');
+  if (!rule) return;
+  const tail = rule.fn;
+  md.core.ruler.at('footnote_tail', (state) => {
+    if (!state.env.footnotes) return;
+    state.tokens = AppendingTokens.from(state.tokens);
+    try {
+      tail(state);
+    } finally {
+      state.tokens = Array.from(state.tokens);
+    }
+  });
+}
+
 export function createMarkdown() {
   const md = new MarkdownIt(MARKDOWN_OPTIONS);
   md.validateLink = validateLink;
@@ -47,6 +75,7 @@ export function createMarkdown() {
     .use(fences)
     .use(alerts)
     .use(footnote)
+    .use(linearFootnoteTail)
     .use(markPlugin)
     .use(emoji)
     .use(tasks)

@@ -47,11 +47,11 @@ test('outline ids are GitHub slugs, unique per document', async (t) => {
   assert.equal(slugify('  Two  spaces '), '--two--spaces-');
 });
 
-test('outline reports level and visible text', () => {
+test('outline reports level, visible text and source line', () => {
   const { outline } = convert('Title\n=====\n\n### A *b* `c`\n');
   assert.deepEqual(outline, [
-    { level: 1, text: 'Title', id: 'title' },
-    { level: 3, text: 'A b c', id: 'a-b-c' },
+    { level: 1, text: 'Title', id: 'title', line: 0 },
+    { level: 3, text: 'A b c', id: 'a-b-c', line: 3 },
   ]);
 });
 
@@ -139,6 +139,15 @@ test('GFM extras', () => {
   assert.match(html, /<a href="https:\/\/www.example.com">www.example.com<\/a>/);
   assert.ok(!html.includes('href="http://README.md"'));
   assert.match(html, /<section class="footnotes">/);
+});
+
+test('footnotes keep their order and back-references', () => {
+  const { html } = convert('a[^x] b[^y] c[^x]\n\n[^y]: Why.\n[^x]: Ex.');
+  const items = Array.from(html.matchAll(/<li id="(fn\d+)"[^>]*><p[^>]*>(\w+)\.(.*?)<\/p>/g), (m) => [m[1], m[2], m[3].match(/fnref[\d:]+/g)]);
+  assert.deepEqual(items, [
+    ['fn1', 'Ex', ['fnref1', 'fnref1:1']],
+    ['fn2', 'Why', ['fnref2']],
+  ]);
 });
 
 test('links and images resolve against the base folder', async (t) => {

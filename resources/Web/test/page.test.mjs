@@ -26,7 +26,17 @@ before(async () => {
   window.IntersectionObserver = Observer;
   window.ResizeObserver = Observer;
   window.matchMedia = () => ({ matches: false, addEventListener() {} });
-  window.scrollTo = () => {};
+  // A fake layout: every source line is 20px tall, blocks sit where their lines are.
+  let scrollY = 0;
+  Object.defineProperty(window, 'scrollY', { get: () => scrollY, configurable: true });
+  window.scrollTo = (x, y) => {
+    scrollY = Math.max(0, typeof x === 'object' ? x.top : y);
+  };
+  window.Element.prototype.getBoundingClientRect = function rect() {
+    const start = Number(this.getAttribute('data-line'));
+    const end = Number(this.getAttribute('data-line-end'));
+    return { top: start * 20 - scrollY, height: (end - start) * 20, width: 600 };
+  };
   for (const name of ['window', 'document', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
     Object.defineProperty(globalThis, name, { value: name === 'window' ? window : window[name], configurable: true, writable: true });
   }
@@ -43,7 +53,7 @@ test('render posts rendered with its revision, then the outline', () => {
   mv.render(DOC, 'file:///home/u/doc/', { diff: false, rev: 4 });
   assert.deepEqual(take(), [
     { type: 'rendered', rev: 4 },
-    { type: 'outline', items: [{ level: 1, text: 'Title', id: 'title' }, { level: 2, text: 'Second', id: 'second' }] },
+    { type: 'outline', items: [{ level: 1, text: 'Title', id: 'title', line: 0 }, { level: 2, text: 'Second', id: 'second', line: 9 }] },
   ]);
   assert.equal(main.querySelector('img').getAttribute('src'), 'mv-asset:///home/u/doc/img/a.png');
 });
@@ -160,4 +170,28 @@ test('appearance: window mode, override for output, and back', async () => {
   assert.equal(await mv.setAppearance(null), 'dark');
   mv.setWindowAppearance(null);
   assert.ok(!root.classList.contains('dark'));
+});
+
+test('scrolling reports the fractional top line once per frame, but not for its own scrolls', async () => {
+  mv.render(Array.from({ length: 40 }, (_, i) => `Paragraph ${i}.`).join('\n\n'), null, { rev: 1 });
+  take();
+  const frame = () => new Promise((resolve) => window.requestAnimationFrame(() => setTimeout(resolve, 0)));
+  const scrollEvent = () => window.dispatchEvent(new window.Event('scroll'));
+
+  mv.scrollToLine(10.5);
+  assert.equal(window.scrollY, 210);
+  scrollEvent();
+  await frame();
+  assert.deepEqual(take(), [], 'own scroll is not echoed');
+
+  window.scrollTo(0, 300);
+  scrollEvent();
+  scrollEvent();
+  await frame();
+  assert.deepEqual(take(), [{ type: 'topLine', line: 15 }]);
+
+  window.scrollTo(0, 410);
+  scrollEvent();
+  await frame();
+  assert.deepEqual(take(), [{ type: 'topLine', line: 20.5 }]);
 });

@@ -1,5 +1,6 @@
 // Heading anchors and the outline. Ids are unique per document; the outline
-// lists every heading in order with the same ids.
+// lists every heading in order with the same ids, and the source line each
+// starts on, so the editor can jump to it.
 import { createSlugger } from '../slug.js';
 
 export function inlineText(children) {
@@ -37,7 +38,7 @@ export default function headings(md) {
       const text = inlineText(tokens[i + 1]?.children).replace(/\s+/g, ' ').trim();
       const id = unique(text);
       open.attrSet('id', id);
-      outline.push({ level: Number(open.tag.slice(1)), text, id });
+      outline.push({ level: Number(open.tag.slice(1)), text, id, line: open.map ? open.map[0] : -1 });
     }
     state.env.outline = outline;
   });

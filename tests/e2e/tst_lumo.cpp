@@ -1,0 +1,199 @@
+// End to end: the real lumo binary, offscreen, with a temporary home, driven through
+// its command line and the diagnostic hooks exactly as a user's shell would.
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+class TestLumo : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void exportsAStandalonePage();
+    void laterLaunchesHandTheirFilesOver();
+    void readsStandardInput();
+    void hooksNeedTheirPreference();
+
+private:
+    QProcessEnvironment environment() const;
+    void start(const QStringList &arguments, bool debugHooks = true);
+    // Runs a short-lived lumo (a later launch or --post) to completion.
+    int run(const QStringList &arguments, const QByteArray &input = {});
+    QString fixture(const QString &name, const QByteArray &bytes);
+    // Lines "Lumo JS error: <tag>:<text>" printed by every open page for a probe script.
+    QStringList probe(const QString &expression);
+
+    std::unique_ptr<QTemporaryDir> m_home;
+    std::unique_ptr<QProcess> m_lumo;
+    QByteArray m_output;
+    int m_probes = 0;
+};
+
+void TestLumo::init()
+{
+    m_home = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_home->isValid());
+    QDir(m_home->path()).mkpath(u"config/Lumo"_s);
+    QDir(m_home->path()).mkpath(u"run"_s);
+    QFile::setPermissions(m_home->filePath(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    m_output.clear();
+}
+
+void TestLumo::cleanup()
+{
+    if (m_lumo) {
+        m_lumo->kill();
+        m_lumo->waitForFinished(5000);
+        m_lumo.reset();
+    }
+}
+
+QProcessEnvironment TestLumo::environment() const
+{
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(u"XDG_CONFIG_HOME"_s, m_home->filePath(u"config"_s));
+    env.insert(u"XDG_DATA_HOME"_s, m_home->filePath(u"data"_s));
+    env.insert(u"XDG_RUNTIME_DIR"_s, m_home->filePath(u"run"_s));
+    env.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+    env.remove(u"LUMO_DATA_DIR"_s); // the binary must find its page by itself
+    return env;
+}
+
+void TestLumo::start(const QStringList &arguments, bool debugHooks)
+{
+    QFile conf(m_home->filePath(u"config/Lumo/Lumo.conf"_s));
+    QVERIFY(conf.open(QIODevice::WriteOnly));
+    conf.write("[General]\nlaunchedBefore=true\ndebugHooks=" + QByteArray(debugHooks ? "true" : "false") + "\n");
+    conf.close();
+
+    m_lumo = std::make_unique<QProcess>();
+    m_lumo->setProcessEnvironment(environment());
+    m_lumo->setProcessChannelMode(QProcess::SeparateChannels);
+    connect(m_lumo.get(), &QProcess::readyReadStandardOutput, this,
+            [this] { m_output += m_lumo->readAllStandardOutput(); });
+    m_lumo->start(QStringLiteral(LUMO_BINARY), arguments);
+    QVERIFY(m_lumo->waitForStarted());
+    // Ready once its socket answers.
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_home->filePath(u"run"_s) + u"/lumo-%1.socket"_s.arg(::getuid())), 20000);
+}
+
+int TestLumo::run(const QStringList &arguments, const QByteArray &input)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment());
+    process.start(QStringLiteral(LUMO_BINARY), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(20000))
+        return -1;
+    return process.exitCode();
+}
+
+QString TestLumo::fixture(const QString &name, const QByteArray &bytes)
+{
+    const QString path = m_home->filePath(name);
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(bytes);
+    return path;
+}
+
+QStringList TestLumo::probe(const QString &expression)
+{
+    const QString tag = u"probe%1"_s.arg(++m_probes);
+    run({u"--post"_s, u"lumoapp.debug.js"_s,
+         u"console.error('%1:' + (%2))"_s.arg(tag, expression)});
+    QStringList found;
+    const auto collect = [&] {
+        found.clear();
+        for (const QByteArray &line : m_output.split('\n')) {
+            const QString text = QString::fromUtf8(line);
+            const QString prefix = u"Lumo JS error: %1:"_s.arg(tag);
+            if (text.startsWith(prefix))
+                found.append(text.mid(prefix.size()).section(u" ("_s, 0, 0));
+        }
+        return !found.isEmpty();
+    };
+    (void)QTest::qWaitFor(collect, 10000);
+    QTest::qWait(300);
+    collect();
+    found.sort();
+    return found;
+}
+
+void TestLumo::exportsAStandalonePage()
+{
+    QImage image(4, 4, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    QVERIFY(QDir().mkpath(m_home->filePath(u"docs"_s)));
+    QVERIFY(image.save(m_home->filePath(u"docs/dot.png"_s)));
+    const QString doc = fixture(u"docs/R&D <notes>.md"_s,
+                                "# Results\n\n| a | b |\n|---|--:|\n| 1 | 2 |\n\n$$e^{i\\pi}+1=0$$\n\n"
+                                "![dot](dot.png)\n");
+    start({doc});
+    const QString out = m_home->filePath(u"export.html"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(run({u"--post"_s, u"lumoapp.debug.exportHTML"_s, out}) == 0 &&
+                                 QFile::exists(out),
+                             30000);
+    QFile file(out);
+    QTRY_VERIFY(file.size() > 0);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QString html = QString::fromUtf8(file.readAll());
+
+    QVERIFY(html.startsWith(u"<!doctype html>\n<html lang=\"en\" class=\""_s));
+    QVERIFY(html.contains(u"<title>R&amp;D &lt;notes&gt;</title>"_s));
+    QVERIFY(html.contains(u"content=\"default-src 'none'; img-src data: https: http:;"_s));
+    QVERIFY(html.contains(u"<table"_s));
+    QVERIFY(html.contains(u"src=\"data:image/png;base64,"_s));
+    QVERIFY(html.contains(u"url(data:font/woff2;base64,"_s));
+    QVERIFY(!html.contains(u"url(fonts/KaTeX_Main-Regular.woff2)"_s));
+    QVERIFY(!html.contains(u"<script"_s));
+    QVERIFY(html.endsWith(u"\n</main>\n</body>\n</html>"_s));
+}
+
+void TestLumo::laterLaunchesHandTheirFilesOver()
+{
+    const QString first = fixture(u"first.md"_s, "# First\n");
+    const QString second = fixture(u"second.md"_s, "# Second\n");
+    start({first});
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
+                              QStringList{u"First"_s}, 30000);
+
+    QCOMPARE(run({second}), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
+                              (QStringList{u"First"_s, u"Second"_s}), 30000);
+    // Asking again raises the open tab instead of opening a second one.
+    QCOMPARE(run({second}), 0);
+    QTest::qWait(500);
+    QCOMPARE(probe(u"document.querySelector('main h1').textContent"_s).size(), 2);
+}
+
+void TestLumo::readsStandardInput()
+{
+    start({fixture(u"first.md"_s, "# First\n")});
+    QCOMPARE(run({u"-"_s}, "# Piped *in*\n"), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
+                              (QStringList{u"First"_s, u"Piped in"_s}), 30000);
+}
+
+void TestLumo::hooksNeedTheirPreference()
+{
+    start({fixture(u"first.md"_s, "# First\n")}, false);
+    const QString out = m_home->filePath(u"export.html"_s);
+    QCOMPARE(run({u"--post"_s, u"lumoapp.debug.exportHTML"_s, out}), 0);
+    QTest::qWait(2000);
+    QVERIFY(!QFile::exists(out));
+}
+
+QTEST_GUILESS_MAIN(TestLumo)
+#include "tst_lumo.moc"
