@@ -2,11 +2,10 @@
 #include "app/LegacyMigration.h"
 #include "app/Preferences.h"
 #include "app/SingleInstance.h"
-#include "document/LocalAssetHandler.h"
+#include "app/WebEngineSetup.h"
 #include "document/TextEncoding.h"
 
 #include <cstdio>
-#include <unistd.h>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -52,12 +51,7 @@ QJsonObject openRequest(const QStringList &arguments)
 
 int main(int argc, char *argv[])
 {
-    // Chromium refuses to start its sandbox as root; the page runs no foreign script
-    // anyway (it is sanitised and its policy allows only its own).
-    if (::geteuid() == 0)
-        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-    LocalAssetHandler::registerScheme();
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    WebEngineSetup::prepare();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Lumo"));
     QApplication::setApplicationDisplayName(QStringLiteral("Lumo"));

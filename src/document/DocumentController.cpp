@@ -83,7 +83,7 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
                                        QObject *parent)
     : QObject(parent)
     , m_document(document)
-    , m_webView(new QWebEngineView)
+    , m_webView(new QWebEngineView(qobject_cast<QWidget *>(parent)))
     , m_mode(startInEditMode ? Mode::Edit : Mode::Read)
     , m_sidebarVisible(Preferences::shared().showSidebar())
 {

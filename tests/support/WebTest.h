@@ -1,6 +1,6 @@
 #pragma once
 
-#include "document/LocalAssetHandler.h"
+#include "app/WebEngineSetup.h"
 #include "document/PreviewPage.h"
 
 #include <QApplication>
@@ -51,8 +51,7 @@ inline QJsonObject waitForMessage(PreviewPage *page, const QString &type, int ti
         QTemporaryDir home;                                                                        \
         qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());              \
         qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toUtf8());                  \
-        LocalAssetHandler::registerScheme();                                                       \
-        QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);                                \
+        WebEngineSetup::prepare();                                                                 \
         QApplication app(argc, argv);                                                              \
         TestClass test;                                                                            \
         return QTest::qExec(&test, argc, argv);                                                    \

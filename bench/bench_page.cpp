@@ -1,0 +1,125 @@
+// The reading page in a real (offscreen) web view: time from mv.render to the
+// "rendered" message for generated 1 MB and 10 MB documents and for a one-character
+// edit of the 1 MB one, beside plain markdown-it on the same text in node.
+// Run: build/bench/bench_page   (prints figures; never fails on time)
+#include "app/WebEngineSetup.h"
+#include "document/PageScript.h"
+#include "document/PreviewPage.h"
+#include "EventLoop.h"
+
+#include <cstdio>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QWebEngineView>
+
+namespace {
+
+const QString webSource = QStringLiteral(LUMO_WEB_SOURCE);
+
+QString node(const QStringList &arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral("node"), arguments);
+    process.waitForFinished(600000);
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+struct Timing
+{
+    double rendered = -1;   // ms to the "rendered" message
+    double firstBlock = -1; // ms until the first block is in the page
+};
+
+Timing timeRender(PreviewPage *page, const QString &text, qint64 revision)
+{
+    Timing timing;
+    QElapsedTimer clock;
+    bool done = false;
+    auto connection =
+        QObject::connect(page, &PreviewPage::messageReceived, [&](const QJsonObject &message) {
+            if (message.value(QLatin1String("type")) == QLatin1String("rendered") &&
+                message.value(QLatin1String("rev")).toInteger() == revision)
+                done = true;
+        });
+    clock.start();
+    page->call(PageScript::render(text, std::nullopt, false, revision));
+    // The first screen: poll for the first rendered block while the render runs.
+    QTimer poll;
+    poll.setInterval(5);
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (timing.firstBlock >= 0)
+            return;
+        // Answered only when the page's script is free again, which is when a reader
+        // could see and scroll the first blocks.
+        page->runJavaScript(QStringLiteral("!!document.querySelector('main.markdown > *')"),
+                            [&timing, &clock](const QVariant &value) {
+                                if (value.toBool() && timing.firstBlock < 0)
+                                    timing.firstBlock = clock.nsecsElapsed() / 1e6;
+                            });
+    });
+    poll.start();
+    runUntil([&] { return done; }, 600000);
+    timing.rendered = clock.nsecsElapsed() / 1e6;
+    runUntil([&] { return timing.firstBlock >= 0; }, 5000);
+    QObject::disconnect(connection);
+    return timing;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    WebEngineSetup::prepare();
+    QApplication app(argc, argv);
+
+    QTemporaryDir dir;
+    QWebEngineView view;
+    auto *page = new PreviewPage(&view);
+    view.setPage(page);
+    view.resize(900, 1000);
+    view.show();
+    bool ready = false;
+    QObject::connect(page, &PreviewPage::messageReceived, [&](const QJsonObject &message) {
+        if (message.value(QLatin1String("type")) == QLatin1String("ready"))
+            ready = true;
+    });
+    page->loadIndex();
+    if (!runUntil([&] { return ready; }, 30000)) {
+        std::fputs("the page did not load\n", stderr);
+        return 1;
+    }
+
+    std::printf("%-26s %12s %14s %16s\n", "document", "rendered ms", "first screen ms",
+                "markdown-it ms");
+    qint64 revision = 0;
+    for (const int megabytes : {1, 10}) {
+        const QString file = dir.filePath(QStringLiteral("doc%1.md").arg(megabytes));
+        node({webSource + QStringLiteral("/bench/generate.mjs"), file,
+              QString::number(megabytes * 1000 * 1000)});
+        QFile input(file);
+        if (!input.open(QIODevice::ReadOnly))
+            return 1;
+        const QString text = QString::fromUtf8(input.readAll());
+        const QString plain =
+            node({webSource + QStringLiteral("/bench/plain.mjs"), file, QStringLiteral("3")});
+
+        timeRender(page, QString(), ++revision);
+        const Timing first = timeRender(page, text, ++revision);
+        std::printf("%-26s %12.1f %14.1f %16s\n",
+                    qPrintable(QStringLiteral("%1 MB, first render").arg(megabytes)),
+                    first.rendered, first.firstBlock, qPrintable(plain));
+        if (megabytes != 1)
+            continue;
+        QString edited = text;
+        edited.insert(edited.size() / 2, QLatin1Char('x'));
+        const Timing edit = timeRender(page, edited, ++revision);
+        std::printf("%-26s %12.1f %14s %16s\n", "1 MB, one-character edit", edit.rendered, "", "");
+    }
+    return 0;
+}

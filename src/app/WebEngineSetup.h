@@ -1,0 +1,9 @@
+#pragma once
+
+// What the web engine needs before the application object exists: the asset
+// scheme, shared GL contexts, and the engine's command-line flags.
+namespace WebEngineSetup {
+
+void prepare();
+
+} // namespace WebEngineSetup
