@@ -11,7 +11,7 @@ lumo_packages=(
     libqpdf-dev       # dark backgrounds under exported PDF pages
     libbenchmark-dev  # the benchmarks under bench/
     xvfb xauth        # a display for the GUI tests
-    fonts-dejavu-core # a font for offscreen rendering
+    fonts-dejavu-core fonts-noto-color-emoji # text and emoji in the page
 )
 
 lumo_missing_packages() {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <QCoreApplication>
+#include <QFontDatabase>
 #include <QIcon>
 #include <QLabel>
 #include <QPlainTextEdit>
@@ -51,6 +52,7 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     document->setParent(m_controller);
 
     m_editor->setFrameShape(QFrame::NoFrame);
+    m_editor->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     m_editor->setMinimumWidth(paneMinimumWidth);
     m_editor->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     m_editor->document()->setDocumentMargin(28);
