@@ -110,7 +110,12 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
         // A new renderer starts from an empty page that must say "ready" again.
         m_isReady = false;
         m_pendingRender = true;
-        this->page()->loadIndex();
+        // Not from inside the engine's own notification: the new process is started
+        // only for a load asked for afterwards.
+        QTimer::singleShot(0, this, [this] {
+            if (PreviewPage *preview = this->page())
+                preview->loadIndex();
+        });
     });
     page->loadIndex();
 

@@ -85,14 +85,6 @@ QWebEngineProfile *PreviewPage::sharedProfile()
     // Off the record: a reader needs no cookies, cache or history on disk.
     profile = new QWebEngineProfile(QCoreApplication::instance());
     profile->installUrlSchemeHandler(LocalAssetHandler::scheme, new LocalAssetHandler(profile));
-
-    QWebEngineScript relay;
-    relay.setName(QStringLiteral("lumo-relay"));
-    relay.setSourceCode(relayScript(indexUrl()));
-    relay.setInjectionPoint(QWebEngineScript::DocumentCreation);
-    relay.setWorldId(QWebEngineScript::ApplicationWorld);
-    relay.setRunsOnSubFrames(false);
-    profile->scripts()->insert(relay);
     return profile;
 }
 
@@ -107,17 +99,34 @@ PreviewPage::PreviewPage(QObject *parent)
     auto *channel = new QWebChannel(this);
     channel->registerObject(QStringLiteral("endpoint"), new ChannelEndpoint(this));
     setWebChannel(channel, QWebEngineScript::ApplicationWorld);
+    installRelay();
     setBackgroundColor(Qt::transparent);
 
     connect(this, &QWebEnginePage::loadStarted, this,
             [this] { failPendingReplies(QStringLiteral("the page was reloaded")); });
-    connect(this, &QWebEnginePage::renderProcessTerminated, this,
-            [this] { failPendingReplies(QStringLiteral("the page's process ended")); });
+    connect(this, &QWebEnginePage::renderProcessTerminated, this, [this] {
+        failPendingReplies(QStringLiteral("the page's process ended"));
+        // A new renderer process does not get the page's scripts by itself.
+        installRelay();
+    });
 }
 
 PreviewPage::~PreviewPage()
 {
     failPendingReplies(QStringLiteral("the page was closed"));
+}
+
+void PreviewPage::installRelay()
+{
+    static const QString source = relayScript(indexUrl());
+    QWebEngineScript relay;
+    relay.setName(QStringLiteral("lumo-relay"));
+    relay.setSourceCode(source);
+    relay.setInjectionPoint(QWebEngineScript::DocumentCreation);
+    relay.setWorldId(QWebEngineScript::ApplicationWorld);
+    relay.setRunsOnSubFrames(false);
+    scripts().clear();
+    scripts().insert(relay);
 }
 
 void PreviewPage::loadIndex()

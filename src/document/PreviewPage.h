@@ -52,6 +52,7 @@ protected:
     QWebEnginePage *createWindow(WebWindowType type) override;
 
 private:
+    void installRelay();
     void failPendingReplies(const QString &error);
 
     qint64 m_nextRequest = 1;

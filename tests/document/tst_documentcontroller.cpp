@@ -4,6 +4,7 @@
 #include "document/DocumentController.h"
 #include "support/WebTest.h"
 
+#include <csignal>
 #include <QFile>
 
 using namespace Qt::StringLiterals;
@@ -22,6 +23,7 @@ private Q_SLOTS:
     void changesOnDisk();
     void staleTaskTogglesAreIgnored();
     void deferredActionsRunOnceAfterTheFirstRender();
+    void aCrashedPageComesBack();
     void zoomSteps_data();
     void zoomSteps();
 
@@ -214,6 +216,25 @@ void TestDocumentController::deferredActionsRunOnceAfterTheFirstRender()
     // Already rendered: runs at once.
     DocumentController::whenReady(path, [&] { ++runs; });
     QCOMPARE(runs, 2);
+}
+
+void TestDocumentController::aCrashedPageComesBack()
+{
+    auto *document = new OpenDocument(u"# Survivor"_s);
+    DocumentController *controller = open(document);
+    QSignalSpy rendered(controller, &DocumentController::renderCompleted);
+    QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000);
+
+    const qint64 renderer = controller->page()->renderProcessPid();
+    QVERIFY(renderer > 0);
+    QCOMPARE(::kill(static_cast<pid_t>(renderer), SIGKILL), 0);
+    QTRY_VERIFY(!controller->isReady());
+    // Edits made while the page is gone are what the new page shows.
+    document->setText(u"# Survivor, edited"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 2, 20000);
+    QVERIFY(controller->isReady());
+    QCOMPARE(eval(controller, u"document.querySelector('main h1').textContent"_s).toString(),
+             u"Survivor, edited"_s);
 }
 
 void TestDocumentController::zoomSteps_data()

@@ -1,6 +1,9 @@
 #include "document/MarkdownDocument.h"
+#include "document/OpenDocument.h"
 
 #include <QFile>
+#include <QSignalSpy>
+#include <QStringEncoder>
 #include <QTemporaryDir>
 #include <QTest>
 #include <sys/stat.h>
@@ -21,6 +24,8 @@ private Q_SLOTS:
     void saveReplacesTheFileKeepingItsPermissions();
     void saveWritesThroughASymbolicLink();
     void failedSaveSaysWhy();
+    void openEditSaveReopen_data();
+    void openEditSaveReopen();
 
 private:
     QString path(const QString &name) const { return m_dir->filePath(name); }
@@ -151,6 +156,48 @@ void TestMarkdownDocument::failedSaveSaysWhy()
     QString error;
     QVERIFY(!MarkdownDocument{u"new"_s}.write(path(u"missing/doc.md"_s), &error));
     QVERIFY2(error.startsWith(u"The file “doc.md” could not be saved: "_s), qPrintable(error));
+}
+
+void TestMarkdownDocument::openEditSaveReopen_data()
+{
+    QTest::addColumn<QByteArray>("original");
+    QTest::addColumn<QByteArray>("encoding");
+
+    QTest::newRow("utf-8 with mark, CRLF") << "\xEF\xBB\xBF# T\r\n\r\ncaf\xC3\xA9\r\n"_ba
+                                           << "UTF-8"_ba;
+    QTest::newRow("utf-16le with mark") << QByteArray("\xFF\xFE#\0 \0T\0\n\0", 10) << "UTF-16LE"_ba;
+    QTest::newRow("windows-1252") << "# \x93Quoted\x94\n"_ba
+                                  << "windows-1252"_ba;
+    QTest::newRow("koi8-r")
+        << QByteArray(QStringEncoder("KOI8-R").encode(
+               u"# Заметки\n\nПривет, мир! Это текст в кодировке КОИ-8, он должен прочитаться правильно.\n"_s))
+        << "KOI8-R"_ba;
+}
+
+void TestMarkdownDocument::openEditSaveReopen()
+{
+    QFETCH(QByteArray, original);
+    QFETCH(QByteArray, encoding);
+    const QString file = path(u"doc.md"_s);
+    put(file, original);
+
+    std::unique_ptr<OpenDocument> document(OpenDocument::open(file, nullptr));
+    QVERIFY(document);
+    QCOMPARE(document->encoding().encoding.toUpper(), encoding.toUpper());
+    QSignalSpy modified(document.get(), &OpenDocument::modifiedChanged);
+    const QString edited = document->text() + u"end\n"_s;
+    document->setText(edited);
+    QVERIFY(document->isModified());
+    QVERIFY(document->save());
+    QVERIFY(!document->isModified());
+    QCOMPARE(modified.count(), 2);
+
+    std::unique_ptr<OpenDocument> reopened(OpenDocument::open(file, nullptr));
+    QVERIFY(reopened);
+    QCOMPARE(reopened->text(), edited);
+    QCOMPARE(reopened->encoding(), document->encoding());
+    // Untouched, the original bytes stay as they were up to the edit.
+    QVERIFY(contents(file).startsWith(original));
 }
 
 QTEST_APPLESS_MAIN(TestMarkdownDocument)
