@@ -26,6 +26,7 @@
 #include <QJsonDocument>
 #include <QSaveFile>
 #include <QUrl>
+#include <QWebEngineFindTextResult>
 #include <QWebEngineSettings>
 #include <QWebEngineView>
 
@@ -160,40 +161,40 @@ PreviewPage *DocumentController::page() const
 
 void DocumentController::setShowOutline(bool show)
 {
-    if (show == m_showOutline)
-        return;
-    m_showOutline = show;
-    Q_EMIT showOutlineChanged(show);
+    publish(m_showOutline, show, &DocumentController::showOutlineChanged);
 }
 
 void DocumentController::setShowFind(bool show)
 {
-    if (show == m_showFind)
-        return;
-    m_showFind = show;
-    Q_EMIT showFindChanged(show);
+    publish(m_showFind, show, &DocumentController::showFindChanged);
 }
 
 void DocumentController::setDiskChangePending(bool pending)
 {
-    if (pending == m_diskChangePending)
-        return;
-    m_diskChangePending = pending;
-    Q_EMIT diskChangePendingChanged(pending);
+    publish(m_diskChangePending, pending, &DocumentController::diskChangePendingChanged);
 }
 
 void DocumentController::setSidebarVisible(bool visible)
 {
-    if (visible == m_sidebarVisible)
-        return;
-    m_sidebarVisible = visible;
-    Q_EMIT sidebarVisibleChanged(visible);
+    publish(m_sidebarVisible, visible, &DocumentController::sidebarVisibleChanged);
 }
 
 void DocumentController::call(const QString &script)
 {
     if (PreviewPage *preview = page())
         preview->call(script);
+}
+
+void DocumentController::findInPreview(const QString &text, bool backwards)
+{
+    if (text.isEmpty() || !page())
+        return;
+    QPointer<DocumentController> self(this);
+    page()->findText(text, backwards ? QWebEnginePage::FindBackward : QWebEnginePage::FindFlags(),
+                     [self](const QWebEngineFindTextResult &result) {
+                         if (self)
+                             Q_EMIT self->findFinished(result.numberOfMatches() > 0);
+                     });
 }
 
 void DocumentController::scheduleRender(bool immediately)

@@ -88,6 +88,9 @@ public:
     // A step of the text size, or back to actual size without one.
     void zoom(std::optional<double> step);
     void reloadFromDisk(bool force);
+    // Searches the page's text, ignoring case and wrapping around; an empty text does
+    // nothing. findFinished reports whether anything matched.
+    void findInPreview(const QString &text, bool backwards);
     // Evaluates a script in the page; failures are printed as "Lumo JS error: ".
     void call(const QString &script);
 
@@ -111,6 +114,7 @@ Q_SIGNALS:
     void diskChangePendingChanged(bool pending);
     void sidebarVisibleChanged(bool visible);
     void renderCompleted(qint64 revision);
+    void findFinished(bool found);
     // The page asks to open a Markdown file (a link in it was clicked).
     void openRequested(const QString &path);
     // A diagnostic hook asks to open a file and report how that went.
@@ -119,6 +123,14 @@ Q_SIGNALS:
     void replaceRequested(const QString &path);
 
 private:
+    // Sets a published flag and announces it, when it changes.
+    void publish(bool &field, bool value, void (DocumentController::*changed)(bool))
+    {
+        if (field == value)
+            return;
+        field = value;
+        Q_EMIT(this->*changed)(value);
+    }
     void handleMessage(const QJsonObject &message);
     void handleDebugHook(const QString &name, const QString &argument);
     void pageBecameReady();

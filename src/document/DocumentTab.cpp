@@ -2,6 +2,8 @@
 
 #include "app/Preferences.h"
 #include "DiskChangeBanner.h"
+#include "FindBar.h"
+#include "PreviewPage.h"
 
 #include <algorithm>
 #include <cmath>
@@ -46,14 +48,17 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     , m_columns(new QSplitter(Qt::Horizontal, this))
     , m_sidebar(noFolderView(m_columns))
     , m_banner(new DiskChangeBanner(this))
+    , m_pageFind(new FindBar(false, this))
+    , m_editorFind(new FindBar(true, this))
     , m_panes(new QSplitter(Qt::Horizontal, this))
-    , m_editor(new QPlainTextEdit(m_panes))
+    , m_editor(new QPlainTextEdit)
 {
     document->setParent(m_controller);
 
     m_editor->setFrameShape(QFrame::NoFrame);
     m_editor->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     m_editor->setMinimumWidth(paneMinimumWidth);
+    m_editor->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     m_editor->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     m_editor->document()->setDocumentMargin(28);
     m_editor->setPlainText(document->text());
@@ -61,7 +66,15 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
 
     QWebEngineView *page = m_controller->webView();
     page->setMinimumWidth(paneMinimumWidth);
-    m_panes->addWidget(m_editor);
+    // The editor keeps a find bar of its own above it.
+    m_editorPane = new QWidget(m_panes);
+    auto *editorLayout = new QVBoxLayout(m_editorPane);
+    editorLayout->setContentsMargins(0, 0, 0, 0);
+    editorLayout->setSpacing(0);
+    editorLayout->addWidget(m_editorFind);
+    editorLayout->addWidget(m_editor, 1);
+    m_editorFind->hide();
+    m_panes->addWidget(m_editorPane);
     m_panes->addWidget(page);
     m_panes->setChildrenCollapsible(false);
     m_panes->setSizes({520, 520});
@@ -70,9 +83,11 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     auto *areaLayout = new QVBoxLayout(area);
     areaLayout->setContentsMargins(0, 0, 0, 0);
     areaLayout->setSpacing(0);
+    areaLayout->addWidget(m_pageFind);
     areaLayout->addWidget(m_banner);
     areaLayout->addWidget(m_panes, 1);
     m_banner->hide();
+    m_pageFind->hide();
 
     m_sidebar->setMinimumWidth(sidebarMinimumWidth);
     m_sidebar->setMaximumWidth(sidebarMaximumWidth);
@@ -117,6 +132,29 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     connect(m_banner, &DiskChangeBanner::keepMineClicked, this,
             [this] { m_controller->setDiskChangePending(false); });
 
+    connect(m_controller, &DocumentController::showFindChanged, this, [this](bool show) {
+        if (show)
+            m_pageFind->open();
+        else {
+            m_pageFind->hide();
+            m_controller->page()->findText(QString()); // clears the highlighted matches
+            m_controller->webView()->setFocus();
+        }
+    });
+    connect(m_pageFind, &FindBar::searchRequested, m_controller,
+            &DocumentController::findInPreview);
+    connect(m_pageFind, &FindBar::closeRequested, this,
+            [this] { m_controller->setShowFind(false); });
+    connect(m_controller, &DocumentController::findFinished, m_pageFind, &FindBar::setFound);
+    connect(m_editorFind, &FindBar::searchRequested, this,
+            [this](const QString &text, bool backwards) { findInEditor(text, backwards, false); });
+    connect(m_editorFind, &FindBar::textTyped, this,
+            [this](const QString &text) { findInEditor(text, false, true); });
+    connect(m_editorFind, &FindBar::closeRequested, this, [this] {
+        m_editorFind->hide();
+        m_editor->setFocus();
+    });
+
     showMode(m_controller->mode());
     showSidebar(m_controller->sidebarVisible());
     m_controller->scheduleRender(true);
@@ -125,11 +163,56 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
 void DocumentTab::showMode(DocumentController::Mode mode)
 {
     const bool editing = mode == DocumentController::Mode::Edit;
-    m_editor->setVisible(editing);
+    m_editorPane->setVisible(editing);
     if (editing)
         m_editor->setFocus();
     else
         m_controller->webView()->setFocus();
+}
+
+void DocumentTab::showFind()
+{
+    if (m_controller->mode() == DocumentController::Mode::Edit && m_editor->hasFocus())
+        m_editorFind->open();
+    else if (m_controller->showFind())
+        m_pageFind->open();
+    else
+        m_controller->setShowFind(true);
+}
+
+void DocumentTab::findNext(bool backwards)
+{
+    const bool inEditor = m_controller->mode() == DocumentController::Mode::Edit &&
+                          (m_editor->hasFocus() || m_editorFind->isVisible());
+    if (inEditor)
+        findInEditor(m_editorFind->text(), backwards, false);
+    else
+        m_controller->findInPreview(m_pageFind->text(), backwards);
+}
+
+void DocumentTab::findInEditor(const QString &text, bool backwards, bool fromSelectionStart)
+{
+    if (text.isEmpty()) {
+        m_editorFind->setFound(true);
+        return;
+    }
+    const QTextDocument::FindFlags flags =
+        backwards ? QTextDocument::FindBackward : QTextDocument::FindFlags();
+    QTextCursor from = m_editor->textCursor();
+    // Typing narrows the current match rather than jumping past it.
+    if (fromSelectionStart)
+        from.setPosition(from.selectionStart());
+    QTextCursor match = m_editor->document()->find(text, from, flags);
+    if (match.isNull()) {
+        // Around the end, as a reader expects.
+        QTextCursor wrap(m_editor->document());
+        if (backwards)
+            wrap.movePosition(QTextCursor::End);
+        match = m_editor->document()->find(text, wrap, flags);
+    }
+    m_editorFind->setFound(!match.isNull());
+    if (!match.isNull())
+        m_editor->setTextCursor(match);
 }
 
 void DocumentTab::showSidebar(bool visible)

@@ -5,6 +5,7 @@
 #include <QWidget>
 
 class DiskChangeBanner;
+class FindBar;
 class QPlainTextEdit;
 class QSplitter;
 
@@ -22,6 +23,10 @@ public:
     OpenDocument *document() const { return m_controller->document(); }
     QPlainTextEdit *editor() const { return m_editor; }
 
+    // Find: the editor's own bar while editing with the editor focused, else the page's.
+    void showFind();
+    void findNext(bool backwards);
+
     static constexpr int sidebarMinimumWidth = 180;
     static constexpr int sidebarMaximumWidth = 420;
     static constexpr int paneMinimumWidth = 280;
@@ -37,12 +42,16 @@ private:
     double editorTopLine() const;
     void scrollEditorToLine(double line);
     void placeCaretAtLine(int line);
+    void findInEditor(const QString &text, bool backwards, bool fromSelectionStart);
 
     DocumentController *m_controller;
     QSplitter *m_columns;
     QWidget *m_sidebar;
     DiskChangeBanner *m_banner;
+    FindBar *m_pageFind;
+    FindBar *m_editorFind;
     QSplitter *m_panes;
+    QWidget *m_editorPane;
     QPlainTextEdit *m_editor;
     bool m_updatingEditor = false;
 };

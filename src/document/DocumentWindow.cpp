@@ -1,9 +1,14 @@
 #include "DocumentWindow.h"
 
 #include "app/Brand.h"
+#include "app/CustomCSS.h"
 #include "app/Preferences.h"
+#include "app/ReaderPreferences.h"
+#include "app/SettingsWindow.h"
 #include "DocumentTab.h"
+#include "OutlinePopover.h"
 
+#include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QFileDialog>
@@ -88,34 +93,111 @@ void DocumentWindow::buildMenus()
         file->addAction(tr("&Quit"), QKeySequence::Quit, this, [this] { Q_EMIT quitRequested(); });
     quit->setMenuRole(QAction::QuitRole);
 
-    QMenu *view = menuBar()->addMenu(tr("&View"));
-    m_modeAction = view->addAction(tr("&Edit Document"), QKeySequence(tr("Ctrl+E")), this, [this] {
+    QMenu *edit = menuBar()->addMenu(tr("&Edit"));
+    QAction *find = edit->addAction(tr("&Find…"), QKeySequence::Find, this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->showFind();
+    });
+    QAction *findNext = edit->addAction(tr("Find &Next"), QKeySequence::FindNext, this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->findNext(false);
+    });
+    QAction *findPrevious =
+        edit->addAction(tr("Find &Previous"), QKeySequence::FindPrevious, this, [this] {
+            if (DocumentTab *tab = currentTab())
+                tab->findNext(true);
+        });
+    edit->addSeparator();
+    QAction *settings = edit->addAction(tr("&Settings…"), QKeySequence::Preferences, this,
+                                        &SettingsWindow::showShared);
+    settings->setMenuRole(QAction::PreferencesRole);
+
+    m_modeAction = new QAction(tr("&Edit Document"), this);
+    m_modeAction->setShortcut(QKeySequence(tr("Ctrl+E")));
+    connect(m_modeAction, &QAction::triggered, this, [this] {
         if (DocumentTab *tab = currentTab())
             tab->controller()->toggleMode();
     });
-    view->addSeparator();
-    QAction *bigger = view->addAction(tr("&Bigger Text"), this, [this] {
+    m_outlineAction =
+        new QAction(QIcon::fromTheme(QStringLiteral("view-list-tree")), tr("Outline"), this);
+    m_outlineAction->setShortcut(QKeySequence(tr("Ctrl+Shift+O")));
+    m_outlineAction->setToolTip(tr("Outline (Ctrl+Shift+O)"));
+    connect(m_outlineAction, &QAction::triggered, this, [this] {
         if (DocumentTab *tab = currentTab())
-            tab->controller()->zoom(0.1);
+            tab->controller()->setShowOutline(!tab->controller()->showOutline());
     });
+    const auto zoomAction = [this](const QString &text, std::optional<double> step) {
+        auto *action = new QAction(text, this);
+        connect(action, &QAction::triggered, this, [this, step] {
+            if (DocumentTab *tab = currentTab())
+                tab->controller()->zoom(step);
+        });
+        return action;
+    };
+    QAction *bigger = zoomAction(tr("&Bigger Text"), 0.1);
     bigger->setShortcuts({QKeySequence::ZoomIn, QKeySequence(tr("Ctrl+="))});
-    QAction *smaller = view->addAction(tr("&Smaller Text"), QKeySequence::ZoomOut, this, [this] {
-        if (DocumentTab *tab = currentTab())
-            tab->controller()->zoom(-0.1);
-    });
-    QAction *actual = view->addAction(tr("&Actual Size"), QKeySequence(tr("Ctrl+0")), this, [this] {
-        if (DocumentTab *tab = currentTab())
-            tab->controller()->zoom(std::nullopt);
-    });
+    QAction *smaller = zoomAction(tr("&Smaller Text"), -0.1);
+    smaller->setShortcut(QKeySequence::ZoomOut);
+    QAction *actual = zoomAction(tr("&Actual Size"), std::nullopt);
+    actual->setShortcut(QKeySequence(tr("Ctrl+0")));
 
-    m_documentActions = {closeTabAction, m_saveAction, saveAsAction, m_revertAction, exportAction,
-                         m_modeAction,   bigger,       smaller,      actual};
+    QMenu *view = menuBar()->addMenu(tr("&View"));
+    view->addAction(m_modeAction);
+    view->addAction(m_outlineAction);
+    view->addSeparator();
+    QMenu *themes = view->addMenu(tr("&Theme"));
+    auto *themeGroup = new QActionGroup(this);
+    // A theme that names no case leaves every item unchecked.
+    themeGroup->setExclusionPolicy(QActionGroup::ExclusionPolicy::ExclusiveOptional);
+    for (const ReaderTheme::Case theme : ReaderTheme::allCases()) {
+        QAction *item = themes->addAction(ReaderTheme::displayName(theme), this, [theme] {
+            Preferences::shared().setTheme(ReaderTheme::rawValue(theme));
+        });
+        item->setCheckable(true);
+        item->setData(ReaderTheme::rawValue(theme));
+        themeGroup->addAction(item);
+    }
+    const auto checkTheme = [themeGroup] {
+        const QString current = Preferences::shared().theme();
+        for (QAction *item : themeGroup->actions())
+            item->setChecked(item->data().toString() == current);
+    };
+    connect(&Preferences::shared(), &Preferences::themeChanged, this, checkTheme);
+    checkTheme();
+    QAction *useCSS = view->addAction(tr("Use Custom CSS"));
+    useCSS->setCheckable(true);
+    useCSS->setChecked(Preferences::shared().useCustomCSS());
+    connect(useCSS, &QAction::toggled, this,
+            [](bool on) { Preferences::shared().setUseCustomCSS(on); });
+    connect(&Preferences::shared(), &Preferences::useCustomCSSChanged, useCSS,
+            [useCSS] { useCSS->setChecked(Preferences::shared().useCustomCSS()); });
+    view->addAction(tr("Edit Custom CSS…"), this,
+                    [] { CustomCSS::shared().openForEditing(Preferences::shared()); });
+    view->addSeparator();
+    view->addAction(bigger);
+    view->addAction(smaller);
+    view->addAction(actual);
+
+    m_documentActions = {closeTabAction, m_saveAction, saveAsAction,   m_revertAction, exportAction,
+                         m_modeAction,   bigger,       smaller,        actual,         find,
+                         findNext,       findPrevious, m_outlineAction};
 
     QToolBar *toolbar = addToolBar(tr("Document"));
     toolbar->setObjectName(QStringLiteral("documentToolbar"));
     toolbar->setMovable(false);
     toolbar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    toolbar->addAction(m_outlineAction);
     toolbar->addAction(m_modeAction);
+    m_outlineAnchor = toolbar->widgetForAction(m_outlineAction);
+    m_outline = new OutlinePopover(this);
+    connect(m_outline, &OutlinePopover::headingChosen, this, [this](const OutlineItem &item) {
+        if (DocumentTab *tab = currentTab())
+            tab->controller()->jump(item);
+    });
+    connect(m_outline, &OutlinePopover::closed, this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->controller()->setShowOutline(false);
+    });
 }
 
 void DocumentWindow::updateRecentMenu()
@@ -156,6 +238,21 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
     connect(document, &OpenDocument::pathChanged, tab, refresh);
     connect(tab->controller(), &DocumentController::modeChanged, this,
             &DocumentWindow::updateForCurrentTab);
+    connect(tab->controller(), &DocumentController::showOutlineChanged, this,
+            [this, tab](bool show) {
+                if (tab != currentTab())
+                    return;
+                if (show) {
+                    m_outline->setOutline(tab->controller()->outline());
+                    m_outline->showBelow(m_outlineAnchor ? m_outlineAnchor : this);
+                } else if (m_outline->isVisible()) {
+                    m_outline->hide();
+                }
+            });
+    connect(tab->controller(), &DocumentController::outlineChanged, this, [this, tab] {
+        if (tab == currentTab() && m_outline->isVisible())
+            m_outline->setOutline(tab->controller()->outline());
+    });
     connect(tab, &DocumentTab::openRequested, this,
             [this](const QString &path) { Q_EMIT openFilesRequested({path}, this); });
     connect(tab->controller(), &DocumentController::debugOpenRequested, this,

@@ -3,6 +3,7 @@
 #include <QMainWindow>
 
 class DocumentTab;
+class OutlinePopover;
 class OpenDocument;
 class QAction;
 class QMenu;
@@ -67,4 +68,7 @@ private:
     QAction *m_saveAction = nullptr;
     QAction *m_revertAction = nullptr;
     QAction *m_modeAction = nullptr;
+    QAction *m_outlineAction = nullptr;
+    OutlinePopover *m_outline = nullptr;
+    QWidget *m_outlineAnchor = nullptr;
 };

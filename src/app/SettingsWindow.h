@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QWidget>
+
+class Preferences;
+class QButtonGroup;
+class QCheckBox;
+class QLabel;
+class QPushButton;
+class QSlider;
+
+// The Settings window: theme, reading, opening-files and custom-stylesheet sections.
+// Every control writes its preference as soon as it is used and follows the
+// preference when something else (a menu command, another window) changes it.
+class SettingsWindow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit SettingsWindow(Preferences &preferences, QWidget *parent = nullptr);
+
+    // Shows the application's one Settings window, creating it on first use.
+    static void showShared();
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void buildThemeSection(QWidget *content);
+    void buildReadingSection(QWidget *content);
+    void buildOpeningSection(QWidget *content);
+    void buildCustomCSSSection(QWidget *content);
+    void alignLabelColumns();
+    void applyTint();
+
+    void showTheme();
+    void showReaderFont();
+    void showReadingWidth();
+    void showTextScale();
+
+    Preferences &m_preferences;
+    QButtonGroup *m_themes = nullptr;
+    QButtonGroup *m_fonts = nullptr;
+    QButtonGroup *m_widths = nullptr;
+    QSlider *m_textSize = nullptr;
+    QLabel *m_textSizeLabel = nullptr;
+    QCheckBox *m_openInEditMode = nullptr;
+    QPushButton *m_makeDefault = nullptr;
+    QCheckBox *m_useCustomCSS = nullptr;
+};

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QFrame>
+
+class QLineEdit;
+
+// A small search bar: a field with the placeholder "Find", a clear button, and
+// "Done" (or Escape) to close it. Return searches forward, Shift+Return backward;
+// an incremental bar also searches as the text changes.
+class FindBar : public QFrame
+{
+    Q_OBJECT
+
+public:
+    explicit FindBar(bool incremental, QWidget *parent = nullptr);
+
+    QString text() const;
+    // Shows the bar with the focus in its field, the text selected.
+    void open();
+    // Marks the field when the last search found nothing.
+    void setFound(bool found);
+
+Q_SIGNALS:
+    void searchRequested(const QString &text, bool backwards);
+    // An incremental bar's text was changed by typing.
+    void textTyped(const QString &text);
+    void closeRequested();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    QLineEdit *m_field;
+};

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "OutlineItem.h"
+
+#include <QFrame>
+
+class QLineEdit;
+class QListWidget;
+
+// The headings of the page under the toolbar's Outline button: a filter field that
+// has the focus, and the list, indented from the shallowest heading. Choosing a
+// heading (click, or Return for the first match) reports it and closes the popover.
+class OutlinePopover : public QFrame
+{
+    Q_OBJECT
+
+public:
+    explicit OutlinePopover(QWidget *parent = nullptr);
+
+    void setOutline(const QList<OutlineItem> &outline);
+    // Shows the popover below the anchor widget, within its screen.
+    void showBelow(QWidget *anchor);
+
+    QString filterText() const;
+    void setFilterText(const QString &text);
+    // The headings listed now, in order.
+    QList<OutlineItem> shownItems() const { return m_shown; }
+
+Q_SIGNALS:
+    void headingChosen(const OutlineItem &item);
+    void closed();
+
+protected:
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    void refill();
+    void choose(int row);
+
+    QLineEdit *m_filter;
+    QListWidget *m_list;
+    QList<OutlineItem> m_outline;
+    QList<OutlineItem> m_shown;
+};

@@ -1,0 +1,174 @@
+// The outline, find and the user stylesheet, against real pages.
+#include "app/CustomCSS.h"
+#include "app/Preferences.h"
+#include "document/DocumentController.h"
+#include "document/OutlineFilter.h"
+#include "document/OutlinePopover.h"
+#include "support/WebTest.h"
+
+#include <QDir>
+#include <QFile>
+#include <QWebEngineFindTextResult>
+
+using namespace Qt::StringLiterals;
+
+class TestFurniture : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void filtering_data();
+    void filtering();
+    void popoverChoosesHeadings();
+    // First: the shared stylesheet watches only a file that exists when it is created.
+    void stylesheetEditsReachOpenPages();
+    void findInThePage();
+
+private:
+    DocumentController *openRendered(const QString &text);
+    std::unique_ptr<DocumentController> m_controller;
+};
+
+static QList<OutlineItem> outlineOf(const QList<std::pair<int, QString>> &headings)
+{
+    QList<OutlineItem> outline;
+    for (const auto &[level, text] : headings)
+        outline.append({level, text, text.toLower()});
+    return outline;
+}
+
+void TestFurniture::filtering_data()
+{
+    QTest::addColumn<QList<OutlineItem>>("outline");
+    QTest::addColumn<QString>("query");
+    QTest::addColumn<QStringList>("shown");
+    QTest::addColumn<int>("minimum");
+
+    const auto doc = outlineOf(
+        {{1, u"Introduction"_s}, {2, u"Setup"_s}, {3, u"Intro to flags"_s}, {1, u"Straße"_s}});
+    QTest::newRow("empty query shows all")
+        << doc << QString()
+        << QStringList{u"Introduction"_s, u"Setup"_s, u"Intro to flags"_s, u"Straße"_s} << 1;
+    QTest::newRow("case ignored") << doc << u"INTRO"_s
+                                  << QStringList{u"Introduction"_s, u"Intro to flags"_s} << 1;
+    QTest::newRow("non-ascii") << doc << u"STRASSE"_s << QStringList() << 1;
+    QTest::newRow("non-ascii lower") << doc << u"straße"_s << QStringList{u"Straße"_s} << 1;
+    QTest::newRow("nothing") << doc << u"zzz"_s << QStringList() << 1;
+    QTest::newRow("starts at level two")
+        << outlineOf({{2, u"A"_s}, {3, u"B"_s}}) << QString() << QStringList{u"A"_s, u"B"_s} << 2;
+    QTest::newRow("empty outline") << QList<OutlineItem>() << u"x"_s << QStringList() << 1;
+}
+
+void TestFurniture::filtering()
+{
+    QFETCH(QList<OutlineItem>, outline);
+    QFETCH(QString, query);
+    QFETCH(QStringList, shown);
+    QFETCH(int, minimum);
+
+    QStringList texts;
+    for (const OutlineItem &item : OutlineFilter::matching(outline, query))
+        texts.append(item.text);
+    QCOMPARE(texts, shown);
+    QCOMPARE(OutlineFilter::minimumLevel(outline), minimum);
+}
+
+void TestFurniture::popoverChoosesHeadings()
+{
+    OutlinePopover popover;
+    popover.setOutline(outlineOf({{1, u"Alpha"_s}, {2, u"Beta"_s}, {2, u"Gamma"_s}}));
+    QSignalSpy chosen(&popover, &OutlinePopover::headingChosen);
+    QWidget anchor;
+    anchor.show();
+    popover.showBelow(&anchor);
+    QVERIFY(QTest::qWaitForWindowExposed(&popover));
+
+    popover.setFilterText(u"gam"_s);
+    QCOMPARE(popover.shownItems().size(), 1);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    QCOMPARE(chosen.count(), 1);
+    QCOMPARE(chosen.at(0).at(0).value<OutlineItem>().text, u"Gamma"_s);
+
+    popover.showBelow(&anchor);
+    popover.setFilterText(u"nothing"_s);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    QCOMPARE(chosen.count(), 1);
+    popover.setFilterText(QString());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    QCOMPARE(chosen.count(), 2);
+    QCOMPARE(chosen.at(1).at(0).value<OutlineItem>().text, u"Alpha"_s);
+}
+
+DocumentController *TestFurniture::openRendered(const QString &text)
+{
+    m_controller = std::make_unique<DocumentController>(new OpenDocument(text), false);
+    m_controller->document()->setParent(m_controller.get());
+    m_controller->webView()->resize(700, 500);
+    m_controller->webView()->show();
+    QSignalSpy rendered(m_controller.get(), &DocumentController::renderCompleted);
+    [&] { QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000); }();
+    return m_controller.get();
+}
+
+void TestFurniture::findInThePage()
+{
+    DocumentController *controller = openRendered(u"# Needle\n\nhay needle hay NEEDLE\n"_s);
+    QSignalSpy finished(controller, &DocumentController::findFinished);
+    QList<int> active;
+    connect(controller->page(), &QWebEnginePage::findTextFinished, this,
+            [&](const QWebEngineFindTextResult &result) { active.append(result.activeMatch()); });
+
+    controller->findInPreview(QString(), false);
+    QTest::qWait(200);
+    QCOMPARE(finished.count(), 0);
+
+    controller->findInPreview(u"needle"_s, false);
+    QTRY_COMPARE(finished.count(), 1);
+    QCOMPARE(finished.at(0).at(0).toBool(), true);
+    // Three matches, case ignored: the fourth search wraps around to the first, and
+    // backwards from the first wraps to the last.
+    for (int i = 0; i < 3; ++i) {
+        controller->findInPreview(u"needle"_s, false);
+        QTRY_COMPARE(finished.count(), i + 2);
+    }
+    controller->findInPreview(u"needle"_s, true);
+    QTRY_COMPARE(finished.count(), 5);
+    QCOMPARE(active, (QList<int>{1, 2, 3, 1, 3}));
+
+    controller->findInPreview(u"absent"_s, false);
+    QTRY_COMPARE(finished.count(), 6);
+    QCOMPARE(finished.at(5).at(0).toBool(), false);
+    QCOMPARE(
+        WebTest::evaluate(controller->page(), u"document.querySelector('main h1').textContent"_s)
+            .toString(),
+        u"Needle"_s);
+}
+
+void TestFurniture::stylesheetEditsReachOpenPages()
+{
+    const QString path = CustomCSS::defaultPath();
+    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(CustomCSS::templateText());
+    file.close();
+    Preferences::shared().setUseCustomCSS(true);
+
+    DocumentController *controller = openRendered(u"# Styled"_s);
+    const QString probe =
+        u"getComputedStyle(document.querySelector('main h1')).getPropertyValue('--probe').trim()"_s;
+    QCOMPARE(WebTest::evaluate(controller->page(), probe).toString(), QString());
+
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("main h1 { --probe: saved; }\n");
+    file.close();
+    QTRY_COMPARE_WITH_TIMEOUT(WebTest::evaluate(controller->page(), probe).toString(), u"saved"_s,
+                              10000);
+
+    QVERIFY(QFile::remove(path));
+    QTRY_COMPARE_WITH_TIMEOUT(WebTest::evaluate(controller->page(), probe).toString(), QString(),
+                              10000);
+}
+
+LUMO_WEB_TEST_MAIN(TestFurniture)
+#include "tst_furniture.moc"
