@@ -108,7 +108,7 @@ void DocumentWindow::buildMenus()
                 tab->findNext(true);
         });
     edit->addSeparator();
-    QAction *settings = edit->addAction(tr("&Settings…"), QKeySequence::Preferences, this,
+    QAction *settings = edit->addAction(tr("&Settings…"), QKeySequence(tr("Ctrl+,")), this,
                                         &SettingsWindow::showShared);
     settings->setMenuRole(QAction::PreferencesRole);
 
