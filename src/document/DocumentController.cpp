@@ -179,6 +179,12 @@ void DocumentController::setSidebarVisible(bool visible)
     publish(m_sidebarVisible, visible, &DocumentController::sidebarVisibleChanged);
 }
 
+void DocumentController::toggleSidebar()
+{
+    setSidebarVisible(!m_sidebarVisible);
+    Preferences::shared().setShowSidebar(m_sidebarVisible);
+}
+
 void DocumentController::call(const QString &script)
 {
     if (PreviewPage *preview = page())

@@ -71,6 +71,8 @@ public:
     void setDiskChangePending(bool pending);
     bool sidebarVisible() const { return m_sidebarVisible; }
     void setSidebarVisible(bool visible);
+    // Shows or hides the sidebar, and remembers the choice for new windows.
+    void toggleSidebar();
 
     bool isReady() const { return m_isReady; }
     qint64 renderRevision() const { return m_renderRevision; }

@@ -86,7 +86,8 @@ void DocumentWindow::buildMenus()
         file->addAction(tr("Re&vert to Saved"), this, [this] { revert(currentTab()); });
     file->addSeparator();
     QAction *exportAction =
-        file->addAction(tr("Export as &HTML…"), this, [this] { exportHTML(currentTab()); });
+        file->addAction(tr("Export as &HTML…"), QKeySequence(tr("Ctrl+Alt+Shift+E")), this,
+                        [this] { exportHTML(currentTab()); });
     file->addSeparator();
     file->addAction(tr("Close &Window"), QKeySequence(tr("Ctrl+Shift+W")), this, &QWidget::close);
     QAction *quit =
@@ -141,9 +142,16 @@ void DocumentWindow::buildMenus()
     QAction *actual = zoomAction(tr("&Actual Size"), std::nullopt);
     actual->setShortcut(QKeySequence(tr("Ctrl+0")));
 
+    m_sidebarAction = new QAction(tr("Show &Sidebar"), this);
+    connect(m_sidebarAction, &QAction::triggered, this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->controller()->toggleSidebar();
+    });
+
     QMenu *view = menuBar()->addMenu(tr("&View"));
     view->addAction(m_modeAction);
     view->addAction(m_outlineAction);
+    view->addAction(m_sidebarAction);
     view->addSeparator();
     QMenu *themes = view->addMenu(tr("&Theme"));
     auto *themeGroup = new QActionGroup(this);
@@ -333,6 +341,9 @@ void DocumentWindow::updateForCurrentTab()
     m_revertAction->setEnabled(!document->isUntitled() && document->isModified());
     const bool editing = tab->controller()->mode() == DocumentController::Mode::Edit;
     m_modeAction->setText(editing ? tr("Back to Reading") : tr("&Edit Document"));
+    // Ctrl+B is Bold while editing, so the sidebar moves aside then.
+    m_sidebarAction->setShortcut(editing ? QKeySequence(tr("Ctrl+Alt+S"))
+                                         : QKeySequence(tr("Ctrl+B")));
     m_modeAction->setToolTip(editing ? tr("Back to reading (Ctrl+E)") : tr("Edit (Ctrl+E)"));
 }
 

@@ -69,6 +69,7 @@ private:
     QAction *m_revertAction = nullptr;
     QAction *m_modeAction = nullptr;
     QAction *m_outlineAction = nullptr;
+    QAction *m_sidebarAction = nullptr;
     OutlinePopover *m_outline = nullptr;
     QWidget *m_outlineAnchor = nullptr;
 };

@@ -1,0 +1,86 @@
+// The window around the documents: its commands follow the current tab.
+#include "document/DocumentTab.h"
+#include "document/DocumentWindow.h"
+#include "support/WebTest.h"
+
+#include <QAction>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+
+using namespace Qt::StringLiterals;
+
+class TestDocumentWindow : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void documentCommandsNeedADocument();
+    void sidebarShortcutFollowsTheMode();
+    void modeSwitchKeepsThePage();
+
+private:
+    static QAction *action(QWidget *window, const QString &text)
+    {
+        for (QAction *candidate : window->findChildren<QAction *>()) {
+            if (candidate->text().remove(u'&') == text)
+                return candidate;
+        }
+        return nullptr;
+    }
+};
+
+void TestDocumentWindow::documentCommandsNeedADocument()
+{
+    DocumentWindow window;
+    const QStringList commands{u"Save"_s,        u"Find…"_s,         u"Outline"_s,
+                               u"Bigger Text"_s, u"Edit Document"_s, u"Export as HTML…"_s};
+    for (const QString &command : commands) {
+        QVERIFY2(action(&window, command), qPrintable(command));
+        QVERIFY2(!action(&window, command)->isEnabled(), qPrintable(command));
+    }
+    window.addDocument(new OpenDocument(u"# One"_s));
+    for (const QString &command : commands)
+        QVERIFY2(action(&window, command)->isEnabled(), qPrintable(command));
+}
+
+void TestDocumentWindow::sidebarShortcutFollowsTheMode()
+{
+    DocumentWindow window;
+    DocumentTab *tab = window.addDocument(new OpenDocument(u"# One"_s));
+    QAction *sidebar = action(&window, u"Show Sidebar"_s);
+    QVERIFY(sidebar);
+    QCOMPARE(sidebar->shortcut(), QKeySequence(u"Ctrl+B"_s));
+    const bool before = tab->controller()->sidebarVisible();
+    sidebar->trigger();
+    QCOMPARE(tab->controller()->sidebarVisible(), !before);
+
+    tab->controller()->toggleMode();
+    QCOMPARE(sidebar->shortcut(), QKeySequence(u"Ctrl+Alt+S"_s));
+    tab->controller()->toggleMode();
+    QCOMPARE(sidebar->shortcut(), QKeySequence(u"Ctrl+B"_s));
+}
+
+void TestDocumentWindow::modeSwitchKeepsThePage()
+{
+    DocumentWindow window;
+    window.show();
+    DocumentTab *tab = window.addDocument(new OpenDocument(u"# Kept"_s));
+    QSignalSpy rendered(tab->controller(), &DocumentController::renderCompleted);
+    QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000);
+    QSignalSpy loads(tab->controller()->page(), &QWebEnginePage::loadStarted);
+    WebTest::evaluate(tab->controller()->page(), u"window.lumoMarker = 7"_s);
+
+    tab->controller()->toggleMode();
+    QTRY_VERIFY(tab->editor()->isVisible());
+    QVERIFY(tab->controller()->webView()->isVisible());
+    // The page sits to the right of the editor, and it is the same page.
+    QTRY_VERIFY(tab->controller()->webView()->mapTo(tab, QPoint()).x() >
+                tab->editor()->mapTo(tab, QPoint()).x() + tab->editor()->width() - 1);
+    tab->controller()->toggleMode();
+    QTRY_VERIFY(!tab->editor()->isVisible());
+    QCOMPARE(loads.count(), 0);
+    QCOMPARE(WebTest::evaluate(tab->controller()->page(), u"window.lumoMarker"_s).toInt(), 7);
+}
+
+LUMO_WEB_TEST_MAIN(TestDocumentWindow)
+#include "tst_documentwindow.moc"
