@@ -3,6 +3,7 @@
 #include "app/LegacyMigration.h"
 #include "app/Preferences.h"
 
+#include <QDesktopServices>
 #include <QFile>
 #include <QSettings>
 #include <QSignalSpy>
@@ -24,6 +25,13 @@ private Q_SLOTS:
     void migrationRunsOnce();
     void stylesheetMigration();
     void customStylesheet();
+    void editingTheStylesheet();
+
+public Q_SLOTS:
+    void openedExternally(const QUrl &url) { m_opened.append(url); }
+
+private:
+    QList<QUrl> m_opened;
 };
 
 void TestCommandLine::folderUrls_data()
@@ -161,6 +169,39 @@ void TestCommandLine::customStylesheet()
     file.close();
     css.reload();
     QVERIFY(css.text().isEmpty());
+}
+
+void TestCommandLine::editingTheStylesheet()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"share/Lumo/custom.css"_s);
+    Preferences prefs(dir.filePath(u"Lumo.conf"_s));
+    CustomCSS css(path);
+    QDesktopServices::setUrlHandler(u"file"_s, this, "openedExternally");
+
+    css.openForEditing(prefs);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), CustomCSS::templateText());
+    file.close();
+    QVERIFY(prefs.useCustomCSS());
+    QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(path)});
+
+    // A second request leaves the user's rules alone.
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("main { color: teal; }");
+    file.close();
+    QTRY_COMPARE(css.text(), u"main { color: teal; }"_s);
+    css.openForEditing(prefs);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), "main { color: teal; }"_ba);
+    QCOMPARE(m_opened.size(), 2);
+
+    // Deleting it empties the stylesheet.
+    file.close();
+    QVERIFY(QFile::remove(path));
+    QTRY_VERIFY(css.text().isEmpty());
+    QDesktopServices::unsetUrlHandler(u"file"_s);
 }
 
 QTEST_GUILESS_MAIN(TestCommandLine)
