@@ -6,7 +6,6 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -21,6 +20,7 @@ private Q_SLOTS:
     void exportsAStandalonePage();
     void laterLaunchesHandTheirFilesOver();
     void readsStandardInput();
+    void hooksOpenFiles();
     void hooksNeedTheirPreference();
 
 private:
@@ -44,7 +44,8 @@ void TestLumo::init()
     QVERIFY(m_home->isValid());
     QDir(m_home->path()).mkpath(u"config/Lumo"_s);
     QDir(m_home->path()).mkpath(u"run"_s);
-    QFile::setPermissions(m_home->filePath(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QFile::setPermissions(m_home->filePath(u"run"_s),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     m_output.clear();
 }
 
@@ -72,7 +73,8 @@ void TestLumo::start(const QStringList &arguments, bool debugHooks)
 {
     QFile conf(m_home->filePath(u"config/Lumo/Lumo.conf"_s));
     QVERIFY(conf.open(QIODevice::WriteOnly));
-    conf.write("[General]\nlaunchedBefore=true\ndebugHooks=" + QByteArray(debugHooks ? "true" : "false") + "\n");
+    conf.write("[General]\nlaunchedBefore=true\ndebugHooks=" +
+               QByteArray(debugHooks ? "true" : "false") + "\n");
     conf.close();
 
     m_lumo = std::make_unique<QProcess>();
@@ -83,7 +85,8 @@ void TestLumo::start(const QStringList &arguments, bool debugHooks)
     m_lumo->start(QStringLiteral(LUMO_BINARY), arguments);
     QVERIFY(m_lumo->waitForStarted());
     // Ready once its socket answers.
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_home->filePath(u"run"_s) + u"/lumo-%1.socket"_s.arg(::getuid())), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        QFile::exists(m_home->filePath(u"run"_s) + u"/lumo-%1.socket"_s.arg(::getuid())), 20000);
 }
 
 int TestLumo::run(const QStringList &arguments, const QByteArray &input)
@@ -137,14 +140,14 @@ void TestLumo::exportsAStandalonePage()
     image.fill(Qt::blue);
     QVERIFY(QDir().mkpath(m_home->filePath(u"docs"_s)));
     QVERIFY(image.save(m_home->filePath(u"docs/dot.png"_s)));
-    const QString doc = fixture(u"docs/R&D <notes>.md"_s,
-                                "# Results\n\n| a | b |\n|---|--:|\n| 1 | 2 |\n\n$$e^{i\\pi}+1=0$$\n\n"
-                                "![dot](dot.png)\n");
+    const QString doc =
+        fixture(u"docs/R&D <notes>.md"_s,
+                "# Results\n\n| a | b |\n|---|--:|\n| 1 | 2 |\n\n$$e^{i\\pi}+1=0$$\n\n"
+                "![dot](dot.png)\n");
     start({doc});
     const QString out = m_home->filePath(u"export.html"_s);
-    QTRY_VERIFY_WITH_TIMEOUT(run({u"--post"_s, u"lumoapp.debug.exportHTML"_s, out}) == 0 &&
-                                 QFile::exists(out),
-                             30000);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        run({u"--post"_s, u"lumoapp.debug.exportHTML"_s, out}) == 0 && QFile::exists(out), 30000);
     QFile file(out);
     QTRY_VERIFY(file.size() > 0);
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -184,6 +187,25 @@ void TestLumo::readsStandardInput()
     QCOMPARE(run({u"-"_s}, "# Piped *in*\n"), 0);
     QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
                               (QStringList{u"First"_s, u"Piped in"_s}), 30000);
+}
+
+void TestLumo::hooksOpenFiles()
+{
+    start({fixture(u"first.md"_s, "# First\n")});
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
+                              QStringList{u"First"_s}, 30000);
+    // In place of the current document...
+    QCOMPARE(run({u"--post"_s, u"lumoapp.debug.openFile"_s, fixture(u"second.md"_s, "# Second\n")}),
+             0);
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
+                              QStringList{u"Second"_s}, 30000);
+    // ...or beside it, saying how it went.
+    const QString third = fixture(u"third.md"_s, "# Third\n");
+    QCOMPARE(run({u"--post"_s, u"lumoapp.debug.openURL"_s, third}), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(m_output.contains("Lumo debug openURL: opened " + third.toUtf8()),
+                             30000);
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
+                              (QStringList{u"Second"_s, u"Third"_s}), 30000);
 }
 
 void TestLumo::hooksNeedTheirPreference()
