@@ -26,8 +26,6 @@ private Q_SLOTS:
     void textSize();
     void switchesWriteAndFollow_data();
     void switchesWriteAndFollow();
-    void closeKeys_data();
-    void closeKeys();
 
 private:
     // The theme tiles or the segments of a picker, in case order.
@@ -239,26 +237,6 @@ void TestSettingsWindow::switchesWriteAndFollow()
 
     Preferences::shared().setValue(key, false);
     QVERIFY(!box->isChecked());
-}
-
-void TestSettingsWindow::closeKeys_data()
-{
-    QTest::addColumn<QKeyCombination>("keys");
-    QTest::newRow("escape") << QKeyCombination(Qt::Key_Escape);
-    QTest::newRow("ctrl+w") << QKeyCombination(Qt::ControlModifier, Qt::Key_W);
-}
-
-void TestSettingsWindow::closeKeys()
-{
-    QFETCH(QKeyCombination, keys);
-
-    m_window->show();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-    // Pressed inside a control, as a user would.
-    auto *slider = m_window->findChild<QSlider *>(u"textSizeSlider"_s);
-    slider->setFocus();
-    QTest::keyClick(slider, keys.key(), keys.keyboardModifiers());
-    QVERIFY(!m_window->isVisible());
 }
 
 QTEST_MAIN(TestSettingsWindow)
