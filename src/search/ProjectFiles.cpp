@@ -1,0 +1,162 @@
+#include "ProjectFiles.h"
+
+#include "search/DirectoryReader.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <string_view>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr std::array<std::string_view, 6> extensionNames{"md",  "markdown", "mdown",
+                                                         "mkd", "mkdn",     "mdx"};
+constexpr std::array<std::string_view, 17> skippedNames{
+    ".git",        "node_modules", ".build",   "build",   "DerivedData", "Pods",
+    "dist",        ".next",        ".nuxt",    "vendor",  ".venv",       "venv",
+    "__pycache__", "target",       ".swiftpm", ".gradle", ".idea"};
+
+// Files are found down to this level below the root (1 is directly inside it).
+constexpr int deepestFileLevel = 13;
+
+template <std::size_t N> QSet<QString> setOf(const std::array<std::string_view, N> &names)
+{
+    QSet<QString> set;
+    for (std::string_view name : names)
+        set.insert(QString::fromLatin1(name.data(), qsizetype(name.size())));
+    return set;
+}
+
+// The extension of a file name: after its last dot, none for a name that only starts
+// with one (".md" is a hidden file, not an extension).
+std::string_view extensionOf(std::string_view name)
+{
+    const auto dot = name.rfind('.');
+    if (dot == std::string_view::npos || dot == 0)
+        return {};
+    return name.substr(dot + 1);
+}
+
+qint64 sortKey(const QDateTime &date)
+{
+    return date.isValid() ? date.toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
+}
+
+struct IndexWalk
+{
+    int limit;
+    QList<MarkdownFile> files;
+
+    // Returns false once the limit is reached.
+    bool walk(const DirectoryReader &folder, const QString &path, const QString &prefix, int level)
+    {
+        for (const DirectoryReader::Entry &entry : folder.entries()) {
+            const DirectoryReader::Kind kind = folder.kind(entry);
+            if (kind == DirectoryReader::Kind::Other || kind == DirectoryReader::Kind::LinkToFolder)
+                continue;
+            const QString name = QFile::decodeName(entry.name.c_str());
+            if (kind == DirectoryReader::Kind::Folder) {
+                if (MarkdownNames::isSkippedFolder(entry.name) || level >= deepestFileLevel)
+                    continue;
+                const DirectoryReader child(folder, entry.name);
+                if (!walk(child, path + u'/' + name, prefix + name + u'/', level + 1))
+                    return false;
+                continue;
+            }
+            if (!MarkdownNames::hasMarkdownExtension(entry.name))
+                continue;
+            files.append({path + u'/' + name, prefix + name,
+                          folder.modified(entry.name).value_or(QDateTime())});
+            if (files.size() >= limit)
+                return false;
+        }
+        return true;
+    }
+};
+
+} // namespace
+
+namespace MarkdownNames {
+
+bool hasMarkdownExtension(std::string_view fileName)
+{
+    const std::string_view extension = extensionOf(fileName);
+    char lowered[16];
+    if (extension.empty() || extension.size() > sizeof lowered)
+        return false;
+    for (std::size_t i = 0; i < extension.size(); ++i) {
+        const char c = extension[i];
+        lowered[i] = c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
+    }
+    const std::string_view key(lowered, extension.size());
+    return std::find(extensionNames.begin(), extensionNames.end(), key) != extensionNames.end();
+}
+
+bool isSkippedFolder(std::string_view name)
+{
+    return std::find(skippedNames.begin(), skippedNames.end(), name) != skippedNames.end();
+}
+
+} // namespace MarkdownNames
+
+QString MarkdownFile::name() const
+{
+    return path.section(u'/', -1);
+}
+
+namespace ProjectFiles {
+
+const QSet<QString> &extensions()
+{
+    static const QSet<QString> set = setOf(extensionNames);
+    return set;
+}
+
+const QSet<QString> &skipped()
+{
+    static const QSet<QString> set = setOf(skippedNames);
+    return set;
+}
+
+bool isMarkdownName(const QString &fileName)
+{
+    return MarkdownNames::hasMarkdownExtension(QFile::encodeName(fileName).toStdString());
+}
+
+QString root(const QString &filePath)
+{
+    const QString start = QFileInfo(QDir::cleanPath(filePath)).absolutePath();
+    const QString home = QDir::cleanPath(QDir::homePath());
+    QString dir = start;
+    for (int step = 0; step < 10; ++step) {
+        if (QFileInfo::exists(dir + "/.git"_L1))
+            return dir;
+        const QString parent = QFileInfo(dir).path();
+        if (parent == dir || parent == home || dir == home)
+            break;
+        dir = parent;
+    }
+    return start;
+}
+
+QList<MarkdownFile> scan(const QString &root, int limit)
+{
+    const QString rootPath = QDir::cleanPath(root);
+    const DirectoryReader folder(rootPath);
+    if (!folder.isOpen() || limit <= 0)
+        return {};
+    IndexWalk walk{limit, {}};
+    walk.walk(folder, rootPath == "/"_L1 ? QString() : rootPath, QString(), 1);
+    std::stable_sort(walk.files.begin(), walk.files.end(),
+                     [](const MarkdownFile &a, const MarkdownFile &b) {
+                         return sortKey(a.modified) > sortKey(b.modified);
+                     });
+    return walk.files;
+}
+
+} // namespace ProjectFiles
