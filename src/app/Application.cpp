@@ -6,6 +6,8 @@
 #include "document/DocumentWindow.h"
 #include "Preferences.h"
 #include "ResourcePaths.h"
+#include "workspace/FolderOpener.h"
+#include "workspace/FolderOpening.h"
 
 #include <cstdio>
 #include <QApplication>
@@ -47,10 +49,8 @@ void Application::handleRequest(const QJsonObject &request)
     }
     for (const QJsonValue &url : request.value(QLatin1String("urls")).toArray()) {
         asked = true;
-        // Folder browsing arrives with the workspace; until then a folder URL names
-        // a path like any other, and opening it explains itself.
         if (const auto folder = CommandLineTool::folderToOpen(url.toString()))
-            files.append(*folder);
+            openFolder(*folder);
     }
     if (!files.isEmpty())
         openFiles(files);
@@ -91,6 +91,8 @@ void Application::attach(DocumentWindow *window)
     connect(window, &DocumentWindow::newWindowRequested, this,
             [this] { newDocument({}, newWindow()); });
     connect(window, &DocumentWindow::quitRequested, this, &Application::quit);
+    connect(window, &DocumentWindow::openFolderRequested, this,
+            [this](const QString &path, DocumentWindow *from) { openFolder(path, from); });
     connect(window, &DocumentWindow::debugOpenRequested, this, [this](const QString &path) {
         QString error;
         const bool opened = openFile(path, nullptr, &error);
@@ -120,6 +122,11 @@ int Application::openFiles(const QStringList &paths, DocumentWindow *window)
 {
     int opened = 0;
     for (const QString &path : paths) {
+        if (FolderOpening::isFolder(path)) {
+            openFolder(path, window);
+            ++opened;
+            continue;
+        }
         QString error;
         if (openFile(path, window, &error))
             ++opened;
@@ -151,6 +158,20 @@ bool Application::openFile(const QString &path, DocumentWindow *window, QString 
         target->addDocument(document);
     Preferences::shared().noteRecentDocument(absolute);
     return true;
+}
+
+void Application::openFolder(const QString &path, DocumentWindow *window)
+{
+    // A window from the start, which the folder's first file then takes over.
+    if (windows().isEmpty())
+        newDocument();
+    QPointer<DocumentWindow> target(window);
+    FolderOpener::open(path, windows(), window ? window : m_lastActive.get(),
+                       [this, target](const QString &file) {
+                           QString error;
+                           if (!openFile(file, target, &error))
+                               showOpenError(error, target);
+                       });
 }
 
 void Application::showOpenError(const QString &message, DocumentWindow *window)

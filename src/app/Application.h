@@ -25,6 +25,9 @@ public:
     // given), raising the tab that already shows it. Returns how many opened.
     int openFiles(const QStringList &paths, DocumentWindow *window = nullptr);
     void newDocument(const QString &text = {}, DocumentWindow *window = nullptr);
+    // Opens a folder for browsing (see FolderOpener::open); its first file opens in
+    // the window (the last active one when none is given).
+    void openFolder(const QString &path, DocumentWindow *window = nullptr);
     DocumentWindow *newWindow();
     // Closes every window, asking about unsaved edits; quits when all closed.
     void quit();

@@ -14,6 +14,8 @@
 #include "PageActions.h"
 #include "PageScript.h"
 #include "PreviewPage.h"
+#include "workspace/RootResolver.h"
+#include "workspace/Workspace.h"
 
 #include <cmath>
 #include <cstdio>
@@ -138,9 +140,21 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
         connect(m_document, &OpenDocument::pathChanged, this, [this] {
             watchFile();
             scheduleRender();
+            resolveSidebarRoot();
         });
         watchFile();
     }
+
+    m_rootResolver = new RootResolver(this);
+    connect(m_rootResolver, &RootResolver::resolved, this, [this](const QString &root) {
+        if (root == m_sidebarRoot)
+            return;
+        m_sidebarRoot = root;
+        Q_EMIT sidebarRootChanged(root);
+    });
+    connect(&Preferences::shared(), &Preferences::workspaceFoldersChanged, this,
+            &DocumentController::resolveSidebarRoot);
+    resolveSidebarRoot();
 }
 
 DocumentController::~DocumentController()
@@ -183,6 +197,28 @@ void DocumentController::toggleSidebar()
 {
     setSidebarVisible(!m_sidebarVisible);
     Preferences::shared().setShowSidebar(m_sidebarVisible);
+}
+
+void DocumentController::resolveSidebarRoot()
+{
+    const bool onDisk = m_document && !m_document->isUntitled();
+    m_rootResolver->resolve(onDisk ? m_document->path() : QString(),
+                            Workspace::folders(Preferences::shared()));
+}
+
+void DocumentController::revealInSidebar()
+{
+    setSidebarVisible(true);
+    ++m_revealRequest;
+    Q_EMIT revealRequestChanged(m_revealRequest);
+}
+
+void DocumentController::open(const QString &path, bool replacingCurrent)
+{
+    if (replacingCurrent)
+        Q_EMIT replaceRequested(path);
+    else
+        Q_EMIT openRequested(path);
 }
 
 void DocumentController::call(const QString &script)

@@ -14,6 +14,7 @@
 
 class FileWatcher;
 class PreviewPage;
+class RootResolver;
 
 // Ties one open document to its reading page: renders the text 90 ms after the last
 // change (never before the page is ready, never the same text twice), pushes the
@@ -32,6 +33,8 @@ class DocumentController : public QObject
                    diskChangePendingChanged)
     Q_PROPERTY(bool sidebarVisible READ sidebarVisible WRITE setSidebarVisible NOTIFY
                    sidebarVisibleChanged)
+    Q_PROPERTY(QString sidebarRoot READ sidebarRoot NOTIFY sidebarRootChanged)
+    Q_PROPERTY(int revealRequest READ revealRequest NOTIFY revealRequestChanged)
 
 public:
     enum class Mode { Read, Edit };
@@ -73,6 +76,15 @@ public:
     void setSidebarVisible(bool visible);
     // Shows or hides the sidebar, and remembers the choice for new windows.
     void toggleSidebar();
+    // The folder the sidebar shows; empty when the document belongs to none.
+    QString sidebarRoot() const { return m_sidebarRoot; }
+    // Finds the sidebar's folder anew, off the main thread; the latest request wins.
+    void resolveSidebarRoot();
+    int revealRequest() const { return m_revealRequest; }
+    // Shows the sidebar and asks it to reveal the current file.
+    void revealInSidebar();
+    // Opens another file in place of this document, or in a new tab.
+    void open(const QString &path, bool replacingCurrent);
 
     bool isReady() const { return m_isReady; }
     qint64 renderRevision() const { return m_renderRevision; }
@@ -115,13 +127,15 @@ Q_SIGNALS:
     void showFindChanged(bool show);
     void diskChangePendingChanged(bool pending);
     void sidebarVisibleChanged(bool visible);
+    void sidebarRootChanged(const QString &root);
+    void revealRequestChanged(int request);
     void renderCompleted(qint64 revision);
     void findFinished(bool found);
     // The page asks to open a Markdown file (a link in it was clicked).
     void openRequested(const QString &path);
     // A diagnostic hook asks to open a file and report how that went.
     void debugOpenRequested(const QString &path);
-    // A diagnostic hook asks to show another file in place of this one.
+    // The sidebar or a diagnostic hook asks to show another file in place of this one.
     void replaceRequested(const QString &path);
 
 private:
@@ -152,6 +166,9 @@ private:
     bool m_showFind = false;
     bool m_diskChangePending = false;
     bool m_sidebarVisible = false;
+    RootResolver *m_rootResolver = nullptr;
+    QString m_sidebarRoot;
+    int m_revealRequest = 0;
 
     bool m_isReady = false;
     bool m_pendingRender = false;

@@ -7,6 +7,9 @@
 #include "app/SettingsWindow.h"
 #include "DocumentTab.h"
 #include "OutlinePopover.h"
+#include "workspace/FolderOpener.h"
+#include "workspace/FolderOpening.h"
+#include "workspace/WorkspaceCommands.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -189,6 +192,8 @@ void DocumentWindow::buildMenus()
     m_documentActions = {closeTabAction, m_saveAction, saveAsAction,   m_revertAction, exportAction,
                          m_modeAction,   bigger,       smaller,        actual,         find,
                          findNext,       findPrevious, m_outlineAction};
+    m_documentActions +=
+        WorkspaceCommands::addTo(this, file, m_recentMenu->menuAction(), view, m_sidebarAction);
 
     QToolBar *toolbar = addToolBar(tr("Document"));
     toolbar->setObjectName(QStringLiteral("documentToolbar"));
@@ -218,6 +223,8 @@ void DocumentWindow::updateRecentMenu()
         });
         action->setToolTip(path);
         action->setStatusTip(path);
+        if (FolderOpening::isFolder(path))
+            action->setIcon(QIcon::fromTheme(QStringLiteral("folder")));
     }
     if (recent.isEmpty())
         m_recentMenu->addAction(tr("No Recent Documents"))->setEnabled(false);
@@ -267,6 +274,12 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
             &DocumentWindow::debugOpenRequested);
     connect(tab->controller(), &DocumentController::replaceRequested, this,
             [this](const QString &path) {
+                // Unsaved edits are never replaced away: the file opens beside them.
+                const DocumentTab *current = currentTab();
+                if (tabFor(path) || (current && current->document()->isModified())) {
+                    Q_EMIT openFilesRequested({path}, this);
+                    return;
+                }
                 QString error;
                 if (OpenDocument *replacement = OpenDocument::open(path, &error))
                     replaceCurrent(replacement);
@@ -497,11 +510,7 @@ void DocumentWindow::exportHTML(DocumentTab *tab)
 
 void DocumentWindow::showOpenDialog()
 {
-    auto *dialog = new QFileDialog(this, tr("Open"), QString(),
-                                   markdownFilter() + QStringLiteral(";;") + tr("Text (*.txt)") +
-                                       QStringLiteral(";;") + tr("All files (*)"));
-    dialog->setFileMode(QFileDialog::ExistingFiles);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    QFileDialog *dialog = FolderOpener::openDialog(this);
     if (const DocumentTab *tab = currentTab(); tab && !tab->document()->isUntitled())
         dialog->setDirectory(QFileInfo(tab->document()->path()).absolutePath());
     connect(dialog, &QFileDialog::filesSelected, this,

@@ -39,6 +39,8 @@ Q_SIGNALS:
     // The user or the page asks to open files; the application decides where.
     void openFilesRequested(const QStringList &paths, DocumentWindow *window);
     void newWindowRequested();
+    // The user chose a folder to browse.
+    void openFolderRequested(const QString &path, DocumentWindow *window);
     void newDocumentRequested(DocumentWindow *window);
     void quitRequested();
     // A diagnostic hook asks to open a file and print how that went.

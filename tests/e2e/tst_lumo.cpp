@@ -4,8 +4,10 @@
 #include <QFile>
 #include <QImage>
 #include <QProcess>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUrl>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -22,6 +24,7 @@ private Q_SLOTS:
     void readsStandardInput();
     void hooksOpenFiles();
     void hooksNeedTheirPreference();
+    void opensFolders();
 
 private:
     QProcessEnvironment environment() const;
@@ -215,6 +218,30 @@ void TestLumo::hooksNeedTheirPreference()
     QCOMPARE(run({u"--post"_s, u"lumoapp.debug.exportHTML"_s, out}), 0);
     QTest::qWait(2000);
     QVERIFY(!QFile::exists(out));
+}
+
+void TestLumo::opensFolders()
+{
+    // A folder opens its newest Markdown file, on the command line or as a lumo: URL.
+    fixture(u"notes/old.md"_s, "# Old\n");
+    QFile newest(fixture(u"notes/deep/new.md"_s, "# New\n"));
+    QVERIFY(newest.open(QIODevice::ReadWrite));
+    QVERIFY(newest.setFileTime(QDateTime::currentDateTime().addSecs(60),
+                               QFileDevice::FileModificationTime));
+    newest.close();
+    start({m_home->filePath(u"notes"_s)});
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
+                              QStringList{u"New"_s}, 30000);
+    fixture(u"more notes/other.md"_s, "# Other\n");
+    const QString url =
+        u"lumo://folder?path="_s +
+        QString::fromUtf8(QUrl::toPercentEncoding(m_home->filePath(u"more notes"_s)));
+    QCOMPARE(run({url}), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
+                              (QStringList{u"New"_s, u"Other"_s}), 30000);
+    QSettings settings(m_home->filePath(u"config/Lumo/Lumo.conf"_s), QSettings::IniFormat);
+    QCOMPARE(settings.value(u"workspaceFolders"_s).toStringList(),
+             (QStringList{m_home->filePath(u"more notes"_s), m_home->filePath(u"notes"_s)}));
 }
 
 QTEST_GUILESS_MAIN(TestLumo)

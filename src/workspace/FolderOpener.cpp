@@ -1,0 +1,128 @@
+#include "FolderOpener.h"
+
+#include "app/Preferences.h"
+#include "document/DocumentTab.h"
+#include "document/DocumentWindow.h"
+#include "FolderOpening.h"
+#include "Workspace.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGridLayout>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPointer>
+
+namespace {
+
+QString markdownFilter()
+{
+    return QCoreApplication::translate("FolderOpener", "Markdown (%1)")
+        .arg(QStringLiteral("*.md *.markdown *.mdown *.mkd *.mkdn *.mdx"));
+}
+
+// Qt's own dialog, since the desktop's cannot take files and folders at once; the
+// message sits under the file list.
+void addMessage(QFileDialog *dialog, const QString &message)
+{
+    dialog->setOption(QFileDialog::DontUseNativeDialog);
+    dialog->setWindowTitle(QCoreApplication::translate("FolderOpener", "Open"));
+    dialog->setLabelText(QFileDialog::Accept, QCoreApplication::translate("FolderOpener", "Open"));
+    auto *label = new QLabel(message, dialog);
+    label->setObjectName(QStringLiteral("openMessage"));
+    label->setForegroundRole(QPalette::PlaceholderText);
+    if (auto *grid = qobject_cast<QGridLayout *>(dialog->layout()))
+        grid->addWidget(label, grid->rowCount(), 0, 1, grid->columnCount());
+}
+
+// In Qt's dialog, Open on a selected folder enters it; here it chooses it instead.
+// Double-clicking a folder still enters it.
+class FileOrFolderDialog : public QFileDialog
+{
+public:
+    using QFileDialog::QFileDialog;
+
+    void accept() override
+    {
+        const QStringList files = selectedFiles();
+        if (files.size() == 1 && FolderOpening::isFolder(files.constFirst())) {
+            Q_EMIT filesSelected(files);
+            QDialog::accept();
+            return;
+        }
+        QFileDialog::accept();
+    }
+};
+
+} // namespace
+
+namespace FolderOpener {
+
+void open(const QString &folder, const QList<DocumentWindow *> &windows, QWidget *alertParent,
+          std::function<void(const QString &)> openFile)
+{
+    const QString path = QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
+    Preferences &prefs = Preferences::shared();
+    Workspace::remember(prefs, path);
+    prefs.noteRecentDocument(path);
+    prefs.setShowSidebar(true);
+
+    for (DocumentWindow *window : windows) {
+        QList<DocumentTab *> tabs = window->tabs();
+        // The current tab first: it may already be the one to show.
+        if (DocumentTab *current = window->currentTab()) {
+            tabs.removeOne(current);
+            tabs.prepend(current);
+        }
+        QStringList paths;
+        for (const DocumentTab *tab : std::as_const(tabs))
+            paths.append(tab->document()->path());
+        if (const auto index = FolderOpening::showingDocument(path, paths)) {
+            DocumentTab *tab = tabs.at(*index);
+            tab->controller()->setSidebarVisible(true);
+            window->showTab(tab);
+            return;
+        }
+    }
+
+    QPointer<QWidget> parent(alertParent);
+    FolderOpening::findFirstFile(path, alertParent, [path, parent, openFile](auto file) {
+        if (file) {
+            openFile(*file);
+            return;
+        }
+        auto *box = new QMessageBox(QMessageBox::Information, QStringLiteral("Lumo"),
+                                    FolderOpening::noFilesText(path), QMessageBox::Ok, parent);
+        box->setInformativeText(FolderOpening::noFilesDetail());
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->setWindowModality(parent ? Qt::WindowModal : Qt::ApplicationModal);
+        box->open();
+    });
+}
+
+QFileDialog *openDialog(QWidget *parent)
+{
+    auto *dialog = new FileOrFolderDialog(
+        parent, QString(), QString(),
+        markdownFilter() + QStringLiteral(";;") +
+            QCoreApplication::translate("FolderOpener", "Text (*.txt)") + QStringLiteral(";;") +
+            QCoreApplication::translate("FolderOpener", "All files (*)"));
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    addMessage(dialog, FolderOpening::openDialogMessage());
+    return dialog;
+}
+
+QFileDialog *folderDialog(QWidget *parent)
+{
+    auto *dialog = new QFileDialog(parent);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    addMessage(dialog, FolderOpening::chooseFolderMessage());
+    return dialog;
+}
+
+} // namespace FolderOpener

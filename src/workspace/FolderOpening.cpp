@@ -1,0 +1,79 @@
+#include "FolderOpening.h"
+
+#include "search/ProjectFiles.h"
+#include "Workspace.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QPointer>
+#include <QThreadPool>
+
+namespace FolderOpening {
+
+bool isFolder(const QString &path)
+{
+    const QFileInfo info(path);
+    return !path.isEmpty() && info.isDir() && !info.isBundle();
+}
+
+std::optional<qsizetype> showingDocument(const QString &folder, const QStringList &documentPaths)
+{
+    for (qsizetype i = 0; i < documentPaths.size(); ++i) {
+        if (!documentPaths.at(i).isEmpty() && Workspace::contains(folder, documentPaths.at(i)))
+            return i;
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> firstFile(const QString &folder)
+{
+    const QList<MarkdownFile> files = ProjectFiles::scan(folder, ProjectFiles::scanLimit);
+    if (files.isEmpty())
+        return std::nullopt;
+    return files.constFirst().path;
+}
+
+void findFirstFile(const QString &folder, QObject *context,
+                   std::function<void(std::optional<QString>)> done)
+{
+    QPointer<QObject> target(context);
+    QThreadPool::globalInstance()->start([folder, target, done = std::move(done)] {
+        const std::optional<QString> file = firstFile(folder);
+        if (!target)
+            return;
+        QMetaObject::invokeMethod(
+            target,
+            [target, done, file] {
+                if (target)
+                    done(file);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+QString openDialogMessage()
+{
+    return QCoreApplication::translate("FolderOpening",
+                                       "Choose a Markdown file, or a folder to browse");
+}
+
+QString chooseFolderMessage()
+{
+    return QCoreApplication::translate("FolderOpening",
+                                       "Choose a folder to browse its Markdown files");
+}
+
+QString noFilesText(const QString &folder)
+{
+    return QCoreApplication::translate("FolderOpening", "No Markdown files in “%1”")
+        .arg(QFileInfo(QDir::cleanPath(folder)).fileName());
+}
+
+QString noFilesDetail()
+{
+    return QCoreApplication::translate(
+        "FolderOpening", "Lumo shows .md files. This folder and the folders inside it have none.");
+}
+
+} // namespace FolderOpening

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QObject>
+
+// Finds, off the main thread, the folder a document's sidebar shows (Workspace::root).
+// A new request supersedes any earlier one still running: only the latest answer is
+// announced. Main thread only.
+class RootResolver : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    void resolve(const QString &filePath, const QStringList &opened);
+
+Q_SIGNALS:
+    // The folder, or an empty string when the document belongs to none.
+    void resolved(const QString &root);
+
+private:
+    quint64 m_generation = 0;
+};

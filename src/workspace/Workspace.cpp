@@ -1,0 +1,63 @@
+#include "Workspace.h"
+
+#include "app/Preferences.h"
+#include "search/ProjectFiles.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+// Symlinks resolved, then standardised; the cleaned path for what does not exist.
+QString keyOf(const QString &path)
+{
+    const QString canonical = QFileInfo(path).canonicalFilePath();
+    return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
+}
+
+QString withSlash(QString path)
+{
+    if (!path.endsWith(QLatin1Char('/')))
+        path.append(QLatin1Char('/'));
+    return path;
+}
+
+} // namespace
+
+namespace Workspace {
+
+QStringList folders(const Preferences &prefs)
+{
+    return prefs.workspaceFolders();
+}
+
+void remember(Preferences &prefs, const QString &folder)
+{
+    const QString key = QDir::cleanPath(folder);
+    QStringList list = prefs.workspaceFolders();
+    list.removeAll(key);
+    list.prepend(key);
+    prefs.setWorkspaceFolders(list.mid(0, rememberedLimit));
+}
+
+bool contains(const QString &folder, const QString &path)
+{
+    return keyOf(path).startsWith(withSlash(keyOf(folder)));
+}
+
+std::optional<QString> root(const QString &filePath, const QStringList &opened)
+{
+    if (filePath.isEmpty())
+        return std::nullopt;
+    const QString file = keyOf(filePath);
+    for (const QString &folder : opened) {
+        if (file.startsWith(withSlash(keyOf(folder))))
+            return folder;
+    }
+    const QString project = ProjectFiles::root(filePath);
+    if (project.isEmpty())
+        return std::nullopt;
+    return project;
+}
+
+} // namespace Workspace
