@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <QDateTime>
 #include <QList>
 #include <QString>
@@ -19,5 +20,12 @@ struct TreeNode
     QDateTime modified;
     int fileCount = 0; // 1 for a file; the Markdown files below a folder
 
-    bool operator==(const TreeNode &) const = default;
+    // Field by field, children recursively (a QList of an incomplete type has none).
+    friend bool operator==(const TreeNode &a, const TreeNode &b)
+    {
+        return a.url == b.url && a.path == b.path && a.name == b.name && a.isFolder == b.isFolder &&
+               a.modified == b.modified && a.fileCount == b.fileCount &&
+               std::equal(a.children.begin(), a.children.end(), b.children.begin(),
+                          b.children.end());
+    }
 };
