@@ -1,0 +1,14 @@
+#include "PathKey.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace PathKey {
+
+QString resolved(const QString &path)
+{
+    const QString canonical = QFileInfo(path).canonicalFilePath();
+    return canonical.isEmpty() ? QDir::cleanPath(QFileInfo(path).absoluteFilePath()) : canonical;
+}
+
+} // namespace PathKey
