@@ -14,6 +14,7 @@
 #include "PageActions.h"
 #include "PageScript.h"
 #include "PreviewPage.h"
+#include "workspace/ReadState.h"
 #include "workspace/RootResolver.h"
 #include "workspace/Workspace.h"
 
@@ -266,6 +267,8 @@ void DocumentController::render()
     m_lastRendered = text;
     m_lastRenderedBase = base;
     ++m_renderRevision;
+    if (m_document && !m_document->isUntitled())
+        ReadState::shared().noteViewed(m_document->path());
     call(PageScript::render(text, base, diff, m_renderRevision));
 }
 
@@ -421,6 +424,7 @@ void DocumentController::reloadFromDisk(bool force)
 {
     if (!m_document || m_document->isUntitled())
         return;
+    ReadState::shared().noteViewed(m_document->path());
     QString error;
     const auto contents = MarkdownDocument::read(m_document->path(), &error);
     if (!contents) {

@@ -4,49 +4,22 @@
 #include "DiskChangeBanner.h"
 #include "FindBar.h"
 #include "PreviewPage.h"
+#include "workspace/SidebarView.h"
 
 #include <algorithm>
 #include <cmath>
-#include <QCoreApplication>
 #include <QFontDatabase>
-#include <QIcon>
-#include <QLabel>
 #include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QSplitter>
 #include <QTextBlock>
 #include <QVBoxLayout>
 
-namespace {
-
-// What the sidebar shows while the document belongs to no folder.
-QWidget *noFolderView(QWidget *parent)
-{
-    auto *view = new QWidget(parent);
-    auto *icon = new QLabel(view);
-    icon->setPixmap(QIcon::fromTheme(QStringLiteral("folder")).pixmap(32, 32));
-    icon->setAlignment(Qt::AlignCenter);
-    auto *text =
-        new QLabel(QCoreApplication::translate(
-                       "DocumentTab", "Save this file, or open a folder\nto browse its Markdown."),
-                   view);
-    text->setAlignment(Qt::AlignCenter);
-    text->setForegroundRole(QPalette::PlaceholderText);
-    auto *layout = new QVBoxLayout(view);
-    layout->addStretch();
-    layout->addWidget(icon);
-    layout->addWidget(text);
-    layout->addStretch();
-    return view;
-}
-
-} // namespace
-
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)
     : QWidget(parent)
     , m_controller(new DocumentController(document, startInEditMode, this))
     , m_columns(new QSplitter(Qt::Horizontal, this))
-    , m_sidebar(noFolderView(m_columns))
+    , m_sidebar(new SidebarView(m_controller, m_columns))
     , m_banner(new DiskChangeBanner(this))
     , m_pageFind(new FindBar(false, this))
     , m_editorFind(new FindBar(true, this))
@@ -127,6 +100,8 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     connect(m_controller, &DocumentController::diskChangePendingChanged, m_banner,
             &QWidget::setVisible);
     connect(m_controller, &DocumentController::openRequested, this, &DocumentTab::openRequested);
+    connect(m_sidebar, &SidebarView::leaveRequested, this,
+            [this] { showMode(m_controller->mode()); });
     connect(m_banner, &DiskChangeBanner::reloadClicked, this,
             [this] { m_controller->reloadFromDisk(true); });
     connect(m_banner, &DiskChangeBanner::keepMineClicked, this,

@@ -8,6 +8,7 @@ class DiskChangeBanner;
 class FindBar;
 class QPlainTextEdit;
 class QSplitter;
+class SidebarView;
 
 // The content of one tab: a sidebar column beside the document area, which shows the
 // reading page alone (read mode) or the text editor beside it (edit mode). The one
@@ -46,7 +47,7 @@ private:
 
     DocumentController *m_controller;
     QSplitter *m_columns;
-    QWidget *m_sidebar;
+    SidebarView *m_sidebar;
     DiskChangeBanner *m_banner;
     FindBar *m_pageFind;
     FindBar *m_editorFind;

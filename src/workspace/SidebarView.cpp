@@ -1,0 +1,86 @@
+#include "SidebarView.h"
+
+#include "document/DocumentController.h"
+#include "FolderSidebar.h"
+#include "FolderTree.h"
+#include "SidebarPainting.h"
+#include "WorkspaceCommands.h"
+
+#include <QDir>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace {
+
+class FolderSymbol : public QWidget
+{
+public:
+    using QWidget::QWidget;
+
+    QSize sizeHint() const override { return {40, 40}; }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.translate(rect().center() - QPointF(20, 20));
+        painter.scale(2.5, 2.5);
+        SidebarPainting::paintFolderIcon(&painter, QRectF(0, 0, 16, 16), palette());
+    }
+};
+
+QWidget *noFolderView(QWidget *parent)
+{
+    auto *view = new QWidget(parent);
+    view->setObjectName(QStringLiteral("noFolder"));
+    auto *symbol = new FolderSymbol(view);
+    auto *text = new QLabel(
+        SidebarView::tr("Save this file, or open a folder\nto browse its Markdown."), view);
+    text->setAlignment(Qt::AlignCenter);
+    text->setForegroundRole(QPalette::PlaceholderText);
+    auto *button = new QPushButton(SidebarView::tr("Open Folder…"), view);
+    QObject::connect(button, &QPushButton::clicked, view,
+                     [view] { WorkspaceCommands::chooseFolder(view); });
+    auto *layout = new QVBoxLayout(view);
+    layout->setSpacing(10);
+    layout->addStretch();
+    layout->addWidget(symbol, 0, Qt::AlignHCenter);
+    layout->addWidget(text);
+    layout->addWidget(button, 0, Qt::AlignHCenter);
+    layout->addStretch();
+    return view;
+}
+
+} // namespace
+
+SidebarView::SidebarView(DocumentController *controller, QWidget *parent)
+    : QStackedWidget(parent)
+    , m_controller(controller)
+    , m_noFolder(noFolderView(this))
+{
+    addWidget(m_noFolder);
+    connect(controller, &DocumentController::sidebarRootChanged, this, &SidebarView::showRoot);
+    showRoot(controller->sidebarRoot());
+}
+
+void SidebarView::showRoot(const QString &root)
+{
+    if (m_folder && m_folder->tree()->root() == QDir::cleanPath(root))
+        return;
+    if (m_folder) {
+        removeWidget(m_folder);
+        m_folder->deleteLater();
+        m_folder = nullptr;
+    }
+    if (root.isEmpty()) {
+        setCurrentWidget(m_noFolder);
+        return;
+    }
+    m_folder = new FolderSidebar(FolderTree::shared(root), m_controller, this);
+    connect(m_folder, &FolderSidebar::leaveRequested, this, &SidebarView::leaveRequested);
+    addWidget(m_folder);
+    setCurrentWidget(m_folder);
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QStackedWidget>
+
+class DocumentController;
+class FolderSidebar;
+
+// The sidebar column of a document tab: the folder sidebar of the controller's
+// sidebar root, or, while the document belongs to no folder, an invitation to open
+// one. Follows the root as the controller resolves it.
+class SidebarView : public QStackedWidget
+{
+    Q_OBJECT
+
+public:
+    explicit SidebarView(DocumentController *controller, QWidget *parent = nullptr);
+
+    FolderSidebar *folderSidebar() const { return m_folder; }
+
+Q_SIGNALS:
+    // The user left the sidebar with Escape.
+    void leaveRequested();
+
+private:
+    void showRoot(const QString &root);
+
+    DocumentController *m_controller;
+    QWidget *m_noFolder;
+    FolderSidebar *m_folder = nullptr;
+};

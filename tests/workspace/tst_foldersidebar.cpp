@@ -1,0 +1,255 @@
+// The folder sidebar: its rows as a model, keyboard navigation through real key events,
+// its states, and revealing the document.
+#include "document/DocumentController.h"
+#include "support/TreeBuilder.h"
+#include "support/WebTest.h"
+#include "workspace/FolderSidebar.h"
+#include "workspace/FolderTree.h"
+#include "workspace/FolderTreeModel.h"
+#include "workspace/ReadState.h"
+#include "workspace/SidebarList.h"
+
+#include <QAbstractItemModelTester>
+#include <QLabel>
+#include <QStackedWidget>
+#include <QTestEventList>
+
+using namespace Qt::StringLiterals;
+
+class TestFolderSidebar : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void modelFollowsTheTree();
+    void keyboard_data();
+    void keyboard();
+    void activationAndEscape();
+    void emptyFolderWaitsForItsScan();
+    void marksWhatChangedSinceItWasRead();
+
+private:
+    QString path(const QString &relative) const { return m_dir.filePath(relative); }
+    // A sidebar on the "notes" folder, for a document showing `file`.
+    struct Fixture
+    {
+        std::unique_ptr<DocumentController> controller;
+        std::shared_ptr<FolderTree> tree;
+        std::unique_ptr<FolderSidebar> sidebar;
+    };
+    Fixture open(const QString &folder, const QString &file);
+    static QStringList sorted(const QSet<QString> &set)
+    {
+        QStringList list(set.cbegin(), set.cend());
+        list.sort();
+        return list;
+    }
+
+    QTemporaryDir m_dir;
+};
+
+void TestFolderSidebar::initTestCase()
+{
+    QVERIFY(TreeBuilder::make(m_dir.path(),
+                              {u"notes/alpha/a1.md"_s, u"notes/alpha/sub/s.md"_s,
+                               u"notes/beta/b.md"_s, u"notes/readme.md"_s, u"notes/zeta.md"_s,
+                               u"notes/beta/image.png"_s, u"empty/"_s}));
+}
+
+TestFolderSidebar::Fixture TestFolderSidebar::open(const QString &folder, const QString &file)
+{
+    Fixture fixture;
+    QString error;
+    fixture.controller = std::make_unique<DocumentController>(
+        file.isEmpty() ? new OpenDocument() : OpenDocument::open(path(file), &error), false);
+    fixture.tree = FolderTree::shared(path(folder));
+    if (!QTest::qWaitFor([&] { return fixture.tree->loaded(); }, 10000))
+        qWarning("the tree did not load");
+    fixture.tree->setExpanded({});
+    fixture.sidebar = std::make_unique<FolderSidebar>(fixture.tree, fixture.controller.get());
+    fixture.sidebar->resize(260, 400);
+    fixture.sidebar->show();
+    if (!QTest::qWaitForWindowExposed(fixture.sidebar.get()))
+        qWarning("the sidebar was not shown");
+    return fixture;
+}
+
+void TestFolderSidebar::modelFollowsTheTree()
+{
+    Fixture fixture = open(u"notes"_s, u"notes/alpha/sub/s.md"_s);
+    FolderTreeModel *model = fixture.sidebar->model();
+    QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+
+    QStringList names;
+    for (int row = 0; row < model->rowCount(); ++row)
+        names << model->index(row, 0).data().toString();
+    QCOMPARE(names, (QStringList{u"alpha"_s, u"beta"_s, u"readme.md"_s, u"zeta.md"_s}));
+    const QModelIndex current = model->indexOf(u"alpha/sub/s.md"_s);
+    QVERIFY(current.data(FolderTreeModel::CurrentRole).toBool());
+    QCOMPARE(current.data(FolderTreeModel::FilePathRole).toString(),
+             path(u"notes/alpha/sub/s.md"_s));
+    QCOMPARE(current.parent(), model->indexOf(u"alpha/sub"_s));
+    QCOMPARE(model->indexOf(u"beta"_s).data(FolderTreeModel::FileCountRole).toInt(), 1);
+
+    // Showing the sidebar reveals the document: its folders open, here and in the tree.
+    QTRY_COMPARE(sorted(fixture.tree->expanded()), (QStringList{u"alpha"_s, u"alpha/sub"_s}));
+    QTRY_VERIFY(fixture.sidebar->list()->isExpanded(model->indexOf(u"alpha/sub"_s)));
+    QVERIFY(model->indexOf(u"alpha"_s).data(FolderTreeModel::ExpandedRole).toBool());
+    QCOMPARE(fixture.sidebar->list()->visibleRows().size(), 7);
+
+    // A new file lands in the rows after the rescan; the model stays consistent.
+    QSignalSpy reset(model, &QAbstractItemModel::modelReset);
+    QVERIFY(TreeBuilder::make(path(u"notes"_s), {u"beta/c.md"_s}));
+    fixture.tree->rescan();
+    QTRY_VERIFY(model->indexOf(u"beta/c.md"_s).isValid());
+    QVERIFY(reset.count() >= 1);
+    QCOMPARE(model->indexOf(u"beta"_s).data(FolderTreeModel::FileCountRole).toInt(), 2);
+    QFile::remove(path(u"notes/beta/c.md"_s));
+    fixture.tree->rescan();
+    QTRY_VERIFY(!model->indexOf(u"beta/c.md"_s).isValid());
+}
+
+void TestFolderSidebar::keyboard_data()
+{
+    QTest::addColumn<QTestEventList>("keys");
+    QTest::addColumn<QString>("cursor");
+    QTest::addColumn<QStringList>("expanded");
+
+    const auto keys = [](std::initializer_list<Qt::Key> list) {
+        QTestEventList events;
+        for (Qt::Key key : list)
+            events.addKeyClick(key);
+        return events;
+    };
+    using K = Qt::Key;
+    // Rows: alpha/, beta/, readme.md (the document), zeta.md.
+    QTest::newRow("down from the document's row")
+        << keys({K::Key_Down}) << u"zeta.md"_s << QStringList{};
+    QTest::newRow("down stops at the last row")
+        << keys({K::Key_Down, K::Key_Down, K::Key_Down}) << u"zeta.md"_s << QStringList{};
+    QTest::newRow("up stops at the first row")
+        << keys({K::Key_Up, K::Key_Up, K::Key_Up, K::Key_Up}) << u"alpha"_s << QStringList{};
+    QTest::newRow("right expands a folder")
+        << keys({K::Key_Up, K::Key_Up, K::Key_Right}) << u"alpha"_s << QStringList{u"alpha"_s};
+    QTest::newRow("right again enters it")
+        << keys({K::Key_Up, K::Key_Up, K::Key_Right, K::Key_Right}) << u"alpha/sub"_s
+        << QStringList{u"alpha"_s};
+    QTest::newRow("left goes to the parent, then collapses it")
+        << keys({K::Key_Up, K::Key_Up, K::Key_Right, K::Key_Right, K::Key_Left, K::Key_Left})
+        << u"alpha"_s << QStringList{};
+    QTest::newRow("left on a file at the root stays")
+        << keys({K::Key_Down, K::Key_Left}) << u"zeta.md"_s << QStringList{};
+    QTest::newRow("return opens a folder")
+        << keys({K::Key_Up, K::Key_Return}) << u"beta"_s << QStringList{u"beta"_s};
+    QTest::newRow("space opens a folder")
+        << keys({K::Key_Up, K::Key_Space}) << u"beta"_s << QStringList{u"beta"_s};
+
+    QTestEventList typed;
+    typed.addKeyClicks(u"ZE"_s);
+    QTest::newRow("typing selects by prefix, any case") << typed << u"zeta.md"_s << QStringList{};
+    QTestEventList noMatch;
+    noMatch.addKeyClicks(u"zr"_s);
+    QTest::newRow("a prefix nothing has leaves the cursor")
+        << noMatch << u"zeta.md"_s << QStringList{};
+    QTestEventList paused;
+    paused.addKeyClick(Qt::Key_Z);
+    paused.addDelay(SidebarList::typeSelectResetMilliseconds + 100);
+    paused.addKeyClick(Qt::Key_R);
+    QTest::newRow("a pause starts a new prefix") << paused << u"readme.md"_s << QStringList{};
+}
+
+void TestFolderSidebar::keyboard()
+{
+    QFETCH(QTestEventList, keys);
+    QFETCH(QString, cursor);
+    QFETCH(QStringList, expanded);
+    Fixture fixture = open(u"notes"_s, u"notes/readme.md"_s);
+    SidebarList *list = fixture.sidebar->list();
+    list->setFocus();
+    QTRY_VERIFY(list->hasFocus());
+    keys.simulate(list);
+    QCOMPARE(list->cursor().value_or(QString()), cursor);
+    QCOMPARE(sorted(fixture.tree->expanded()), expanded);
+    QVERIFY(list->usingKeyboard());
+}
+
+void TestFolderSidebar::activationAndEscape()
+{
+    Fixture fixture = open(u"notes"_s, u"notes/readme.md"_s);
+    SidebarList *list = fixture.sidebar->list();
+    list->setFocus();
+    QSignalSpy replaced(fixture.controller.get(), &DocumentController::replaceRequested);
+    QSignalSpy left(fixture.sidebar.get(), &FolderSidebar::leaveRequested);
+    QTest::keyClick(list, Qt::Key_Down);
+    QTest::keyClick(list, Qt::Key_Return);
+    QCOMPARE(replaced.count(), 1);
+    QCOMPARE(replaced.constFirst().constFirst().toString(), path(u"notes/zeta.md"_s));
+    // The list remembers where it was for the document that opens.
+    QCOMPARE(fixture.tree->handoff(), path(u"notes/zeta.md"_s));
+    QTest::keyClick(list, Qt::Key_Escape);
+    QCOMPARE(left.count(), 1);
+}
+
+void TestFolderSidebar::emptyFolderWaitsForItsScan()
+{
+    Fixture fixture = open(u"empty"_s, QString());
+    auto *body = fixture.sidebar->findChild<QStackedWidget *>();
+    QVERIFY(body);
+    const auto *note = qobject_cast<QLabel *>(body->currentWidget());
+    QVERIFY(note);
+    QCOMPARE(note->text(), u"No Markdown files"_s);
+
+    Fixture notes = open(u"notes"_s, u"notes/readme.md"_s);
+    QVERIFY(notes.sidebar->findChild<QStackedWidget *>()->currentWidget() == notes.sidebar->list());
+    const QStringList texts = [&] {
+        QStringList all;
+        for (const QLabel *label : notes.sidebar->findChildren<QLabel *>())
+            all << label->text();
+        return all;
+    }();
+    QVERIFY(texts.contains(u"notes"_s));
+    QVERIFY(texts.contains(u"5 Markdown files"_s));
+}
+
+void TestFolderSidebar::marksWhatChangedSinceItWasRead()
+{
+    const QStringList files{u"marks/a/b/deep.md"_s, u"marks/top.md"_s, u"marks/open.md"_s};
+    QVERIFY(TreeBuilder::make(m_dir.path(), files));
+    Fixture fixture = open(u"marks"_s, u"marks/open.md"_s);
+    FolderTreeModel *model = fixture.sidebar->model();
+    const auto unread = [model](const QString &relative) {
+        return model->indexOf(relative).data(FolderTreeModel::UnreadRole).toBool();
+    };
+    // A folder browsed for the first time shows no marks.
+    fixture.tree->setExpanded({});
+    QVERIFY(!unread(u"a"_s) && !unread(u"top.md"_s) && !unread(u"open.md"_s));
+
+    // Everything changes after the folder's baseline; only the document is read.
+    const QDateTime changed = ReadState::shared().baseline(path(u"marks"_s)).addMSecs(1);
+    for (const QString &file : files)
+        QVERIFY(TreeBuilder::setModified(path(file), changed));
+    fixture.tree->rescan();
+    QTRY_VERIFY(unread(u"top.md"_s));
+    QVERIFY(unread(u"a"_s));
+    QVERIFY(!unread(u"open.md"_s));
+
+    // An open folder leaves the mark to what it shows.
+    fixture.tree->setExpanded({u"a"_s});
+    QVERIFY(!unread(u"a"_s));
+    QVERIFY(unread(u"a/b"_s));
+    fixture.tree->setExpanded({u"a"_s, u"a/b"_s});
+    QVERIFY(!unread(u"a/b"_s));
+    QVERIFY(unread(u"a/b/deep.md"_s));
+
+    // Shown once, after the change, it is read.
+    QTRY_VERIFY(QDateTime::currentDateTimeUtc() > changed);
+    QSignalSpy marks(model, &QAbstractItemModel::dataChanged);
+    ReadState::shared().noteViewed(path(u"marks/top.md"_s));
+    QVERIFY(!unread(u"top.md"_s));
+    QCOMPARE(marks.count(), 1);
+    QVERIFY(unread(u"a/b/deep.md"_s));
+}
+
+LUMO_WEB_TEST_MAIN(TestFolderSidebar)
+#include "tst_foldersidebar.moc"
