@@ -13,9 +13,18 @@ void RootResolver::resolve(const QString &filePath, const QStringList &opened)
         Q_EMIT resolved(QString());
         return;
     }
+    // A remembered folder is found at once (a few path lookups), so a document opened
+    // from a sidebar shows that sidebar without a blank moment; the project root needs
+    // a walk up the folders and is found off the main thread.
+    for (const QString &folder : opened) {
+        if (Workspace::contains(folder, filePath)) {
+            Q_EMIT resolved(folder);
+            return;
+        }
+    }
     QPointer<RootResolver> self(this);
     QThreadPool::globalInstance()->start([self, generation, filePath, opened] {
-        const QString root = Workspace::root(filePath, opened).value_or(QString());
+        const QString root = Workspace::root(filePath, {}).value_or(QString());
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [self, generation, root] {

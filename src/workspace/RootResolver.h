@@ -2,9 +2,9 @@
 
 #include <QObject>
 
-// Finds, off the main thread, the folder a document's sidebar shows (Workspace::root).
-// A new request supersedes any earlier one still running: only the latest answer is
-// announced. Main thread only.
+// Finds the folder a document's sidebar shows (Workspace::root): a remembered folder
+// at once, the project root off the main thread. A new request supersedes any earlier
+// one still running: only the latest answer is announced. Main thread only.
 class RootResolver : public QObject
 {
     Q_OBJECT

@@ -60,8 +60,10 @@ SidebarView::SidebarView(DocumentController *controller, QWidget *parent)
     : QStackedWidget(parent)
     , m_controller(controller)
     , m_noFolder(noFolderView(this))
+    , m_pending(new QWidget(this))
 {
     addWidget(m_noFolder);
+    addWidget(m_pending);
     connect(controller, &DocumentController::sidebarRootChanged, this, &SidebarView::showRoot);
     showRoot(controller->sidebarRoot());
 }
@@ -76,7 +78,9 @@ void SidebarView::showRoot(const QString &root)
         m_folder = nullptr;
     }
     if (root.isEmpty()) {
-        setCurrentWidget(m_noFolder);
+        // A document on disk always gets a folder; until it is found, nothing shows.
+        const OpenDocument *document = m_controller->document();
+        setCurrentWidget(document && !document->isUntitled() ? m_pending : m_noFolder);
         return;
     }
     m_folder = new FolderSidebar(FolderTree::shared(root), m_controller, this);

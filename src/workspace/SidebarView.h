@@ -26,5 +26,6 @@ private:
 
     DocumentController *m_controller;
     QWidget *m_noFolder;
+    QWidget *m_pending;
     FolderSidebar *m_folder = nullptr;
 };

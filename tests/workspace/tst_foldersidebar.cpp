@@ -1,5 +1,6 @@
 // The folder sidebar: its rows as a model, keyboard navigation through real key events,
 // its states, and revealing the document.
+#include "app/Preferences.h"
 #include "document/DocumentController.h"
 #include "support/TreeBuilder.h"
 #include "support/WebTest.h"
@@ -8,9 +9,12 @@
 #include "workspace/FolderTreeModel.h"
 #include "workspace/ReadState.h"
 #include "workspace/SidebarList.h"
+#include "workspace/SidebarView.h"
+#include "workspace/Workspace.h"
 
 #include <QAbstractItemModelTester>
 #include <QLabel>
+#include <QScrollBar>
 #include <QStackedWidget>
 #include <QTestEventList>
 
@@ -28,6 +32,9 @@ private Q_SLOTS:
     void activationAndEscape();
     void emptyFolderWaitsForItsScan();
     void marksWhatChangedSinceItWasRead();
+    void revealShowsTheDocument();
+    void documentOpenedHereKeepsTheScrollPosition();
+    void sidebarFollowsTheRoot();
 
 private:
     QString path(const QString &relative) const { return m_dir.filePath(relative); }
@@ -249,6 +256,70 @@ void TestFolderSidebar::marksWhatChangedSinceItWasRead()
     QVERIFY(!unread(u"top.md"_s));
     QCOMPARE(marks.count(), 1);
     QVERIFY(unread(u"a/b/deep.md"_s));
+}
+
+void TestFolderSidebar::revealShowsTheDocument()
+{
+    Fixture fixture = open(u"notes"_s, u"notes/alpha/sub/s.md"_s);
+    fixture.tree->setExpanded({});
+    fixture.controller->setSidebarVisible(false);
+    fixture.controller->revealInSidebar();
+    QVERIFY(fixture.controller->sidebarVisible());
+    QCOMPARE(sorted(fixture.tree->expanded()), (QStringList{u"alpha"_s, u"alpha/sub"_s}));
+    SidebarList *list = fixture.sidebar->list();
+    QTRY_COMPARE(list->cursor().value_or(QString()), u"alpha/sub/s.md"_s);
+    QVERIFY(list->hasFocus());
+}
+
+void TestFolderSidebar::documentOpenedHereKeepsTheScrollPosition()
+{
+    QStringList many;
+    for (int i = 1; i <= 60; ++i)
+        many << u"long/file%1.md"_s.arg(i);
+    QVERIFY(TreeBuilder::make(m_dir.path(), many));
+    Fixture first = open(u"long"_s, u"long/file1.md"_s);
+    SidebarList *list = first.sidebar->list();
+    QTRY_VERIFY(list->verticalScrollBar()->maximum() > 300);
+    list->verticalScrollBar()->setValue(300);
+    QCOMPARE(first.tree->scrollOffset(), 300.0);
+
+    QSignalSpy replaced(first.controller.get(), &DocumentController::replaceRequested);
+    const QModelIndex row = list->indexAt(QPoint(60, 100));
+    QVERIFY(row.isValid());
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(row).center());
+    QCOMPARE(replaced.count(), 1);
+    const QString clicked = replaced.constFirst().constFirst().toString();
+    QCOMPARE(clicked, row.data(FolderTreeModel::FilePathRole).toString());
+
+    // The tab that shows the clicked file opens its sidebar where the click was...
+    Fixture second = open(u"long"_s, QDir(m_dir.path()).relativeFilePath(clicked));
+    QTRY_COMPARE(second.sidebar->list()->verticalScrollBar()->value(), 300);
+    // ...one opened otherwise scrolls to its document.
+    Fixture third = open(u"long"_s, u"long/file60.md"_s);
+    SidebarList *thirdList = third.sidebar->list();
+    QTRY_VERIFY(thirdList->viewport()->rect().contains(
+        thirdList->visualRect(third.sidebar->model()->indexOf(u"file60.md"_s)).center()));
+}
+
+void TestFolderSidebar::sidebarFollowsTheRoot()
+{
+    Preferences::shared().setWorkspaceFolders({});
+    QString error;
+    DocumentController controller(OpenDocument::open(path(u"notes/beta/b.md"_s), &error), false);
+    SidebarView view(&controller);
+    // Outside every remembered folder: the project root, its own folder here.
+    QTRY_COMPARE(controller.sidebarRoot(), path(u"notes/beta"_s));
+    QVERIFY(view.folderSidebar());
+    QCOMPARE(view.currentWidget(), view.folderSidebar());
+    QCOMPARE(view.folderSidebar()->tree()->root(), path(u"notes/beta"_s));
+
+    Workspace::remember(Preferences::shared(), path(u"notes"_s));
+    QCOMPARE(controller.sidebarRoot(), path(u"notes"_s));
+    QCOMPARE(view.folderSidebar()->tree()->root(), path(u"notes"_s));
+
+    DocumentController untitled(new OpenDocument(), false);
+    SidebarView none(&untitled);
+    QCOMPARE(none.currentWidget()->objectName(), u"noFolder"_s);
 }
 
 LUMO_WEB_TEST_MAIN(TestFolderSidebar)
