@@ -166,12 +166,11 @@ void Application::openFolder(const QString &path, DocumentWindow *window)
     if (windows().isEmpty())
         newDocument();
     QPointer<DocumentWindow> target(window);
-    FolderOpener::open(path, windows(), window ? window : m_lastActive.get(),
-                       [this, target](const QString &file) {
-                           QString error;
-                           if (!openFile(file, target, &error))
-                               showOpenError(error, target);
-                       });
+    FolderOpener::open(path, windows(), targetWindow(window), [this, target](const QString &file) {
+        QString error;
+        if (!openFile(file, target, &error))
+            showOpenError(error, target);
+    });
 }
 
 void Application::showOpenError(const QString &message, DocumentWindow *window)

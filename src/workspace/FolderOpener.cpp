@@ -125,4 +125,10 @@ QFileDialog *folderDialog(QWidget *parent)
     return dialog;
 }
 
+bool acceptsFolders(const QFileDialog *dialog)
+{
+    return dynamic_cast<const FileOrFolderDialog *>(dialog) ||
+           dialog->fileMode() == QFileDialog::Directory;
+}
+
 } // namespace FolderOpener

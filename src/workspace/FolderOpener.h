@@ -24,5 +24,7 @@ void open(const QString &folder, const QList<DocumentWindow *> &windows, QWidget
 QFileDialog *openDialog(QWidget *parent);
 // The Open Folder dialog: folders only; `fileSelected` carries the choice.
 QFileDialog *folderDialog(QWidget *parent);
+// Whether the dialog lets the user choose a folder.
+bool acceptsFolders(const QFileDialog *dialog);
 
 } // namespace FolderOpener

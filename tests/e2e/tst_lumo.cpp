@@ -239,6 +239,9 @@ void TestLumo::opensFolders()
     QCOMPARE(run({url}), 0);
     QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
                               (QStringList{u"New"_s, u"Other"_s}), 30000);
+    // The Open dialog takes folders too.
+    QCOMPARE(run({u"--post"_s, u"lumoapp.debug.openPanelCheck"_s}), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(m_output.contains("panel=true folders=true"), 10000);
     QSettings settings(m_home->filePath(u"config/Lumo/Lumo.conf"_s), QSettings::IniFormat);
     QCOMPARE(settings.value(u"workspaceFolders"_s).toStringList(),
              (QStringList{m_home->filePath(u"more notes"_s), m_home->filePath(u"notes"_s)}));
