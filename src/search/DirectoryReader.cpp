@@ -45,25 +45,23 @@ DirectoryReader::~DirectoryReader()
 std::vector<DirectoryReader::Entry> DirectoryReader::entries() const
 {
     std::vector<Entry> list;
-    if (m_fd < 0)
+    if (m_fd < 0 || ::lseek(m_fd, 0, SEEK_SET) != 0)
         return list;
-    // fdopendir takes over the descriptor it is given; a duplicate keeps ours for openat.
-    const int listing = ::fcntl(m_fd, F_DUPFD_CLOEXEC, 0);
-    if (listing < 0)
-        return list;
-    DIR *dir = ::fdopendir(listing);
-    if (!dir) {
-        ::close(listing);
-        return list;
+    // Straight from the kernel into one buffer: no DIR stream to allocate per folder.
+    alignas(dirent64) char buffer[32 * 1024];
+    for (;;) {
+        const ssize_t length = ::getdents64(m_fd, buffer, sizeof buffer);
+        if (length <= 0)
+            break;
+        for (ssize_t offset = 0; offset < length;) {
+            const auto *entry = reinterpret_cast<const dirent64 *>(buffer + offset);
+            offset += entry->d_reclen;
+            const char *name = entry->d_name;
+            if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0)))
+                continue;
+            list.push_back({name, entry->d_type});
+        }
     }
-    ::rewinddir(dir);
-    while (const dirent *entry = ::readdir(dir)) {
-        const char *name = entry->d_name;
-        if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0)))
-            continue;
-        list.push_back({name, entry->d_type});
-    }
-    ::closedir(dir);
     return list;
 }
 
