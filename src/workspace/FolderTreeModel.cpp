@@ -36,14 +36,17 @@ void FolderTreeModel::rebuild()
     for (int row = 0; row < nodes.size(); ++row)
         m_top.append(add(nodes.at(row), -1, row));
     m_currentPath = m_tree->relativePath(m_currentFile).value_or(QString());
-    for (qsizetype i = m_items.size() - 1; i >= 0; --i) {
-        Item &item = m_items[i];
-        item.unreadInside =
-            item.node.isFolder
-                ? std::any_of(item.children.cbegin(), item.children.cend(),
-                              [this](int child) { return m_items.at(child).unreadInside; })
-                : ReadState::shared().isUnread(item.node, m_baseline);
-    }
+    // Children come after their parent, so one backward pass settles every folder.
+    for (qsizetype i = m_items.size() - 1; i >= 0; --i)
+        m_items[i].unreadInside = computeUnread(m_items.at(i));
+}
+
+bool FolderTreeModel::computeUnread(const Item &item) const
+{
+    if (!item.node.isFolder)
+        return ReadState::shared().isUnread(item.node, m_baseline);
+    return std::any_of(item.children.cbegin(), item.children.cend(),
+                       [this](int child) { return m_items.at(child).unreadInside; });
 }
 
 int FolderTreeModel::add(const TreeNode &node, int parent, int row)
@@ -65,17 +68,11 @@ int FolderTreeModel::add(const TreeNode &node, int parent, int row)
 
 void FolderTreeModel::refreshMarks()
 {
-    // Children come after their parent, so one backward pass settles every folder.
     QList<int> changed;
     for (qsizetype i = m_items.size() - 1; i >= 0; --i) {
-        Item &item = m_items[i];
-        const bool unread =
-            item.node.isFolder
-                ? std::any_of(item.children.cbegin(), item.children.cend(),
-                              [this](int child) { return m_items.at(child).unreadInside; })
-                : ReadState::shared().isUnread(item.node, m_baseline);
-        if (unread != item.unreadInside) {
-            item.unreadInside = unread;
+        const bool unread = computeUnread(m_items.at(i));
+        if (unread != m_items.at(i).unreadInside) {
+            m_items[i].unreadInside = unread;
             changed.append(static_cast<int>(i));
         }
     }

@@ -59,6 +59,8 @@ private:
     int add(const TreeNode &node, int parent, int row);
     // Recomputes the unread marks and announces the rows whose mark changed.
     void refreshMarks();
+    // From ReadState for a file; from the (already settled) children for a folder.
+    bool computeUnread(const Item &item) const;
     bool shownUnread(int item) const;
     QModelIndex indexOfItem(int item) const;
     void announce(int item, const QList<int> &roles);
