@@ -2,8 +2,11 @@
 // its states, and revealing the document.
 #include "app/Preferences.h"
 #include "document/DocumentController.h"
+#include "document/DocumentTab.h"
+#include "document/DocumentWindow.h"
 #include "support/TreeBuilder.h"
 #include "support/WebTest.h"
+#include "workspace/FolderOpener.h"
 #include "workspace/FolderSidebar.h"
 #include "workspace/FolderTree.h"
 #include "workspace/FolderTreeModel.h"
@@ -14,6 +17,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QLabel>
+#include <QMessageBox>
 #include <QScrollBar>
 #include <QStackedWidget>
 #include <QTestEventList>
@@ -35,6 +39,7 @@ private Q_SLOTS:
     void revealShowsTheDocument();
     void documentOpenedHereKeepsTheScrollPosition();
     void sidebarFollowsTheRoot();
+    void openingAFolderRaisesOpensOrTells();
 
 private:
     QString path(const QString &relative) const { return m_dir.filePath(relative); }
@@ -320,6 +325,44 @@ void TestFolderSidebar::sidebarFollowsTheRoot()
     DocumentController untitled(new OpenDocument(), false);
     SidebarView none(&untitled);
     QCOMPARE(none.currentWidget()->objectName(), u"noFolder"_s);
+}
+
+void TestFolderSidebar::openingAFolderRaisesOpensOrTells()
+{
+    DocumentWindow window;
+    QString error;
+    DocumentTab *inside =
+        window.addDocument(OpenDocument::open(path(u"notes/readme.md"_s), &error));
+    window.addDocument(new OpenDocument());
+    QStringList opened;
+    const auto openFile = [&opened](const QString &file) { opened << file; };
+
+    // A tab already shows a file of the folder: it comes to the front, sidebar on.
+    inside->controller()->setSidebarVisible(false);
+    FolderOpener::open(path(u"notes"_s), {&window}, &window, openFile);
+    QCOMPARE(window.currentTab(), inside);
+    QVERIFY(inside->controller()->sidebarVisible());
+    QVERIFY(opened.isEmpty());
+    Preferences &prefs = Preferences::shared();
+    QCOMPARE(prefs.workspaceFolders().value(0), path(u"notes"_s));
+    QCOMPARE(prefs.recentDocuments().value(0), path(u"notes"_s));
+    QVERIFY(prefs.showSidebar());
+
+    // Otherwise its first file opens...
+    QVERIFY(TreeBuilder::make(m_dir.path(), {u"opening/sub/only.md"_s}));
+    FolderOpener::open(path(u"opening"_s), {&window}, &window, openFile);
+    QTRY_COMPARE(opened, QStringList{path(u"opening/sub/only.md"_s)});
+
+    // ...and without any, the user is told.
+    FolderOpener::open(path(u"empty"_s), {&window}, &window, openFile);
+    QMessageBox *box = nullptr;
+    QTRY_VERIFY((box = window.findChild<QMessageBox *>()));
+    QCOMPARE(box->text(), u"No Markdown files in “empty”"_s);
+    QCOMPARE(box->informativeText(),
+             u"Lumo shows .md files. This folder and the folders inside it have none."_s);
+    box->close();
+    QCOMPARE(opened.size(), 1);
+    QCOMPARE(prefs.workspaceFolders().value(0), path(u"empty"_s));
 }
 
 LUMO_WEB_TEST_MAIN(TestFolderSidebar)
