@@ -58,6 +58,11 @@ SidebarList::SidebarList(QWidget *parent)
     setMouseTracking(true);
     setItemDelegate(new RowDelegate(this));
     viewport()->setAutoFillBackground(false);
+    m_turn.setDuration(180);
+    m_turn.setEasingCurve(QEasingCurve::OutCubic);
+    m_turn.setStartValue(0.0);
+    m_turn.setEndValue(1.0);
+    connect(&m_turn, &QVariantAnimation::valueChanged, viewport(), qOverload<>(&QWidget::update));
 }
 
 void SidebarList::setFolderModel(FolderTreeModel *model)
@@ -152,6 +157,9 @@ void SidebarList::toggle(const QModelIndex &index)
 {
     if (const TreeNode *node = m_model->nodeAt(index)) {
         m_animateNext = true;
+        m_turning = node->path;
+        m_turn.stop();
+        m_turn.start();
         m_model->tree()->toggle(*node);
     }
 }
@@ -326,5 +334,10 @@ void SidebarList::drawBranches(QPainter *painter, const QRect &rect, const QMode
         return;
     // Nudged right, clear of the rounded strip's edge.
     const QRect slot(rect.right() - indentation() + 4, rect.top(), indentation(), rect.height());
-    SidebarPainting::paintChevron(painter, slot, palette(), isExpanded(index));
+    qreal degrees = isExpanded(index) ? 90 : 0;
+    if (m_turn.state() == QAbstractAnimation::Running &&
+        index.data(FolderTreeModel::PathRole).toString() == m_turning)
+        degrees = degrees == 90 ? 90 * m_turn.currentValue().toReal()
+                                : 90 * (1 - m_turn.currentValue().toReal());
+    SidebarPainting::paintChevron(painter, slot, palette(), degrees);
 }

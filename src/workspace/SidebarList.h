@@ -3,6 +3,7 @@
 #include <optional>
 #include <QElapsedTimer>
 #include <QTreeView>
+#include <QVariantAnimation>
 
 class FolderTreeModel;
 
@@ -76,4 +77,7 @@ private:
     bool m_animateNext = false;
     QString m_typed;
     QElapsedTimer m_lastTyped;
+    // The chevron of the folder last toggled here turns a quarter in this time.
+    QString m_turning;
+    QVariantAnimation m_turn;
 };

@@ -138,15 +138,14 @@ void paintRow(QPainter *painter, const QRect &rect, const QPalette &palette, con
     painter->restore();
 }
 
-void paintChevron(QPainter *painter, const QRect &slot, const QPalette &palette, bool expanded)
+void paintChevron(QPainter *painter, const QRect &slot, const QPalette &palette, qreal degrees)
 {
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setPen(QPen(faded(palette.color(QPalette::Text), 0.5), 1.5, Qt::SolidLine,
                          Qt::RoundCap, Qt::RoundJoin));
     painter->translate(QRectF(slot).center());
-    if (expanded)
-        painter->rotate(90);
+    painter->rotate(degrees);
     const QPointF points[] = {{-1.5, -3.5}, {2, 0}, {-1.5, 3.5}};
     painter->drawPolyline(points, 3);
     painter->restore();

@@ -31,7 +31,8 @@ void paintRowBackground(QPainter *painter, const QRect &row, bool current, bool 
 // Icon, name and unread mark inside the row's item rectangle.
 void paintRow(QPainter *painter, const QRect &rect, const QPalette &palette, const QFont &font,
               const Row &row);
-void paintChevron(QPainter *painter, const QRect &slot, const QPalette &palette, bool expanded);
+// Pointing right at 0 degrees, down (an open folder) at 90.
+void paintChevron(QPainter *painter, const QRect &slot, const QPalette &palette, qreal degrees);
 void paintFolderIcon(QPainter *painter, const QRectF &box, const QPalette &palette);
 void paintDocumentIcon(QPainter *painter, const QRectF &box, const QPalette &palette);
 // Where the unread mark of a row sits, widened for the pointer.
