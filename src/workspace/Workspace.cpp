@@ -1,19 +1,12 @@
 #include "Workspace.h"
 
 #include "app/Preferences.h"
+#include "PathKey.h"
 #include "search/ProjectFiles.h"
 
 #include <QDir>
-#include <QFileInfo>
 
 namespace {
-
-// Symlinks resolved, then standardised; the cleaned path for what does not exist.
-QString keyOf(const QString &path)
-{
-    const QString canonical = QFileInfo(path).canonicalFilePath();
-    return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
-}
 
 QString withSlash(QString path)
 {
@@ -42,16 +35,16 @@ void remember(Preferences &prefs, const QString &folder)
 
 bool contains(const QString &folder, const QString &path)
 {
-    return keyOf(path).startsWith(withSlash(keyOf(folder)));
+    return PathKey::resolved(path).startsWith(withSlash(PathKey::resolved(folder)));
 }
 
 std::optional<QString> root(const QString &filePath, const QStringList &opened)
 {
     if (filePath.isEmpty())
         return std::nullopt;
-    const QString file = keyOf(filePath);
+    const QString file = PathKey::resolved(filePath);
     for (const QString &folder : opened) {
-        if (file.startsWith(withSlash(keyOf(folder))))
+        if (file.startsWith(withSlash(PathKey::resolved(folder))))
             return folder;
     }
     const QString project = ProjectFiles::root(filePath);
