@@ -224,6 +224,12 @@ void SidebarList::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Down:
         moveCursor(1);
         break;
+    case Qt::Key_Home:
+        moveCursor(-static_cast<int>(visibleRows().size()));
+        break;
+    case Qt::Key_End:
+        moveCursor(static_cast<int>(visibleRows().size()));
+        break;
     case Qt::Key_Right:
         expandOrEnter();
         break;

@@ -12,11 +12,11 @@ class FolderTreeModel;
 // expanded set, animating only what the user did here.
 //
 // Keyboard, while focused: Up/Down move the cursor row (from the current document's
-// row when there is no cursor), Right expands a folder or enters it, Left collapses
-// it or goes to the parent folder, Return/Space activate the cursor row, typed
-// characters select the first row whose name starts with what was typed within a
-// second, Escape hands the focus back to the document. The cursor row is outlined
-// only while the keyboard drives it.
+// row when there is no cursor), Home/End to the first and last row, Right expands a folder or
+// enters it, Left collapses it or goes to the parent folder, Return/Space activate the cursor row,
+// typed characters select the first row whose name starts with what was typed within a second,
+// Escape hands the focus back to the document. The cursor row is outlined only while the keyboard
+// drives it.
 class SidebarList : public QTreeView
 {
     Q_OBJECT

@@ -142,6 +142,7 @@ void TestFolderSidebar::keyboard_data()
         << keys({K::Key_Down, K::Key_Down, K::Key_Down}) << u"zeta.md"_s << QStringList{};
     QTest::newRow("up stops at the first row")
         << keys({K::Key_Up, K::Key_Up, K::Key_Up, K::Key_Up}) << u"alpha"_s << QStringList{};
+    QTest::newRow("home and end") << keys({K::Key_End, K::Key_Home}) << u"alpha"_s << QStringList{};
     QTest::newRow("right expands a folder")
         << keys({K::Key_Up, K::Key_Up, K::Key_Right}) << u"alpha"_s << QStringList{u"alpha"_s};
     QTest::newRow("right again enters it")
