@@ -1,13 +1,16 @@
 #include "SidebarView.h"
 
 #include "document/DocumentController.h"
+#include "document/DocumentWindow.h"
 #include "FolderSidebar.h"
 #include "FolderTree.h"
 #include "SidebarPainting.h"
 #include "WorkspaceCommands.h"
 
 #include <QDir>
+#include <QDropEvent>
 #include <QLabel>
+#include <QMimeData>
 #include <QPainter>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -64,6 +67,7 @@ SidebarView::SidebarView(DocumentController *controller, QWidget *parent)
 {
     addWidget(m_noFolder);
     addWidget(m_pending);
+    setAcceptDrops(true);
     connect(controller, &DocumentController::sidebarRootChanged, this, &SidebarView::showRoot);
     showRoot(controller->sidebarRoot());
 }
@@ -87,4 +91,30 @@ void SidebarView::showRoot(const QString &root)
     connect(m_folder, &FolderSidebar::leaveRequested, this, &SidebarView::leaveRequested);
     addWidget(m_folder);
     setCurrentWidget(m_folder);
+}
+
+QStringList SidebarView::droppedPaths(const QMimeData *data)
+{
+    QStringList paths;
+    for (const QUrl &url : data->urls()) {
+        if (url.isLocalFile())
+            paths << url.toLocalFile();
+    }
+    return paths;
+}
+
+void SidebarView::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (!droppedPaths(event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void SidebarView::dropEvent(QDropEvent *event)
+{
+    const QStringList paths = droppedPaths(event->mimeData());
+    auto *documentWindow = qobject_cast<DocumentWindow *>(window());
+    if (paths.isEmpty() || !documentWindow)
+        return;
+    event->acceptProposedAction();
+    Q_EMIT documentWindow->openFilesRequested(paths, documentWindow);
 }

@@ -18,6 +18,7 @@
 #include <QAbstractItemModelTester>
 #include <QLabel>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QScrollBar>
 #include <QStackedWidget>
 #include <QTestEventList>
@@ -40,6 +41,7 @@ private Q_SLOTS:
     void documentOpenedHereKeepsTheScrollPosition();
     void sidebarFollowsTheRoot();
     void openingAFolderRaisesOpensOrTells();
+    void dropsOpenFoldersAndFiles();
 
 private:
     QString path(const QString &relative) const { return m_dir.filePath(relative); }
@@ -364,6 +366,26 @@ void TestFolderSidebar::openingAFolderRaisesOpensOrTells()
     box->close();
     QCOMPARE(opened.size(), 1);
     QCOMPARE(prefs.workspaceFolders().value(0), path(u"empty"_s));
+}
+
+void TestFolderSidebar::dropsOpenFoldersAndFiles()
+{
+    DocumentWindow window;
+    window.addDocument(new OpenDocument());
+    auto *sidebar = window.findChild<SidebarView *>();
+    QVERIFY(sidebar);
+    QSignalSpy requested(&window, &DocumentWindow::openFilesRequested);
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(path(u"notes"_s)),
+                  QUrl::fromLocalFile(path(u"notes/readme.md"_s)), QUrl(u"https://example.org"_s)});
+    QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(sidebar, &enter);
+    QVERIFY(enter.isAccepted());
+    QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(sidebar, &drop);
+    QCOMPARE(requested.count(), 1);
+    QCOMPARE(requested.constFirst().constFirst().toStringList(),
+             (QStringList{path(u"notes"_s), path(u"notes/readme.md"_s)}));
 }
 
 LUMO_WEB_TEST_MAIN(TestFolderSidebar)
