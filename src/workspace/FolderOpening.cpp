@@ -40,10 +40,8 @@ void findFirstFile(const QString &folder, QObject *context,
     QPointer<QObject> target(context);
     QThreadPool::globalInstance()->start([folder, target, done = std::move(done)] {
         const std::optional<QString> file = firstFile(folder);
-        if (!target)
-            return;
         QMetaObject::invokeMethod(
-            target,
+            QCoreApplication::instance(),
             [target, done, file] {
                 if (target)
                     done(file);

@@ -21,8 +21,8 @@ std::optional<qsizetype> showingDocument(const QString &folder, const QStringLis
 // The file opened for a folder: the first of its Markdown files as the project index
 // lists them (newest first). Blocks on the file system; call it off the main thread.
 std::optional<QString> firstFile(const QString &folder);
-// Runs firstFile on the thread pool and hands its answer to `done` on the thread of
-// `context`, unless the context is gone by then.
+// Runs firstFile on the thread pool and hands its answer to `done` on the main thread,
+// unless `context` is gone by then.
 void findFirstFile(const QString &folder, QObject *context,
                    std::function<void(std::optional<QString>)> done);
 
