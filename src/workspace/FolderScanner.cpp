@@ -19,11 +19,6 @@ constexpr std::array<std::string_view, 9> homeSkipped{"Library",   "Desktop",  "
                                                       "Downloads", "Pictures", "Movies",
                                                       "Music",     "Public",   "Applications"};
 
-bool isHomeSkipped(std::string_view name)
-{
-    return std::find(homeSkipped.begin(), homeSkipped.end(), name) != homeSkipped.end();
-}
-
 QString joined(const QString &prefix, const QString &name)
 {
     return prefix.isEmpty() ? name : prefix + u'/' + name;
@@ -87,7 +82,8 @@ struct TreeWalk
             const DirectoryReader::Kind kind = folder.kind(entry);
             if (kind == DirectoryReader::Kind::Folder) {
                 if (MarkdownNames::isSkippedFolder(entry.name) ||
-                    (listingHome && isHomeSkipped(entry.name)) || depth + 1 > maxDepth)
+                    (listingHome && FolderScanner::isSkippedInHome(entry.name)) ||
+                    depth + 1 > maxDepth)
                     continue;
                 const QString name = QFile::decodeName(entry.name.c_str());
                 const QString relative = joined(prefix, name);
@@ -146,6 +142,11 @@ Result scan(const QString &root, int budget, int maxDepth)
         result.fileCount += node.fileCount;
     result.truncated = walk.truncated;
     return result;
+}
+
+bool isSkippedInHome(std::string_view name)
+{
+    return std::find(homeSkipped.begin(), homeSkipped.end(), name) != homeSkipped.end();
 }
 
 QStringList ancestors(const QString &relativePath)

@@ -5,6 +5,7 @@
 #include <QList>
 #include <QSet>
 #include <QString>
+#include <string_view>
 
 // Turns one folder on disk into the tree of Markdown files the sidebar shows. Stateless
 // and safe on any thread; `scan` may take long and belongs off the main thread.
@@ -34,6 +35,10 @@ struct Row
 // folder names, the large standard folders directly in the home folder, symbolic links
 // to folders and unreadable folders are left out.
 Result scan(const QString &root, int budget = defaultBudget, int maxDepth = defaultMaxDepth);
+
+// Whether a folder directly inside the home folder is left out: the large standard
+// folders (Documents, Library, ...), which browsing the home folder must not descend.
+bool isSkippedInHome(std::string_view name);
 
 // The relative paths of the folders holding the entry, outermost first
 // ("a/b/c.md" gives "a", "a/b").

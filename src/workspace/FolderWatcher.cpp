@@ -16,22 +16,12 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 constexpr quint32 watchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE |
                               IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR |
                               IN_DONT_FOLLOW | IN_EXCL_UNLINK;
 constexpr quint32 selfGoneMask = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
-
-const QSet<QString> &homeSkipped()
-{
-    static const QSet<QString> names{u"Library"_s,   u"Desktop"_s,  u"Documents"_s,
-                                     u"Downloads"_s, u"Pictures"_s, u"Movies"_s,
-                                     u"Music"_s,     u"Public"_s,   u"Applications"_s};
-    return names;
-}
 
 QString joined(const QString &prefix, const QString &name)
 {
@@ -64,8 +54,8 @@ public:
     {
         m_stopping = true;
         const quint64 one = 1;
-        if (m_wake >= 0 && ::write(m_wake, &one, sizeof one) < 0)
-            return;
+        // A full counter already wakes the worker; nothing to do when the write fails.
+        [[maybe_unused]] const ssize_t written = ::write(m_wake, &one, sizeof one);
     }
 
     void run()
@@ -147,7 +137,8 @@ private:
         }
         const QString name = event.len ? QFile::decodeName(event.name) : QString();
         const QString path = name.isEmpty() ? folder : joined(folder, name);
-        if ((event.mask & IN_ISDIR) && (event.mask & (IN_CREATE | IN_MOVED_TO)))
+        if ((event.mask & IN_ISDIR) && (event.mask & (IN_CREATE | IN_MOVED_TO)) &&
+            isWatchable(folder, QFile::encodeName(name).toStdString()))
             watchTree(path, int(path.count(u'/')) + 1);
         paths << path;
         flags << flagsOf(event.mask, onRoot);
@@ -159,7 +150,7 @@ private:
     {
         if (m_stopping || depth > FolderScanner::defaultMaxDepth)
             return;
-        const QString absolute = joined(m_root, relative);
+        const QString absolute = absolutePath(relative);
         if (int(m_watches.size()) >= m_limit) {
             m_owner->m_partial = true;
             return;
@@ -174,16 +165,25 @@ private:
         m_watches.insert(watch, relative);
         publishCount();
         const DirectoryReader folder(absolute);
-        const bool listingHome = absolute == m_home;
         for (const DirectoryReader::Entry &entry : folder.entries()) {
-            if (folder.kind(entry) != DirectoryReader::Kind::Folder ||
-                MarkdownNames::isSkippedFolder(entry.name))
-                continue;
-            const QString name = QFile::decodeName(entry.name.c_str());
-            if (listingHome && homeSkipped().contains(name))
-                continue;
-            watchTree(joined(relative, name), depth + 1);
+            if (folder.kind(entry) == DirectoryReader::Kind::Folder &&
+                isWatchable(relative, entry.name))
+                watchTree(joined(relative, QFile::decodeName(entry.name.c_str())), depth + 1);
         }
+    }
+
+    QString absolutePath(const QString &relative) const
+    {
+        if (relative.isEmpty())
+            return m_root;
+        return m_root.endsWith(u'/') ? m_root + relative : m_root + u'/' + relative;
+    }
+
+    // Whether the scan would walk the folder `name` inside the folder at `parent`.
+    bool isWatchable(const QString &parent, const std::string &name) const
+    {
+        return !MarkdownNames::isSkippedFolder(name) &&
+               !(absolutePath(parent) == m_home && FolderScanner::isSkippedInHome(name));
     }
 
     void publishCount() { m_owner->m_watchCount = int(m_watches.size()); }

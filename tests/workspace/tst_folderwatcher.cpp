@@ -141,10 +141,12 @@ void TestFolderWatcher::ignoresWhatCannotChangeTheTree()
     QVERIFY(TreeBuilder::make(
         m_dir->path(), {u"notes/a.txt"_s, u"node_modules/pkg/x.md"_s, u".git/objects/y.md"_s}));
     QVERIFY(QDir(m_dir->path()).mkdir(u"node_modules/pkg/sub"_s));
+    QVERIFY(QDir(m_dir->path()).mkdir(u"notes/vendor"_s));
     QVERIFY(QFile::remove(m_dir->filePath(u"notes/a.txt"_s)));
     // Nothing may arrive, so this can only wait out a batch or two.
     QTest::qWait(3 * FolderWatcher::latencyMilliseconds);
     QCOMPARE(m_calls, 0);
+    QCOMPARE(m_watcher->watchCount(), 3);
 }
 
 void TestFolderWatcher::queueOverflowWakes()

@@ -153,6 +153,10 @@ void TestReadState::savesPruneWithHysteresis()
     QCOMPARE(m_preferences->sidebarBaselines().size(), baselinesAfter);
     QCOMPARE(m_preferences->sidebarBaselines().value(m_dir->path()).toDateTime(), folderBaseline);
 
+    m_preferences->sync();
+    Preferences reopened(m_dir->filePath(u"Lumo.conf"_s));
+    QCOMPARE(ReadState(reopened).viewed(), state.viewed());
+
     // A pruned folder starts over with a fresh baseline.
     if (baselinesAfter < baselines)
         QVERIFY(state.baseline(u"/b/0"_s) > old.addSecs(baselines));
