@@ -32,6 +32,9 @@ class DocumentController : public QObject
                    diskChangePendingChanged)
     Q_PROPERTY(bool sidebarVisible READ sidebarVisible WRITE setSidebarVisible NOTIFY
                    sidebarVisibleChanged)
+    Q_PROPERTY(
+        bool showQuickOpen READ showQuickOpen WRITE setShowQuickOpen NOTIFY showQuickOpenChanged)
+    Q_PROPERTY(bool showSearch READ showSearch WRITE setShowSearch NOTIFY showSearchChanged)
 
 public:
     enum class Mode { Read, Edit };
@@ -73,6 +76,15 @@ public:
     void setSidebarVisible(bool visible);
     // Shows or hides the sidebar, and remembers the choice for new windows.
     void toggleSidebar();
+    bool showQuickOpen() const { return m_showQuickOpen; }
+    void setShowQuickOpen(bool show);
+    bool showSearch() const { return m_showSearch; }
+    void setShowSearch(bool show);
+    // Opens another file in place of this document, or in a new tab.
+    void open(const QString &path, bool replacingCurrent);
+    // Brings a zero-based source line to the top of the page, and of the editor
+    // while editing.
+    void showLine(int line);
 
     bool isReady() const { return m_isReady; }
     qint64 renderRevision() const { return m_renderRevision; }
@@ -115,6 +127,8 @@ Q_SIGNALS:
     void showFindChanged(bool show);
     void diskChangePendingChanged(bool pending);
     void sidebarVisibleChanged(bool visible);
+    void showQuickOpenChanged(bool show);
+    void showSearchChanged(bool show);
     void renderCompleted(qint64 revision);
     void findFinished(bool found);
     // The page asks to open a Markdown file (a link in it was clicked).
@@ -152,6 +166,8 @@ private:
     bool m_showFind = false;
     bool m_diskChangePending = false;
     bool m_sidebarVisible = false;
+    bool m_showQuickOpen = false;
+    bool m_showSearch = false;
 
     bool m_isReady = false;
     bool m_pendingRender = false;

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Case- and diacritic-insensitive folding of UTF-8 text, with no locale: every
+// character is decomposed canonically, loses its nonspacing marks and is
+// case-folded, so "Résumé", "RESUME" and "resume" fold alike. ASCII folds byte for
+// byte (letters lower-cased), and line breaks are kept as they are, so positions in
+// ASCII stretches line up before and after folding.
+//
+// Reentrant; the first call builds a 256 KB table once for the whole process.
+namespace TextFolding {
+
+// Where folded text and its source drift apart: from `folded` on, folded offsets map
+// to source offsets by adding (source - folded), up to the next shift.
+struct Shift
+{
+    std::uint32_t folded;
+    std::uint32_t source;
+};
+
+// Replaces `out` with the folding of text. `shifts` receives one entry after every
+// character whose folding changed its length. False when text is not valid UTF-8.
+bool fold(std::string_view text, std::string &out, std::vector<Shift> &shifts);
+
+// Replaces `out` with the folding of text (valid UTF-8) and `origin` with, for each
+// folded byte, the source offset of the character it came from.
+void foldMapped(std::string_view text, std::string &out, std::vector<std::uint32_t> &origin);
+
+// The folding of a string, for queries.
+std::string folded(std::string_view text);
+
+} // namespace TextFolding
