@@ -1,10 +1,10 @@
+#include "Characters.h"
 #include "ProjectFiles.h"
 #include "QuickOpenIndex.h"
 
 #include <algorithm>
 #include <limits>
 #include <QDir>
-#include <QTextBoundaryFinder>
 
 // Characters are extended grapheme clusters. Nearly every path is made of characters
 // one UTF-16 unit long; those are compared unit by unit, the rest cluster by cluster.
@@ -17,36 +17,6 @@ struct QuickOpenIndex::Query
 };
 
 namespace {
-
-// Below U+0300 there are no combining marks, and only CR LF joins two units.
-bool obviouslySimple(QStringView text)
-{
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const char16_t unit = text[i].unicode();
-        if (unit >= 0x300 || (unit == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n'))
-            return false;
-    }
-    return true;
-}
-
-template <typename Visit> void forEachCharacter(const QString &text, Visit visit)
-{
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    qsizetype start = 0;
-    for (qsizetype end = finder.toNextBoundary(); end > 0; end = finder.toNextBoundary()) {
-        visit(start, end);
-        start = end;
-    }
-}
-
-qsizetype characterCount(const QString &text)
-{
-    if (obviouslySimple(text))
-        return text.size();
-    qsizetype count = 0;
-    forEachCharacter(text, [&](qsizetype, qsizetype) { ++count; });
-    return count;
-}
 
 bool isWordBreak(char16_t unit)
 {
@@ -89,22 +59,17 @@ QuickOpenIndex::QuickOpenIndex(QList<MarkdownFile> files)
         entry.offset = static_cast<std::uint32_t>(m_text.size());
         entry.length = static_cast<std::uint32_t>(lower.size());
         m_text.insert(m_text.end(), lower.utf16(), lower.utf16() + lower.size());
-        if (obviouslySimple(lower)) {
-            entry.characters = static_cast<std::int32_t>(lower.size());
-        } else {
-            const auto first = m_bounds.size();
-            forEachCharacter(lower, [&](qsizetype start, qsizetype) {
-                m_bounds.push_back(static_cast<std::uint32_t>(start));
-            });
-            entry.characters = static_cast<std::int32_t>(m_bounds.size() - first);
-            if (entry.characters == lower.size()) {
-                m_bounds.resize(first);
-            } else {
-                m_bounds.push_back(entry.length);
-                entry.bounds = static_cast<std::int32_t>(first);
+        entry.characters = static_cast<std::int32_t>(lower.size());
+        if (!Characters::surelySingleUnits(lower)) {
+            const std::vector<qsizetype> bounds = Characters::bounds(lower);
+            entry.characters = static_cast<std::int32_t>(bounds.size() - 1);
+            if (entry.characters != lower.size()) {
+                entry.bounds = static_cast<std::int32_t>(m_bounds.size());
+                m_bounds.insert(m_bounds.end(), bounds.begin(), bounds.end());
             }
         }
-        entry.nameStart = entry.characters - static_cast<std::int32_t>(characterCount(file.name()));
+        entry.nameStart =
+            entry.characters - static_cast<std::int32_t>(Characters::count(file.name()));
         entry.modified = file.modified.isValid() ? file.modified.toMSecsSinceEpoch()
                                                  : std::numeric_limits<qint64>::min();
         m_entries.push_back(entry);
@@ -117,14 +82,15 @@ QuickOpenIndex::Query QuickOpenIndex::prepare(const QString &typed)
     Query query;
     const QString lower = typed.toLower().normalized(QString::NormalizationForm_C);
     query.bounds.push_back(0);
-    forEachCharacter(lower, [&](qsizetype start, qsizetype end) {
-        const char32_t first = QStringView(lower).mid(start, end - start).toUcs4().value(0);
-        if (QChar::isSpace(first))
-            return;
-        query.text += QStringView(lower).mid(start, end - start);
-        query.simple = query.simple && end - start == 1;
+    const std::vector<qsizetype> bounds = Characters::bounds(lower);
+    for (std::size_t i = 0; i + 1 < bounds.size(); ++i) {
+        const QStringView character = QStringView(lower).mid(bounds[i], bounds[i + 1] - bounds[i]);
+        if (QChar::isSpace(character.toUcs4().value(0)))
+            continue;
+        query.text += character;
+        query.simple = query.simple && character.size() == 1;
         query.bounds.push_back(query.text.size());
-    });
+    }
     return query;
 }
 

@@ -1,5 +1,6 @@
 #include "ProjectSearch.h"
 
+#include "Characters.h"
 #include "TextFolding.h"
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include <cstring>
 #include <mutex>
 #include <QFile>
-#include <QTextBoundaryFinder>
 #include <thread>
 
 #ifdef Q_OS_UNIX
@@ -16,10 +16,11 @@
 #include <unistd.h>
 #endif
 
-// Each file is folded whole into a second buffer, searched there with memmem, and
-// only a line that holds a match is folded again with a byte-by-byte map back to its
-// source, to find the match's exact place. Folding keeps line breaks as they are, so
-// lines are counted in the folded text.
+// Each file is folded whole into a second buffer and searched there with memmem.
+// Only a line that holds a match is found again in the source (by walking on from
+// the last one found) and folded anew with a byte-by-byte map back to its source,
+// to place the match exactly. Folding keeps line breaks as they are, so lines are
+// counted in the folded text.
 
 namespace {
 
@@ -30,7 +31,6 @@ struct Scratch
 {
     std::string bytes;
     std::string folded;
-    std::vector<TextFolding::Shift> shifts;
     std::string lineFolded;
     std::vector<std::uint32_t> origin;
 };
@@ -106,17 +106,6 @@ std::size_t lineEnd(std::string_view text, std::size_t from)
     return text.size();
 }
 
-std::size_t sourceOffset(const std::vector<TextFolding::Shift> &shifts, std::size_t folded)
-{
-    const auto after = std::upper_bound(
-        shifts.begin(), shifts.end(), folded,
-        [](std::size_t value, const TextFolding::Shift &s) { return value < s.folded; });
-    if (after == shifts.begin())
-        return folded;
-    const TextFolding::Shift &shift = *(after - 1);
-    return folded - shift.folded + shift.source;
-}
-
 std::size_t findIn(std::string_view haystack, std::string_view needle, std::size_t from)
 {
     if (from > haystack.size())
@@ -172,12 +161,15 @@ void searchFile(const MarkdownFile &file, std::string_view needle, int perFile, 
     std::string_view text = scratch.bytes;
     if (text.starts_with("\xEF\xBB\xBF"))
         text.remove_prefix(3);
-    if (!TextFolding::fold(text, scratch.folded, scratch.shifts))
+    if (!TextFolding::fold(text, scratch.folded))
         return;
     const std::string_view folded = scratch.folded;
 
     std::size_t lineStart = 0;
     int lineIndex = 0;
+    // A line start already found in the source, to walk on from.
+    std::size_t knownSource = 0;
+    std::size_t knownFolded = 0;
     int found = 0;
     for (std::size_t at = findIn(folded, needle, 0); at != std::string_view::npos;
          at = findIn(folded, needle, lineStart)) {
@@ -192,7 +184,10 @@ void searchFile(const MarkdownFile &file, std::string_view needle, int perFile, 
                 ++i;
             }
         }
-        const std::size_t sourceStart = sourceOffset(scratch.shifts, lineStart);
+        const std::size_t sourceStart =
+            TextFolding::sourceOffset(text, knownSource, knownFolded, lineStart);
+        knownSource = sourceStart;
+        knownFolded = lineStart;
         const std::string_view line =
             text.substr(sourceStart, lineEnd(text, sourceStart) - sourceStart);
         if (const std::optional<Match> match = firstMatch(line, needle, scratch)) {
@@ -221,15 +216,6 @@ bool holdsLineBreak(std::string_view text)
     return false;
 }
 
-qsizetype characterCount(const QString &text)
-{
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    qsizetype count = 0;
-    while (finder.toNextBoundary() > 0)
-        ++count;
-    return count;
-}
-
 } // namespace
 
 QString SearchHit::id() const
@@ -253,7 +239,7 @@ QString trimmed(const QString &query)
 
 bool isSearchable(const QString &query)
 {
-    return characterCount(trimmed(query)) >= shortestQuery;
+    return Characters::count(trimmed(query)) >= shortestQuery;
 }
 
 QList<SearchHit> search(const QString &query, const QList<MarkdownFile> &files, int perFile,
@@ -313,10 +299,7 @@ Snippet snippet(QStringView line, qsizetype matchStart, qsizetype matchLength)
     constexpr qsizetype leadWithin = 50;
     constexpr qsizetype context = 40;
 
-    std::vector<qsizetype> bounds{0};
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, line.data(), line.size());
-    for (qsizetype at = finder.toNextBoundary(); at > 0; at = finder.toNextBoundary())
-        bounds.push_back(at);
+    const std::vector<qsizetype> bounds = Characters::bounds(line);
     const auto characters = qsizetype(bounds.size()) - 1;
     const auto characterAt = [&](qsizetype position) {
         return qsizetype(std::upper_bound(bounds.begin(), bounds.end(), position) -

@@ -1,5 +1,6 @@
 #include "TextFolding.h"
 
+#include <bit>
 #include <cstring>
 #include <QChar>
 #include <QList>
@@ -168,36 +169,54 @@ inline char lowerAscii(unsigned char c)
     return char(c >= 'A' && c <= 'Z' ? c + 32 : c);
 }
 
+constexpr std::uint64_t ones = 0x0101010101010101ULL;
+
+// Sets bit 5 of every byte from 'A' to 'Z'; bytes from 0x80 up may come out wrong.
+inline std::uint64_t lowerAsciiWord(std::uint64_t word)
+{
+    const std::uint64_t low = word & (ones * 0x7F);
+    const std::uint64_t fromA = low + ones * (0x80 - 'A');
+    const std::uint64_t pastZ = low + ones * (0x80 - 'Z' - 1);
+    return word | ((fromA ^ pastZ) & ~word & (ones * 0x80)) >> 2;
+}
+
+// How many bytes, in memory order, come before the first one with its high bit set.
+inline std::size_t firstHighByte(std::uint64_t high)
+{
+    if constexpr (std::endian::native == std::endian::little)
+        return std::size_t(std::countr_zero(high)) / 8;
+    else
+        return std::size_t(std::countl_zero(high)) / 8;
+}
+
 } // namespace
 
-bool fold(std::string_view text, std::string &out, std::vector<Shift> &shifts)
+bool fold(std::string_view text, std::string &out)
 {
     const Table &folding = table();
-    shifts.clear();
     const auto *s = reinterpret_cast<const unsigned char *>(text.data());
     const std::size_t n = text.size();
     out.resize(n + slack);
     char *w = out.data();
     std::size_t i = 0;
-    std::ptrdiff_t drift = 0;
-    constexpr std::uint64_t ones = 0x0101010101010101ULL;
     while (i < n) {
-        // Eight ASCII bytes at a time: set bit 5 of every byte from 'A' to 'Z'.
-        while (i + 8 <= n) {
+        if (i + 8 <= n) {
+            // Eight bytes at a time: lower-case them all, keep those before the first
+            // non-ASCII byte (there is room: ASCII never grows).
             std::uint64_t word;
             std::memcpy(&word, s + i, 8);
-            if (word & (ones * 0x80))
-                break;
-            const std::uint64_t fromA = word + ones * (0x80 - 'A');
-            const std::uint64_t pastZ = word + ones * (0x80 - 'Z' - 1);
-            word |= ((fromA ^ pastZ) & (ones * 0x80)) >> 2;
+            const std::uint64_t high = word & (ones * 0x80);
+            word = lowerAsciiWord(word);
             std::memcpy(w, &word, 8);
-            w += 8;
-            i += 8;
-        }
-        if (i == n)
-            break;
-        if (s[i] < 0x80) {
+            if (high == 0) {
+                w += 8;
+                i += 8;
+                continue;
+            }
+            const std::size_t ascii = firstHighByte(high);
+            w += ascii;
+            i += ascii;
+        } else if (s[i] < 0x80) {
             *w++ = lowerAscii(s[i++]);
             continue;
         }
@@ -208,10 +227,6 @@ bool fold(std::string_view text, std::string &out, std::vector<Shift> &shifts)
         w = put(folding, c, w);
         i += std::size_t(length);
         const std::size_t written = std::size_t(w - out.data());
-        if (std::ptrdiff_t(i) - std::ptrdiff_t(written) != drift) {
-            drift = std::ptrdiff_t(i) - std::ptrdiff_t(written);
-            shifts.push_back({std::uint32_t(written), std::uint32_t(i)});
-        }
         if (out.size() - written < n - i + slack) {
             out.resize(written + (n - i) * 2 + slack);
             w = out.data() + written;
@@ -219,6 +234,39 @@ bool fold(std::string_view text, std::string &out, std::vector<Shift> &shifts)
     }
     out.resize(std::size_t(w - out.data()));
     return true;
+}
+
+std::size_t sourceOffset(std::string_view text, std::size_t source, std::size_t folded,
+                         std::size_t target)
+{
+    const Table &folding = table();
+    const auto *s = reinterpret_cast<const unsigned char *>(text.data());
+    const std::size_t n = text.size();
+    char buffer[slack];
+    while (folded < target && source < n) {
+        if (source + 8 <= n && folded + 8 <= target) {
+            std::uint64_t word;
+            std::memcpy(&word, s + source, 8);
+            const std::uint64_t high = word & (ones * 0x80);
+            const std::size_t ascii = high == 0 ? 8 : firstHighByte(high);
+            source += ascii;
+            folded += ascii;
+            if (ascii == 8)
+                continue;
+        }
+        if (folded >= target || source >= n)
+            break;
+        if (s[source] < 0x80) {
+            ++source;
+            ++folded;
+            continue;
+        }
+        char32_t c = 0xFFFD;
+        const int length = decode(s + source, n - source, c);
+        folded += std::size_t(put(folding, c, buffer) - buffer);
+        source += std::size_t(length > 0 ? length : 1);
+    }
+    return source;
 }
 
 void foldMapped(std::string_view text, std::string &out, std::vector<std::uint32_t> &origin)
@@ -248,8 +296,7 @@ void foldMapped(std::string_view text, std::string &out, std::vector<std::uint32
 std::string folded(std::string_view text)
 {
     std::string out;
-    std::vector<Shift> shifts;
-    if (!fold(text, out, shifts))
+    if (!fold(text, out))
         out.clear();
     return out;
 }

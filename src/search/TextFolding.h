@@ -14,17 +14,14 @@
 // Reentrant; the first call builds a 256 KB table once for the whole process.
 namespace TextFolding {
 
-// Where folded text and its source drift apart: from `folded` on, folded offsets map
-// to source offsets by adding (source - folded), up to the next shift.
-struct Shift
-{
-    std::uint32_t folded;
-    std::uint32_t source;
-};
+// Replaces `out` with the folding of text. False when text is not valid UTF-8.
+bool fold(std::string_view text, std::string &out);
 
-// Replaces `out` with the folding of text. `shifts` receives one entry after every
-// character whose folding changed its length. False when text is not valid UTF-8.
-bool fold(std::string_view text, std::string &out, std::vector<Shift> &shifts);
+// Walks valid UTF-8 text forward from `source`, whose folding starts at `folded`, to
+// the place whose folding starts at `target` (which must start a character's
+// folding, as the start of a line does); returns that place's source offset.
+std::size_t sourceOffset(std::string_view text, std::size_t source, std::size_t folded,
+                         std::size_t target);
 
 // Replaces `out` with the folding of text (valid UTF-8) and `origin` with, for each
 // folded byte, the source offset of the character it came from.
