@@ -7,6 +7,7 @@
 #include "app/SettingsWindow.h"
 #include "DocumentTab.h"
 #include "OutlinePopover.h"
+#include "search/SearchCommands.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -189,6 +190,8 @@ void DocumentWindow::buildMenus()
     m_documentActions = {closeTabAction, m_saveAction, saveAsAction,   m_revertAction, exportAction,
                          m_modeAction,   bigger,       smaller,        actual,         find,
                          findNext,       findPrevious, m_outlineAction};
+    m_documentActions +=
+        SearchCommands::addTo(file, m_recentMenu->menuAction(), edit, findPrevious, this);
 
     QToolBar *toolbar = addToolBar(tr("Document"));
     toolbar->setObjectName(QStringLiteral("documentToolbar"));
@@ -231,6 +234,7 @@ void DocumentWindow::updateRecentMenu()
 DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
 {
     auto *tab = new DocumentTab(document, Preferences::shared().openInEditMode(), m_tabs);
+    SearchCommands::attachPanels(tab);
     const auto refresh = [this, tab] {
         const int index = m_tabs->indexOf(tab);
         if (index < 0)
