@@ -14,12 +14,14 @@
 #include <QProgressBar>
 #include <QStackedWidget>
 #include <QStyle>
+#include <QVariantAnimation>
 
 namespace {
 
 constexpr int cardWidth = 640;
 constexpr int cardTopMargin = 56;
 constexpr int cardSideMargin = 24;
+constexpr int fadeMilliseconds = 160;
 
 QFrame *rule(QWidget *parent)
 {
@@ -49,6 +51,7 @@ QLabel *hints(QWidget *parent)
 
 PanelOverlay::PanelOverlay(QWidget *tab)
     : QWidget(tab)
+    , m_fading(new QVariantAnimation(this))
     , m_card(new QFrame(this))
     , m_field(new QLineEdit(m_card))
     , m_content(new QStackedWidget(m_card))
@@ -59,6 +62,17 @@ PanelOverlay::PanelOverlay(QWidget *tab)
 {
     hide();
     tab->installEventFilter(this);
+    m_fading->setDuration(fadeMilliseconds);
+    m_fading->setEasingCurve(QEasingCurve::OutCubic);
+    connect(m_fading, &QVariantAnimation::valueChanged, this, [this](const QVariant &value) {
+        m_shown = value.toDouble();
+        place();
+        update();
+    });
+    connect(m_fading, &QVariantAnimation::finished, this, [this] {
+        if (m_fading->endValue().toDouble() == 0.0)
+            hide();
+    });
 
     m_card->setObjectName(QStringLiteral("panelCard"));
     m_card->setStyleSheet(QStringLiteral("QFrame#panelCard { background: palette(base); "
@@ -148,9 +162,25 @@ void PanelOverlay::present()
 {
     m_field->clear();
     place();
+    fade(isVisible() ? m_shown : 0.0, 1.0);
     show();
     raise();
     m_field->setFocus(Qt::PopupFocusReason);
+}
+
+void PanelOverlay::dismiss()
+{
+    if (isVisible())
+        fade(m_shown, 0.0);
+}
+
+void PanelOverlay::fade(double from, double to)
+{
+    m_fading->stop();
+    m_shown = from;
+    m_fading->setStartValue(from);
+    m_fading->setEndValue(to);
+    m_fading->start();
 }
 
 void PanelOverlay::showList()
@@ -176,8 +206,10 @@ void PanelOverlay::place()
     setGeometry(tab->rect());
     const int width = std::min(cardWidth, tab->width() - 2 * cardSideMargin);
     const int height = std::clamp(tab->height() * 3 / 5, 220, std::max(220, tab->height() - 80));
-    m_card->setGeometry((tab->width() - width) / 2, std::min(cardTopMargin, tab->height() / 10),
-                        width, height);
+    // The card drops into place as the panel comes in.
+    const int slide = int((1.0 - m_shown) * -16);
+    m_card->setGeometry((tab->width() - width) / 2,
+                        std::min(cardTopMargin, tab->height() / 10) + slide, width, height);
 }
 
 bool PanelOverlay::eventFilter(QObject *watched, QEvent *event)
@@ -210,7 +242,7 @@ void PanelOverlay::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     const bool dark = Brand::currentAppearance() == Appearance::Dark;
-    painter.fillRect(rect(), QColor(0, 0, 0, dark ? 110 : 60));
+    painter.fillRect(rect(), QColor(0, 0, 0, int((dark ? 110 : 60) * m_shown)));
 }
 
 void PanelOverlay::mousePressEvent(QMouseEvent *event)

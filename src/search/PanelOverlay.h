@@ -3,6 +3,7 @@
 #include <QWidget>
 
 class QLabel;
+class QVariantAnimation;
 class QLineEdit;
 class QListView;
 class QProgressBar;
@@ -28,8 +29,10 @@ public:
     QString message() const;
     QString summary() const;
 
-    // Covers the tab, shows the panel and focuses the field, cleared.
+    // Covers the tab, brings the panel in and focuses the field, cleared.
     void present();
+    // Takes the panel out and hides it.
+    void dismiss();
 
 Q_SIGNALS:
     void closeRequested();
@@ -49,7 +52,10 @@ protected:
 
 private:
     void place();
+    void fade(double from, double to);
 
+    QVariantAnimation *m_fading;
+    double m_shown = 0; // from 0 (hidden) to 1 (in place), as the panel comes and goes
     QWidget *m_card;
     QLineEdit *m_field;
     QStackedWidget *m_content;

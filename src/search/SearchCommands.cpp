@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QMenu>
+#include <QPlainTextEdit>
 
 namespace SearchCommands {
 namespace {
@@ -48,6 +49,15 @@ void openFile(DocumentTab *tab, const QString &path, int line, bool replacingCur
                 controller->showLine(line);
         }
     });
+}
+
+// Gives the keyboard back to the page, or to the editor while editing.
+void focusDocument(DocumentTab *tab)
+{
+    if (tab->controller()->mode() == DocumentController::Mode::Edit)
+        tab->editor()->setFocus();
+    else if (QWidget *page = tab->controller()->webView())
+        page->setFocus();
 }
 
 } // namespace
@@ -92,7 +102,8 @@ void attachPanels(DocumentTab *tab)
     QObject::connect(controller, &DocumentController::showQuickOpenChanged, quickOpen,
                      [tab, controller, quickOpen](bool show) {
                          if (!show) {
-                             quickOpen->hide();
+                             quickOpen->dismiss();
+                             focusDocument(tab);
                              return;
                          }
                          controller->setShowSearch(false);
@@ -101,7 +112,8 @@ void attachPanels(DocumentTab *tab)
     QObject::connect(controller, &DocumentController::showSearchChanged, search,
                      [tab, controller, search](bool show) {
                          if (!show) {
-                             search->hide();
+                             search->dismiss();
+                             focusDocument(tab);
                              return;
                          }
                          controller->setShowQuickOpen(false);

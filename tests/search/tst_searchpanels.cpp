@@ -82,7 +82,7 @@ void TestSearchPanels::quickOpenKeys()
 
     QTest::keyClick(panel->field(), Qt::Key_Escape);
     QVERIFY(!tab->controller()->showQuickOpen());
-    QVERIFY(!panel->isVisible());
+    QTRY_VERIFY(!panel->isVisible());
 }
 
 void TestSearchPanels::quickOpenOpensInPlaceOrInANewTab()
