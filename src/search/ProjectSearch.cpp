@@ -161,9 +161,20 @@ void searchFile(const MarkdownFile &file, std::string_view needle, int perFile, 
     std::string_view text = scratch.bytes;
     if (text.starts_with("\xEF\xBB\xBF"))
         text.remove_prefix(3);
-    if (!TextFolding::fold(text, scratch.folded))
+    bool unicodeBreaks;
+    if (!TextFolding::fold(text, scratch.folded, unicodeBreaks))
         return;
     const std::string_view folded = scratch.folded;
+    std::optional<bool> lineFeedsOnly; // looked at once something matches
+    // The next line break at or after `from`, or the end of text.
+    const auto nextBreak = [&](std::string_view in, std::size_t from) {
+        if (!lineFeedsOnly)
+            lineFeedsOnly = !unicodeBreaks && !std::memchr(text.data(), '\r', text.size());
+        if (!*lineFeedsOnly)
+            return lineEnd(in, from);
+        const void *feed = std::memchr(in.data() + from, '\n', in.size() - from);
+        return feed ? std::size_t(static_cast<const char *>(feed) - in.data()) : in.size();
+    };
 
     std::size_t lineStart = 0;
     int lineIndex = 0;
@@ -173,23 +184,17 @@ void searchFile(const MarkdownFile &file, std::string_view needle, int perFile, 
     int found = 0;
     for (std::size_t at = findIn(folded, needle, 0); at != std::string_view::npos;
          at = findIn(folded, needle, lineStart)) {
-        for (std::size_t i = lineStart; i < at;) {
-            const std::size_t length =
-                mayBreak(static_cast<unsigned char>(folded[i])) ? breakAt(folded, i) : 0;
-            if (length) {
-                i += length;
-                lineStart = i;
-                ++lineIndex;
-            } else {
-                ++i;
-            }
+        for (std::size_t brk = nextBreak(folded, lineStart); brk < at;
+             brk = nextBreak(folded, lineStart)) {
+            lineStart = brk + breakAt(folded, brk);
+            ++lineIndex;
         }
         const std::size_t sourceStart =
             TextFolding::sourceOffset(text, knownSource, knownFolded, lineStart);
         knownSource = sourceStart;
         knownFolded = lineStart;
         const std::string_view line =
-            text.substr(sourceStart, lineEnd(text, sourceStart) - sourceStart);
+            text.substr(sourceStart, nextBreak(text, sourceStart) - sourceStart);
         if (const std::optional<Match> match = firstMatch(line, needle, scratch)) {
             const QString lineText = QString::fromUtf8(line.data(), qsizetype(line.size()));
             const qsizetype start = utf16Length(line, match->start);
@@ -199,7 +204,7 @@ void searchFile(const MarkdownFile &file, std::string_view needle, int perFile, 
             if (++found >= perFile)
                 return;
         }
-        const std::size_t end = lineEnd(folded, at + needle.size());
+        const std::size_t end = nextBreak(folded, at + needle.size());
         if (end == folded.size())
             return;
         lineStart = end + breakAt(folded, end);

@@ -191,8 +191,9 @@ inline std::size_t firstHighByte(std::uint64_t high)
 
 } // namespace
 
-bool fold(std::string_view text, std::string &out)
+bool fold(std::string_view text, std::string &out, bool &unicodeBreaks)
 {
+    unicodeBreaks = false;
     const Table &folding = table();
     const auto *s = reinterpret_cast<const unsigned char *>(text.data());
     const std::size_t n = text.size();
@@ -224,6 +225,7 @@ bool fold(std::string_view text, std::string &out)
         const int length = decode(s + i, n - i, c);
         if (length == 0)
             return false;
+        unicodeBreaks = unicodeBreaks || c == 0x85 || c == 0x2028 || c == 0x2029;
         w = put(folding, c, w);
         i += std::size_t(length);
         const std::size_t written = std::size_t(w - out.data());
@@ -296,7 +298,8 @@ void foldMapped(std::string_view text, std::string &out, std::vector<std::uint32
 std::string folded(std::string_view text)
 {
     std::string out;
-    if (!fold(text, out))
+    bool unicodeBreaks;
+    if (!fold(text, out, unicodeBreaks))
         out.clear();
     return out;
 }

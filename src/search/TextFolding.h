@@ -15,7 +15,9 @@
 namespace TextFolding {
 
 // Replaces `out` with the folding of text. False when text is not valid UTF-8.
-bool fold(std::string_view text, std::string &out);
+// `unicodeBreaks` tells whether text holds U+0085, U+2028 or U+2029 (line breaks
+// beside CR and LF).
+bool fold(std::string_view text, std::string &out, bool &unicodeBreaks);
 
 // Walks valid UTF-8 text forward from `source`, whose folding starts at `folded`, to
 // the place whose folding starts at `target` (which must start a character's
