@@ -171,7 +171,7 @@ inline char lowerAscii(unsigned char c)
 
 constexpr std::uint64_t ones = 0x0101010101010101ULL;
 
-// Sets bit 5 of every byte from 'A' to 'Z'; bytes from 0x80 up may come out wrong.
+// Sets bit 5 of every byte from 'A' to 'Z' and leaves the other bytes alone.
 inline std::uint64_t lowerAsciiWord(std::uint64_t word)
 {
     const std::uint64_t low = word & (ones * 0x7F);
