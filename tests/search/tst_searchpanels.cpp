@@ -8,6 +8,7 @@
 #include "support/TreeBuilder.h"
 #include "support/WebTest.h"
 
+#include <QAction>
 #include <QLineEdit>
 
 using namespace Qt::StringLiterals;
@@ -22,7 +23,7 @@ private Q_SLOTS:
     void quickOpenOpensInPlaceOrInANewTab();
     void quickOpenEmptyStatesAndBackdrop();
     void searchOpensTheHitAtItsLine();
-    void hooksShowThePanels();
+    void commandsAndHooksShowThePanels();
 
 private:
     DocumentTab *openReadme(DocumentWindow &window)
@@ -155,12 +156,29 @@ void TestSearchPanels::searchOpensTheHitAtItsLine()
                 2);
 }
 
-void TestSearchPanels::hooksShowThePanels()
+void TestSearchPanels::commandsAndHooksShowThePanels()
 {
     Preferences::shared().setDebugHooks(true);
     DocumentWindow window;
     DocumentTab *tab = openReadme(window);
     Preferences::shared().setDebugHooks(false);
+    const auto command = [&](const QString &text, const QKeySequence &shortcut) {
+        for (QAction *action : window.findChildren<QAction *>()) {
+            if (action->text().remove(u'&') == text && action->shortcut() == shortcut)
+                return action;
+        }
+        return static_cast<QAction *>(nullptr);
+    };
+    QAction *quickOpen = command(u"Open Quickly…"_s, QKeySequence(u"Ctrl+P"_s));
+    QAction *search = command(u"Find in Project…"_s, QKeySequence(u"Ctrl+Shift+F"_s));
+    QVERIFY(quickOpen && search);
+    quickOpen->trigger();
+    QVERIFY(tab->controller()->showQuickOpen());
+    search->trigger();
+    QVERIFY(tab->controller()->showSearch());
+    QVERIFY(!tab->controller()->showQuickOpen());
+    tab->controller()->setShowSearch(false);
+
     DebugHooks::shared().post(u"lumoapp.debug.search"_s, {});
     QVERIFY(tab->controller()->showSearch());
     DebugHooks::shared().post(u"lumoapp.debug.quickOpen"_s, {});
