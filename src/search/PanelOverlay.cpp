@@ -100,10 +100,6 @@ PanelOverlay::PanelOverlay(QWidget *tab)
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_list->setMouseTracking(true);
-    QPalette tinted = m_list->palette();
-    tinted.setColor(QPalette::Highlight, Brand::selection().current());
-    tinted.setColor(QPalette::HighlightedText, tinted.color(QPalette::Text));
-    m_list->setPalette(tinted);
 
     auto *messagePage = new QWidget(m_content);
     auto *icon = new QLabel(messagePage);

@@ -1,5 +1,6 @@
 #include "QuickOpenPanel.h"
 
+#include "app/Brand.h"
 #include "Background.h"
 #include "RelativeTime.h"
 
@@ -41,7 +42,8 @@ public:
         if (option.state & QStyle::State_Selected) {
             painter->setRenderHint(QPainter::Antialiasing);
             painter->setPen(Qt::NoPen);
-            painter->setBrush(palette.color(QPalette::Highlight));
+            // Resolved now, so that a switch between light and dark shows at once.
+            painter->setBrush(Brand::selection().current());
             painter->drawRoundedRect(row, 6, 6);
         }
         const QIcon icon =

@@ -115,7 +115,8 @@ void SearchResultDelegate::paint(QPainter *painter, const QStyleOptionViewItem &
     if (option.state & QStyle::State_Selected) {
         painter->setRenderHint(QPainter::Antialiasing);
         painter->setPen(Qt::NoPen);
-        painter->setBrush(palette.color(QPalette::Highlight));
+        // Resolved now, so that a switch between light and dark shows at once.
+        painter->setBrush(Brand::selection().current());
         painter->drawRoundedRect(row, 5, 5);
     }
     painter->setFont(option.font);
