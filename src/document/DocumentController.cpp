@@ -214,12 +214,34 @@ void DocumentController::revealInSidebar()
     Q_EMIT revealRequestChanged(m_revealRequest);
 }
 
+void DocumentController::setShowQuickOpen(bool show)
+{
+    publish(m_showQuickOpen, show, &DocumentController::showQuickOpenChanged);
+}
+
+void DocumentController::setShowSearch(bool show)
+{
+    publish(m_showSearch, show, &DocumentController::showSearchChanged);
+}
+
 void DocumentController::open(const QString &path, bool replacingCurrent)
 {
     if (replacingCurrent)
         Q_EMIT replaceRequested(path);
     else
         Q_EMIT openRequested(path);
+}
+
+void DocumentController::showLine(int line)
+{
+    m_previewTopLine = line;
+    scrollPreview(line);
+    if (m_mode == Mode::Edit) {
+        if (m_editor.placeCaretAtLine)
+            m_editor.placeCaretAtLine(line);
+        if (m_editor.scrollToLine)
+            m_editor.scrollToLine(line);
+    }
 }
 
 void DocumentController::call(const QString &script)
@@ -563,5 +585,9 @@ void DocumentController::handleDebugHook(const QString &name, const QString &arg
         Q_EMIT debugOpenRequested(argument);
     } else if (name == QLatin1String("lumoapp.debug.openFile") && !argument.isEmpty()) {
         Q_EMIT replaceRequested(argument);
+    } else if (name == QLatin1String("lumoapp.debug.quickOpen")) {
+        setShowQuickOpen(true);
+    } else if (name == QLatin1String("lumoapp.debug.search")) {
+        setShowSearch(true);
     }
 }

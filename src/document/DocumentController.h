@@ -35,6 +35,9 @@ class DocumentController : public QObject
                    sidebarVisibleChanged)
     Q_PROPERTY(QString sidebarRoot READ sidebarRoot NOTIFY sidebarRootChanged)
     Q_PROPERTY(int revealRequest READ revealRequest NOTIFY revealRequestChanged)
+    Q_PROPERTY(
+        bool showQuickOpen READ showQuickOpen WRITE setShowQuickOpen NOTIFY showQuickOpenChanged)
+    Q_PROPERTY(bool showSearch READ showSearch WRITE setShowSearch NOTIFY showSearchChanged)
 
 public:
     enum class Mode { Read, Edit };
@@ -85,6 +88,13 @@ public:
     void revealInSidebar();
     // Opens another file in place of this document, or in a new tab.
     void open(const QString &path, bool replacingCurrent);
+    bool showQuickOpen() const { return m_showQuickOpen; }
+    void setShowQuickOpen(bool show);
+    bool showSearch() const { return m_showSearch; }
+    void setShowSearch(bool show);
+    // Brings a zero-based source line to the top of the page, and of the editor
+    // while editing.
+    void showLine(int line);
 
     bool isReady() const { return m_isReady; }
     qint64 renderRevision() const { return m_renderRevision; }
@@ -129,6 +139,8 @@ Q_SIGNALS:
     void sidebarVisibleChanged(bool visible);
     void sidebarRootChanged(const QString &root);
     void revealRequestChanged(int request);
+    void showQuickOpenChanged(bool show);
+    void showSearchChanged(bool show);
     void renderCompleted(qint64 revision);
     void findFinished(bool found);
     // The page asks to open a Markdown file (a link in it was clicked).
@@ -169,6 +181,8 @@ private:
     RootResolver *m_rootResolver = nullptr;
     QString m_sidebarRoot;
     int m_revealRequest = 0;
+    bool m_showQuickOpen = false;
+    bool m_showSearch = false;
 
     bool m_isReady = false;
     bool m_pendingRender = false;

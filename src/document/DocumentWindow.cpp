@@ -10,6 +10,7 @@
 #include "workspace/FolderOpener.h"
 #include "workspace/FolderOpening.h"
 #include "workspace/WorkspaceCommands.h"
+#include "search/SearchCommands.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -194,6 +195,8 @@ void DocumentWindow::buildMenus()
                          findNext,       findPrevious, m_outlineAction};
     m_documentActions +=
         WorkspaceCommands::addTo(this, file, m_recentMenu->menuAction(), view, m_sidebarAction);
+    m_documentActions +=
+        SearchCommands::addTo(file, m_recentMenu->menuAction(), edit, findPrevious, this);
 
     QToolBar *toolbar = addToolBar(tr("Document"));
     toolbar->setObjectName(QStringLiteral("documentToolbar"));
@@ -238,6 +241,7 @@ void DocumentWindow::updateRecentMenu()
 DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
 {
     auto *tab = new DocumentTab(document, Preferences::shared().openInEditMode(), m_tabs);
+    SearchCommands::attachPanels(tab);
     const auto refresh = [this, tab] {
         const int index = m_tabs->indexOf(tab);
         if (index < 0)

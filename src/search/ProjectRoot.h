@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+namespace ProjectRoot {
+
+// The folder quick open and project search list: the sidebar's folder when one is
+// open, else the project root of the document (ProjectFiles::root), else none (an
+// untitled document outside any folder).
+QString choose(const QString &sidebarFolder, const QString &documentPath);
+
+} // namespace ProjectRoot
