@@ -6,7 +6,7 @@
 
 class DiskChangeBanner;
 class FindBar;
-class QPlainTextEdit;
+class EditorView;
 class QSplitter;
 
 // The content of one tab: a sidebar column beside the document area, which shows the
@@ -21,7 +21,7 @@ public:
 
     DocumentController *controller() const { return m_controller; }
     OpenDocument *document() const { return m_controller->document(); }
-    QPlainTextEdit *editor() const { return m_editor; }
+    EditorView *editor() const { return m_editor; }
 
     // Find: the editor's own bar while editing with the editor focused, else the page's.
     void showFind();
@@ -38,10 +38,6 @@ Q_SIGNALS:
 private:
     void showMode(DocumentController::Mode mode);
     void showSidebar(bool visible);
-    void takeTextFromDocument();
-    double editorTopLine() const;
-    void scrollEditorToLine(double line);
-    void placeCaretAtLine(int line);
     void findInEditor(const QString &text, bool backwards, bool fromSelectionStart);
 
     DocumentController *m_controller;
@@ -52,6 +48,5 @@ private:
     FindBar *m_editorFind;
     QSplitter *m_panes;
     QWidget *m_editorPane;
-    QPlainTextEdit *m_editor;
-    bool m_updatingEditor = false;
+    EditorView *m_editor;
 };

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "MarkdownTextView.h"
+
+// The editing face of a document: the Markdown text view bound to the document's text
+// both ways, coloured at the document's zoom, following light and dark, and reporting
+// the source line at its top for scroll synchronisation.
+//
+// Lines are logical lines (separated by line feeds) counted from 0; a fraction says how
+// far down a wrapped line is. Scrolling moves by whole visual lines.
+class EditorView : public MarkdownTextView
+{
+    Q_OBJECT
+
+public:
+    // Space around the text, which scrolls with it.
+    static constexpr int inset = 28;
+
+    explicit EditorView(const QString &text, double scale, QWidget *parent = nullptr);
+
+    // Takes a text changed elsewhere (a reload, a ticked task box); carets stay where
+    // they were, as far as the new text reaches. Not reported back as an edit.
+    void setBoundText(const QString &text);
+    // Restyles everything at the new size; new typing uses it too.
+    void setScale(double scale);
+    double scale() const;
+
+    static double topLine(const QPlainTextEdit *view);
+    static void scrollToLine(QPlainTextEdit *view, double line);
+    static void placeCaretAtLine(QPlainTextEdit *view, int line);
+
+Q_SIGNALS:
+    // The user changed the text; carries the whole new text.
+    void textEdited(const QString &text);
+    // The top visible line moved.
+    void scrolled(double topLine);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    bool m_settingText = false;
+};
