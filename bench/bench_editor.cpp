@@ -66,6 +66,12 @@ void measure(const char *label, qsizetype bytes, bool reportOpening)
     const QString text = document(bytes);
     const auto opening = Clock::now();
     EditorView view(text, 1.0);
+    // The document's side of the binding: it compares and keeps every edited text.
+    QString bound = text;
+    QObject::connect(&view, &EditorView::textEdited, [&bound](const QString &edited) {
+        if (edited != bound)
+            bound = edited;
+    });
     view.resize(700, 900);
     view.show();
     pump();
@@ -93,27 +99,32 @@ void measure(const char *label, qsizetype bytes, bool reportOpening)
         Q_UNUSED(blocks);
     }
 
-    // A new line with three backticks: the third opens a fence to the end of the text;
-    // Backspace closes it again.
+    // A new line with three tildes: the third opens a fence that nothing closes, so it
+    // runs to the end of the text; Backspace closes it again.
     cursor.movePosition(QTextCursor::EndOfBlock);
     view.setTextCursor(cursor);
     keystroke(view, Qt::Key_Return, QStringLiteral("\r"));
-    keystroke(view, Qt::Key_QuoteLeft, QStringLiteral("`"));
-    keystroke(view, Qt::Key_QuoteLeft, QStringLiteral("`"));
+    keystroke(view, Qt::Key_AsciiTilde, QStringLiteral("~"));
+    keystroke(view, Qt::Key_AsciiTilde, QStringLiteral("~"));
     pump();
     std::vector<double> opens;
     std::vector<double> closes;
     for (int i = 0; i < 3; ++i) {
-        opens.push_back(keystroke(view, Qt::Key_QuoteLeft, QStringLiteral("`")));
+        opens.push_back(keystroke(view, Qt::Key_AsciiTilde, QStringLiteral("~")));
         pump();
         closes.push_back(keystroke(view, Qt::Key_Backspace, QString()));
         pump();
     }
 
+    const auto restyling = Clock::now();
+    view.setScale(1.1);
+    const double restyled = millisecondsSince(restyling);
+
     std::printf("%-7s  keystroke mid-paragraph %8.2f ms (median of %zu)   block scan %8.2f ms\n",
                 label, median(typing), typing.size(), median(scans));
     std::printf("%-7s  opening a fence         %8.2f ms   closing it %8.2f ms\n", label,
                 median(opens), median(closes));
+    std::printf("%-7s  restyle all (zoom)      %8.2f ms\n", label, restyled);
     if (reportOpening)
         std::printf("%-7s  open in edit mode       %8.2f ms\n", label, opened);
 }

@@ -1,6 +1,7 @@
 #include "DocumentTab.h"
 
 #include "app/Preferences.h"
+#include "app/TextScale.h"
 #include "DiskChangeBanner.h"
 #include "editor/EditorView.h"
 #include "FindBar.h"
@@ -47,7 +48,8 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     , m_pageFind(new FindBar(false, this))
     , m_editorFind(new FindBar(true, this))
     , m_panes(new QSplitter(Qt::Horizontal, this))
-    , m_editor(new EditorView(document->text(), Preferences::shared().textScale()))
+    , m_editor(new EditorView(document->text(),
+                              TextScale::stepped(Preferences::shared().textScale(), 0)))
 {
     document->setParent(m_controller);
 
@@ -109,8 +111,9 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
         if (m_controller->mode() == DocumentController::Mode::Edit && m_editor->isVisible())
             m_controller->editorDidScroll(topLine);
     });
-    connect(&Preferences::shared(), &Preferences::textScaleChanged, m_editor,
-            [this] { m_editor->setScale(Preferences::shared().textScale()); });
+    connect(&Preferences::shared(), &Preferences::textScaleChanged, m_editor, [this] {
+        m_editor->setScale(TextScale::stepped(Preferences::shared().textScale(), 0));
+    });
 
     connect(m_controller, &DocumentController::modeChanged, this, &DocumentTab::showMode);
     connect(m_controller, &DocumentController::sidebarVisibleChanged, this,
