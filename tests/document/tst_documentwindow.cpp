@@ -131,6 +131,9 @@ void TestDocumentWindow::ctrlBIsBoldWhileEditing()
     QCOMPARE(tab->controller()->sidebarVisible(), sidebar);
     QTest::keyClick(tab->editor(), Qt::Key_S, Qt::ControlModifier | Qt::AltModifier);
     QCOMPARE(tab->controller()->sidebarVisible(), !sidebar);
+    // Ctrl+K is Link, not the text view's delete-to-end-of-line.
+    QTest::keyClick(tab->editor(), Qt::Key_K, Qt::ControlModifier);
+    QCOMPARE(tab->document()->text(), u"**[word]()**"_s);
 
     tab->controller()->toggleMode();
     QVERIFY(!bold->isEnabled());
