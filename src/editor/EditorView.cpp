@@ -37,7 +37,10 @@ EditorView::EditorView(const QString &text, double scale, QWidget *parent)
     setLineWrapMode(QPlainTextEdit::WidgetWidth);
     setTabChangesFocus(false);
     setUndoRedoEnabled(true);
-    document()->setDocumentMargin(inset);
+    // The document margin is one value for all sides: the viewport reaches past the
+    // sides by the difference, so the text keeps the narrower inset there.
+    document()->setDocumentMargin(verticalInset);
+    setViewportMargins(horizontalInset - verticalInset, 0, horizontalInset - verticalInset, 0);
     highlighter()->setScale(scale);
     highlighter()->setPalette(MarkdownHighlighter::Palette::from(palette()));
     setFont(highlighter()->baseFont());

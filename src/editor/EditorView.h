@@ -13,8 +13,9 @@ class EditorView : public MarkdownTextView
     Q_OBJECT
 
 public:
-    // Space around the text, which scrolls with it.
-    static constexpr int inset = 28;
+    // Space beside and above the text; the space above scrolls with it.
+    static constexpr int horizontalInset = 28;
+    static constexpr int verticalInset = 36;
 
     explicit EditorView(const QString &text, double scale, QWidget *parent = nullptr);
 

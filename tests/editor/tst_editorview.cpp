@@ -32,7 +32,7 @@ std::unique_ptr<EditorView> shown(const QString &text)
 // The text position at the top-left of the visible text.
 int topPosition(EditorView *view)
 {
-    return view->cursorForPosition(QPoint(EditorView::inset + 2, 2)).position();
+    return view->cursorForPosition(QPoint(EditorView::horizontalInset + 2, 2)).position();
 }
 
 } // namespace
