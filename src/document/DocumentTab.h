@@ -1,12 +1,12 @@
 #pragma once
 
 #include "DocumentController.h"
+#include "editor/EditorView.h"
 
 #include <QWidget>
 
 class DiskChangeBanner;
 class FindBar;
-class EditorView;
 class QSplitter;
 
 // The content of one tab: a sidebar column beside the document area, which shows the
