@@ -44,9 +44,7 @@ EditorView::EditorView(const QString &text, double scale, QWidget *parent)
     highlighter()->setScale(scale);
     highlighter()->setPalette(MarkdownHighlighter::Palette::from(palette()));
     setFont(highlighter()->baseFont());
-    m_settingText = true;
-    setPlainText(text);
-    m_settingText = false;
+    m_unshownText = text;
 
     connect(this, &QPlainTextEdit::textChanged, this, [this] {
         if (!m_settingText)
@@ -56,17 +54,35 @@ EditorView::EditorView(const QString &text, double scale, QWidget *parent)
             [this] { Q_EMIT scrolled(topLine(this)); });
 }
 
+void EditorView::setTextSilently(const QString &text)
+{
+    m_settingText = true;
+    setPlainText(text);
+    m_settingText = false;
+}
+
+void EditorView::showEvent(QShowEvent *event)
+{
+    if (m_unshownText) {
+        setTextSilently(*m_unshownText);
+        m_unshownText.reset();
+    }
+    MarkdownTextView::showEvent(event);
+}
+
 void EditorView::setBoundText(const QString &text)
 {
+    if (m_unshownText) {
+        m_unshownText = text;
+        return;
+    }
     if (text == this->text())
         return;
     QTextCursor cursor = textCursor();
     const int anchor = std::min(cursor.anchor(), static_cast<int>(text.size()));
     const int position = std::min(cursor.position(), static_cast<int>(text.size()));
     const int scroll = verticalScrollBar()->value();
-    m_settingText = true;
-    setPlainText(text);
-    m_settingText = false;
+    setTextSilently(text);
     cursor = textCursor();
     // Carets, not selections: the selected text may be gone.
     cursor.setPosition(std::min(anchor, position));

@@ -2,9 +2,13 @@
 
 #include "MarkdownTextView.h"
 
+#include <optional>
+
 // The editing face of a document: the Markdown text view bound to the document's text
 // both ways, coloured at the document's zoom, following light and dark, and reporting
 // the source line at its top for scroll synchronisation.
+// The text goes into the view when it is first shown, so that a document opened for
+// reading never pays for laying out and colouring it.
 //
 // Lines are logical lines (separated by line feeds) counted from 0; a fraction says how
 // far down a wrapped line is. Scrolling moves by whole visual lines.
@@ -38,7 +42,11 @@ Q_SIGNALS:
 
 protected:
     void changeEvent(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
+    void setTextSilently(const QString &text);
+
+    std::optional<QString> m_unshownText;
     bool m_settingText = false;
 };

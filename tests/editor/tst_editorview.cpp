@@ -48,6 +48,7 @@ private Q_SLOTS:
     void theCaretGoesToALine();
     void outsideTextKeepsCaretsClamped();
     void zoomRestylesAtTheNewSize();
+    void coloursFollowTheAppearance();
 };
 
 void TestEditorView::scrollingIntoAWrappedParagraph()
@@ -105,16 +106,19 @@ void TestEditorView::linesBeyondTheEnd()
 
 void TestEditorView::theCaretGoesToALine()
 {
-    EditorView view(u"a\nbb\nccc"_s, 1.0);
-    EditorView::placeCaretAtLine(&view, 2);
-    QCOMPARE(view.textCursor().position(), 5);
-    EditorView::placeCaretAtLine(&view, 9);
-    QCOMPARE(view.textCursor().position(), 8);
+    auto view = shown(u"a\nbb\nccc"_s);
+    EditorView::placeCaretAtLine(view.get(), 2);
+    QCOMPARE(view->textCursor().position(), 5);
+    EditorView::placeCaretAtLine(view.get(), 9);
+    QCOMPARE(view->textCursor().position(), 8);
 }
 
 void TestEditorView::outsideTextKeepsCaretsClamped()
 {
-    EditorView view(u"x"_s.repeated(600), 1.0);
+    EditorView view(u"w"_s, 1.0);
+    view.setBoundText(u"x"_s.repeated(600));
+    view.show();
+    QCOMPARE(view.text(), u"x"_s.repeated(600));
     QSignalSpy edited(&view, &EditorView::textEdited);
     QTextCursor cursor = view.textCursor();
     cursor.setPosition(500);
@@ -131,15 +135,30 @@ void TestEditorView::outsideTextKeepsCaretsClamped()
 
 void TestEditorView::zoomRestylesAtTheNewSize()
 {
-    EditorView view(u"# Title\n\ntext"_s, 1.0);
-    QCOMPARE(view.font().pixelSize(), 14);
-    const auto headingFormats = [&] { return view.document()->begin().layout()->formats(); };
+    auto view = shown(u"# Title\n\ntext"_s);
+    QCOMPARE(view->font().pixelSize(), 14);
+    const auto headingFormats = [&] { return view->document()->begin().layout()->formats(); };
     QVERIFY(!headingFormats().isEmpty());
-    view.document()->begin().layout()->setFormats({});
-    view.setScale(1.5);
-    QCOMPARE(view.font().pixelSize(), 21);
-    QCOMPARE(view.document()->defaultFont().pixelSize(), 21);
+    view->document()->begin().layout()->setFormats({});
+    view->setScale(1.5);
+    QCOMPARE(view->font().pixelSize(), 21);
+    QCOMPARE(view->document()->defaultFont().pixelSize(), 21);
     QVERIFY(!headingFormats().isEmpty());
+}
+
+void TestEditorView::coloursFollowTheAppearance()
+{
+    auto view = shown(u"a `c`"_s);
+    const QColor light = MarkdownHighlighter::Palette::from(view->palette()).codeSpan;
+    QPalette dark = view->palette();
+    dark.setColor(QPalette::Base, QColor(24, 24, 26));
+    dark.setColor(QPalette::Text, QColor(228, 228, 230));
+    view->setPalette(dark);
+    const QList<QTextLayout::FormatRange> formats = view->document()->begin().layout()->formats();
+    QCOMPARE(formats.size(), 1);
+    const QColor drawn = formats.first().format.foreground().color();
+    QCOMPARE(drawn, MarkdownHighlighter::Palette::from(dark).codeSpan);
+    QVERIFY(drawn != light);
 }
 
 QTEST_MAIN(TestEditorView)
