@@ -1,18 +1,15 @@
 #include "DocumentTab.h"
 
 #include "app/Preferences.h"
+#include "app/TextScale.h"
 #include "DiskChangeBanner.h"
+#include "editor/EditorView.h"
 #include "FindBar.h"
 #include "PreviewPage.h"
 #include "workspace/SidebarView.h"
 
 #include <algorithm>
-#include <cmath>
-#include <QFontDatabase>
-#include <QPlainTextEdit>
-#include <QScrollBar>
 #include <QSplitter>
-#include <QTextBlock>
 #include <QVBoxLayout>
 
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)
@@ -24,18 +21,14 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     , m_pageFind(new FindBar(false, this))
     , m_editorFind(new FindBar(true, this))
     , m_panes(new QSplitter(Qt::Horizontal, this))
-    , m_editor(new QPlainTextEdit)
+    , m_editor(new EditorView(document->text(),
+                              TextScale::stepped(Preferences::shared().textScale(), 0)))
 {
     document->setParent(m_controller);
 
-    m_editor->setFrameShape(QFrame::NoFrame);
-    m_editor->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     m_editor->setMinimumWidth(paneMinimumWidth);
     m_editor->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    m_editor->setLineWrapMode(QPlainTextEdit::WidgetWidth);
-    m_editor->document()->setDocumentMargin(28);
-    m_editor->setPlainText(document->text());
-    m_editor->document()->setModified(false);
+    m_editor->setDocumentPath([document] { return document->path(); });
 
     QWebEngineView *page = m_controller->webView();
     page->setMinimumWidth(paneMinimumWidth);
@@ -80,18 +73,19 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_columns);
 
-    m_controller->setEditor({[this] { return editorTopLine(); },
-                             [this](double line) { scrollEditorToLine(line); },
-                             [this](int line) { placeCaretAtLine(line); }});
+    m_controller->setEditor({[this] { return EditorView::topLine(m_editor); },
+                             [this](double line) { EditorView::scrollToLine(m_editor, line); },
+                             [this](int line) { EditorView::placeCaretAtLine(m_editor, line); }});
 
-    connect(m_editor, &QPlainTextEdit::textChanged, this, [this] {
-        if (!m_updatingEditor)
-            this->document()->setText(m_editor->toPlainText());
-    });
-    connect(document, &OpenDocument::textChanged, this, &DocumentTab::takeTextFromDocument);
-    connect(m_editor->verticalScrollBar(), &QScrollBar::valueChanged, this, [this] {
+    connect(m_editor, &EditorView::textEdited, document, &OpenDocument::setText);
+    connect(document, &OpenDocument::textChanged, this,
+            [this] { m_editor->setBoundText(this->document()->text()); });
+    connect(m_editor, &EditorView::scrolled, this, [this](double topLine) {
         if (m_controller->mode() == DocumentController::Mode::Edit && m_editor->isVisible())
-            m_controller->editorDidScroll(editorTopLine());
+            m_controller->editorDidScroll(topLine);
+    });
+    connect(&Preferences::shared(), &Preferences::textScaleChanged, m_editor, [this] {
+        m_editor->setScale(TextScale::stepped(Preferences::shared().textScale(), 0));
     });
 
     connect(m_controller, &DocumentController::modeChanged, this, &DocumentTab::showMode);
@@ -193,45 +187,4 @@ void DocumentTab::findInEditor(const QString &text, bool backwards, bool fromSel
 void DocumentTab::showSidebar(bool visible)
 {
     m_sidebar->setVisible(visible);
-}
-
-void DocumentTab::takeTextFromDocument()
-{
-    const QString text = document()->text();
-    if (text == m_editor->toPlainText())
-        return;
-    // Replaced from outside (reload, a ticked task box): keep the caret where it was,
-    // as far as the new text reaches.
-    const int position = m_editor->textCursor().position();
-    const int scroll = m_editor->verticalScrollBar()->value();
-    m_updatingEditor = true;
-    m_editor->setPlainText(text);
-    m_updatingEditor = false;
-    QTextCursor cursor = m_editor->textCursor();
-    cursor.setPosition(std::min(position, static_cast<int>(text.size())));
-    m_editor->setTextCursor(cursor);
-    m_editor->verticalScrollBar()->setValue(scroll);
-}
-
-double DocumentTab::editorTopLine() const
-{
-    const QTextBlock block = m_editor->cursorForPosition(QPoint(0, 0)).block();
-    return block.isValid() ? block.blockNumber() : 0.0;
-}
-
-void DocumentTab::scrollEditorToLine(double line)
-{
-    const QTextBlock block =
-        m_editor->document()->findBlockByNumber(static_cast<int>(std::floor(line)));
-    if (block.isValid())
-        m_editor->verticalScrollBar()->setValue(block.firstLineNumber());
-}
-
-void DocumentTab::placeCaretAtLine(int line)
-{
-    const QTextBlock block = m_editor->document()->findBlockByNumber(line);
-    if (!block.isValid())
-        return;
-    QTextCursor cursor(block);
-    m_editor->setTextCursor(cursor);
 }

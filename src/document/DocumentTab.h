@@ -1,12 +1,12 @@
 #pragma once
 
 #include "DocumentController.h"
+#include "editor/EditorView.h"
 
 #include <QWidget>
 
 class DiskChangeBanner;
 class FindBar;
-class QPlainTextEdit;
 class QSplitter;
 class SidebarView;
 
@@ -22,7 +22,7 @@ public:
 
     DocumentController *controller() const { return m_controller; }
     OpenDocument *document() const { return m_controller->document(); }
-    QPlainTextEdit *editor() const { return m_editor; }
+    EditorView *editor() const { return m_editor; }
 
     // Find: the editor's own bar while editing with the editor focused, else the page's.
     void showFind();
@@ -39,10 +39,6 @@ Q_SIGNALS:
 private:
     void showMode(DocumentController::Mode mode);
     void showSidebar(bool visible);
-    void takeTextFromDocument();
-    double editorTopLine() const;
-    void scrollEditorToLine(double line);
-    void placeCaretAtLine(int line);
     void findInEditor(const QString &text, bool backwards, bool fromSelectionStart);
 
     DocumentController *m_controller;
@@ -53,6 +49,5 @@ private:
     FindBar *m_editorFind;
     QSplitter *m_panes;
     QWidget *m_editorPane;
-    QPlainTextEdit *m_editor;
-    bool m_updatingEditor = false;
+    EditorView *m_editor;
 };

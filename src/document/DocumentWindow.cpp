@@ -6,6 +6,7 @@
 #include "app/ReaderPreferences.h"
 #include "app/SettingsWindow.h"
 #include "DocumentTab.h"
+#include "editor/FormatMenu.h"
 #include "OutlinePopover.h"
 #include "workspace/FolderOpener.h"
 #include "workspace/FolderOpening.h"
@@ -152,6 +153,7 @@ void DocumentWindow::buildMenus()
             tab->controller()->toggleSidebar();
     });
 
+    addFormatMenu(this, [this] { return currentTab() ? currentTab()->editor() : nullptr; });
     QMenu *view = menuBar()->addMenu(tr("&View"));
     view->addAction(m_modeAction);
     view->addAction(m_outlineAction);
@@ -362,6 +364,7 @@ void DocumentWindow::updateForCurrentTab()
     m_sidebarAction->setShortcut(editing ? QKeySequence(tr("Ctrl+Alt+S"))
                                          : QKeySequence(tr("Ctrl+B")));
     m_modeAction->setToolTip(editing ? tr("Back to reading (Ctrl+E)") : tr("Edit (Ctrl+E)"));
+    updateFormatMenu(this, editing);
 }
 
 bool DocumentWindow::confirmClose(DocumentTab *tab)

@@ -1,6 +1,7 @@
 // The window around the documents: its commands follow the current tab.
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"
+#include "editor/EditorView.h"
 #include "support/WebTest.h"
 
 #include <QAction>
@@ -17,6 +18,8 @@ private Q_SLOTS:
     void documentCommandsNeedADocument();
     void sidebarShortcutFollowsTheMode();
     void modeSwitchKeepsThePage();
+    void modeSwitchKeepsTheLine();
+    void ctrlBIsBoldWhileEditing();
 
 private:
     static QAction *action(QWidget *window, const QString &text)
@@ -80,6 +83,60 @@ void TestDocumentWindow::modeSwitchKeepsThePage()
     QTRY_VERIFY(!tab->editor()->isVisible());
     QCOMPARE(loads.count(), 0);
     QCOMPARE(WebTest::evaluate(tab->controller()->page(), u"window.lumoMarker"_s).toInt(), 7);
+}
+
+void TestDocumentWindow::modeSwitchKeepsTheLine()
+{
+    DocumentWindow window;
+    window.show();
+    QString text;
+    for (int i = 0; i < 300; ++i)
+        text += u"Paragraph %1.\n\n"_s.arg(i);
+    DocumentTab *tab = window.addDocument(new OpenDocument(text));
+    DocumentController *controller = tab->controller();
+    QSignalSpy rendered(controller, &DocumentController::renderCompleted);
+    QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000);
+
+    controller->toggleMode();
+    QTRY_VERIFY(tab->editor()->isVisible());
+    QTest::qWait(DocumentController::scrollQuietMilliseconds + 50);
+    EditorView::scrollToLine(tab->editor(), 240);
+    controller->toggleMode();
+    QCOMPARE(controller->previewTopLine(), 240.0);
+
+    QTest::qWait(DocumentController::scrollQuietMilliseconds + 50);
+    const double line = controller->previewTopLine();
+    controller->toggleMode();
+    QTRY_COMPARE(tab->editor()->textCursor().blockNumber(), int(line));
+    QTRY_VERIFY(std::abs(EditorView::topLine(tab->editor()) - line) < 1);
+}
+
+void TestDocumentWindow::ctrlBIsBoldWhileEditing()
+{
+    DocumentWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    DocumentTab *tab = window.addDocument(new OpenDocument(u"word"_s));
+    QAction *bold = action(&window, u"Bold"_s);
+    QVERIFY(bold);
+    QVERIFY(!bold->isEnabled());
+
+    tab->controller()->toggleMode();
+    QTRY_VERIFY(tab->editor()->hasFocus());
+    QVERIFY(bold->isEnabled());
+    tab->editor()->selectAll();
+    const bool sidebar = tab->controller()->sidebarVisible();
+    QTest::keyClick(tab->editor(), Qt::Key_B, Qt::ControlModifier);
+    QCOMPARE(tab->document()->text(), u"**word**"_s);
+    QCOMPARE(tab->controller()->sidebarVisible(), sidebar);
+    QTest::keyClick(tab->editor(), Qt::Key_S, Qt::ControlModifier | Qt::AltModifier);
+    QCOMPARE(tab->controller()->sidebarVisible(), !sidebar);
+    // Ctrl+K is Link, not the text view's delete-to-end-of-line.
+    QTest::keyClick(tab->editor(), Qt::Key_K, Qt::ControlModifier);
+    QCOMPARE(tab->document()->text(), u"**[word]()**"_s);
+
+    tab->controller()->toggleMode();
+    QVERIFY(!bold->isEnabled());
 }
 
 LUMO_WEB_TEST_MAIN(TestDocumentWindow)

@@ -1,0 +1,164 @@
+#include "MarkdownHighlighter.h"
+
+#include "app/Brand.h"
+
+#include <array>
+#include <optional>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QPalette>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextLayout>
+
+using namespace MarkdownHighlighting;
+
+namespace {
+
+QColor withAlpha(QColor color, double alpha)
+{
+    color.setAlphaF(static_cast<float>(alpha));
+    return color;
+}
+
+QString withLineFeeds(QString text)
+{
+    text.replace(QChar::ParagraphSeparator, u'\n');
+    return text;
+}
+
+} // namespace
+
+MarkdownHighlighter::Palette MarkdownHighlighter::Palette::from(const QPalette &palette)
+{
+    const bool dark = palette.color(QPalette::Base).lightnessF() < 0.5;
+    const QColor text = palette.color(QPalette::Text);
+    Palette result;
+    result.base = text;
+    result.muted = withAlpha(text, dark ? 0.45 : 0.4);
+    result.secondary = withAlpha(text, dark ? 0.62 : 0.58);
+    result.accent = Brand::accent().resolved(dark ? Appearance::Dark : Appearance::Light);
+    result.codeBackground = withAlpha(text, 0.08);
+    result.codeSpan = dark ? QColor(255, 55, 95) : QColor(222, 30, 75);
+    return result;
+}
+
+MarkdownHighlighter::MarkdownHighlighter(QTextDocument *document, QObject *parent)
+    : QObject(parent)
+    , m_document(document)
+    , m_text(withLineFeeds(document->toRawText()))
+    , m_palette(Palette::from(QGuiApplication::palette()))
+{
+    // Without a layout the document reports no changes.
+    document->documentLayout();
+    connect(document, &QTextDocument::contentsChange, this, &MarkdownHighlighter::contentsChanged);
+}
+
+QFont MarkdownHighlighter::baseFont() const
+{
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPixelSize(std::max(1, qRound(14 * m_scale)));
+    font.setWeight(QFont::Normal);
+    font.setItalic(false);
+    return font;
+}
+
+QTextCharFormat MarkdownHighlighter::format(const Style &style) const
+{
+    QTextCharFormat format;
+    if (style.font == FontRole::Strong) {
+        format.setFontWeight(QFont::DemiBold);
+    } else if (style.font == FontRole::Emphasis) {
+        format.setFontWeight(QFont::Normal);
+        format.setFontItalic(true);
+    }
+    const std::array<QColor, 5> colors = {m_palette.base, m_palette.muted, m_palette.secondary,
+                                          m_palette.accent, m_palette.codeSpan};
+    if (style.color != ColorRole::Base)
+        format.setForeground(colors.at(static_cast<size_t>(style.color)));
+    if (style.codeBackground)
+        format.setBackground(m_palette.codeBackground);
+    return format;
+}
+
+void MarkdownHighlighter::highlightAll()
+{
+    if (!m_document)
+        return;
+    m_text = withLineFeeds(m_document->toRawText());
+    m_blocks = findBlocks(m_text);
+    apply({0, m_text.size()});
+}
+
+QString MarkdownHighlighter::rawText(int from, int to) const
+{
+    QTextCursor cursor(m_document);
+    cursor.setPosition(from);
+    cursor.setPosition(to, QTextCursor::KeepAnchor);
+    return withLineFeeds(cursor.selectedText());
+}
+
+void MarkdownHighlighter::contentsChanged(int position, int removed, int added)
+{
+    const qint64 newLength = m_document->characterCount() - 1;
+    const qint64 delta = newLength - m_text.size();
+    // A replacement of the whole text reports the final paragraph end as well.
+    const qint64 inserted = std::min<qint64>(added, newLength - position);
+    const qint64 replaced = inserted - delta;
+    if (position < 0 || inserted < 0 || replaced < 0 || position + replaced > m_text.size()) {
+        highlightAll();
+        return;
+    }
+    if (removed == added && replaced == inserted && removed > 0) {
+        // Formats only: nothing the rules can see has changed.
+        const QString now = rawText(position, position + static_cast<int>(inserted));
+        if (QStringView(m_text).mid(position, replaced) == now)
+            return;
+        m_text.replace(position, replaced, now);
+    } else {
+        m_text.replace(position, replaced,
+                       rawText(position, position + static_cast<int>(inserted)));
+    }
+    QList<Block> blocks = findBlocks(m_text);
+    const Range dirty = dirtyRange(m_text, m_blocks, blocks, Range{position, inserted}, delta);
+    m_blocks = std::move(blocks);
+    apply(dirty);
+}
+
+void MarkdownHighlighter::apply(Range range)
+{
+    if (!m_document || range.length < 1)
+        return;
+    const QList<StyleRun> runs = style(m_text, m_blocks, range);
+    std::array<std::optional<QTextCharFormat>, 30> formats;
+    const auto formatOf = [&](const Style &s) -> const QTextCharFormat & {
+        const size_t key = static_cast<size_t>(s.font) * 10 + static_cast<size_t>(s.color) * 2 +
+                           (s.codeBackground ? 1 : 0);
+        if (!formats.at(key))
+            formats.at(key) = format(s);
+        return *formats.at(key);
+    };
+
+    qsizetype next = 0;
+    for (QTextBlock block = m_document->findBlock(static_cast<int>(range.location));
+         block.isValid() && block.position() < range.end(); block = block.next()) {
+        const qint64 start = block.position();
+        const qint64 end = start + block.length() - 1;
+        while (next < runs.size() && runs.at(next).location + runs.at(next).length <= start)
+            ++next;
+        QList<QTextLayout::FormatRange> ranges;
+        for (qsizetype i = next; i < runs.size() && runs.at(i).location < end; ++i) {
+            const StyleRun &run = runs.at(i);
+            if (run.style.isBase())
+                continue;
+            const qint64 from = std::max(run.location, start);
+            const qint64 to = std::min(run.location + run.length, end);
+            if (to > from)
+                ranges.append({static_cast<int>(from - start), static_cast<int>(to - from),
+                               formatOf(run.style)});
+        }
+        block.layout()->setFormats(ranges);
+    }
+    m_document->markContentsDirty(static_cast<int>(range.location), static_cast<int>(range.length));
+}

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "MarkdownHighlighting.h"
+
+#include <QColor>
+#include <QFont>
+#include <QObject>
+#include <QPointer>
+#include <QTextCharFormat>
+
+class QPalette;
+class QTextDocument;
+
+// Colours a plain-text document as Markdown while it is edited. After each change of
+// characters it scans the whole text for fences, front matter and comments, and
+// restyles only the lines the change can have affected. Styles are the blocks' layout
+// formats, never character formats: they stay out of the undo history and never
+// re-enter the highlighter. One monospaced face at 14 × scale; headings differ only in
+// weight and colour.
+//
+// It keeps a copy of the document's text in step with every edit (text()), so that
+// readers need not ask the document for its whole text on each keystroke.
+// Main thread only, like the document.
+class MarkdownHighlighter : public QObject
+{
+    Q_OBJECT
+
+public:
+    // The colour roles, resolved for one appearance.
+    struct Palette
+    {
+        QColor base, muted, secondary, accent, codeBackground, codeSpan;
+
+        // Derived from a widget palette: label shades of its text colour, the brand's
+        // accent, a pink for code spans.
+        static Palette from(const QPalette &palette);
+    };
+
+    explicit MarkdownHighlighter(QTextDocument *document, QObject *parent = nullptr);
+
+    double scale() const { return m_scale; }
+    // Takes effect at the next highlightAll.
+    void setScale(double scale) { m_scale = scale; }
+    // Takes effect at the next highlightAll.
+    void setPalette(const Palette &palette) { m_palette = palette; }
+    const Palette &palette() const { return m_palette; }
+
+    // The monospaced system face at 14 × scale logical pixels.
+    QFont baseFont() const;
+    // The format that a run of the given style is drawn with over the base font.
+    QTextCharFormat format(const MarkdownHighlighting::Style &style) const;
+
+    // Scans and styles the whole text, invalidating the layout once.
+    void highlightAll();
+
+    // The document's text with line feeds between its lines.
+    const QString &text() const { return m_text; }
+    const QList<MarkdownHighlighting::Block> &blocks() const { return m_blocks; }
+
+private:
+    void contentsChanged(int position, int removed, int added);
+    QString rawText(int from, int to) const;
+    void apply(MarkdownHighlighting::Range range);
+
+    QPointer<QTextDocument> m_document;
+    QString m_text;
+    QList<MarkdownHighlighting::Block> m_blocks;
+    double m_scale = 1.0;
+    Palette m_palette;
+};

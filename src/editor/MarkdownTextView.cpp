@@ -1,0 +1,212 @@
+#include "MarkdownTextView.h"
+
+#include "MarkdownHighlighter.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QKeyEvent>
+#include <QMimeData>
+#include <QMimeDatabase>
+#include <QTextBlock>
+#include <QUrl>
+
+using namespace MarkdownEditing;
+
+namespace {
+
+bool isImageFile(const QString &path)
+{
+    static const QMimeDatabase database;
+    return QFileInfo(path).isFile() && database.mimeTypeForFile(path, QMimeDatabase::MatchExtension)
+                                           .name()
+                                           .startsWith(QLatin1String("image/"));
+}
+
+QByteArray pngData(const QMimeData *source)
+{
+    const QByteArray png = source->data(QStringLiteral("image/png"));
+    if (!png.isEmpty())
+        return png;
+    const QImage image = qvariant_cast<QImage>(source->imageData());
+    if (image.isNull())
+        return {};
+    QByteArray data;
+    QBuffer buffer(&data);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return data;
+}
+
+} // namespace
+
+MarkdownTextView::MarkdownTextView(QWidget *parent)
+    : QPlainTextEdit(parent)
+    , m_highlighter(new MarkdownHighlighter(document(), this))
+{}
+
+const QString &MarkdownTextView::text() const
+{
+    return m_highlighter->text();
+}
+
+Selection MarkdownTextView::selection() const
+{
+    const QTextCursor cursor = textCursor();
+    return {cursor.selectionStart(), cursor.selectionEnd() - cursor.selectionStart()};
+}
+
+bool MarkdownTextView::apply(const TextChange &change)
+{
+    if (isReadOnly())
+        return false;
+    QTextCursor cursor(document());
+    if (change.length > 0 || !change.replacement.isEmpty()) {
+        cursor.beginEditBlock();
+        cursor.setPosition(static_cast<int>(change.location));
+        cursor.setPosition(static_cast<int>(change.location + change.length),
+                           QTextCursor::KeepAnchor);
+        cursor.insertText(change.replacement);
+        cursor.endEditBlock();
+    }
+    cursor.setPosition(static_cast<int>(change.selectionStart));
+    cursor.setPosition(static_cast<int>(change.selectionStart + change.selectionLength),
+                       QTextCursor::KeepAnchor);
+    setTextCursor(cursor);
+    ensureCursorVisible();
+    return true;
+}
+
+bool MarkdownTextView::continueList()
+{
+    const auto change = MarkdownEditing::continueList(text(), selection());
+    if (change)
+        apply(*change);
+    return change.has_value();
+}
+
+bool MarkdownTextView::indentListItem(bool outdent)
+{
+    const auto change = MarkdownEditing::indentListItem(text(), selection(), outdent);
+    if (change)
+        apply(*change);
+    return change.has_value();
+}
+
+void MarkdownTextView::toggleWrap(const QString &marker)
+{
+    apply(MarkdownEditing::toggleWrap(text(), selection(), marker));
+}
+
+void MarkdownTextView::insertLink()
+{
+    apply(MarkdownEditing::insertLink(text(), selection()));
+}
+
+bool MarkdownTextView::event(QEvent *event)
+{
+    // Ctrl+K deletes to the end of the line on some desktops; here it is Link.
+    if (event->type() == QEvent::ShortcutOverride &&
+        static_cast<QKeyEvent *>(event)->matches(QKeySequence::DeleteEndOfLine)) {
+        event->ignore();
+        return false;
+    }
+    return QPlainTextEdit::event(event);
+}
+
+void MarkdownTextView::keyPressEvent(QKeyEvent *event)
+{
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (modifiers == Qt::NoModifier && continueList())
+            return;
+        if (modifiers == Qt::NoModifier || modifiers == Qt::ShiftModifier) {
+            // Always a line feed: a soft line break would not survive saving as text.
+            if (!isReadOnly()) {
+                QTextCursor cursor = textCursor();
+                cursor.insertText(QStringLiteral("\n"));
+                setTextCursor(cursor);
+                ensureCursorVisible();
+            }
+            return;
+        }
+        break;
+    case Qt::Key_Tab:
+        if (modifiers == Qt::NoModifier && indentListItem(false))
+            return;
+        break;
+    case Qt::Key_Backtab:
+        if (indentListItem(true))
+            return;
+        break;
+    default:
+        break;
+    }
+    QPlainTextEdit::keyPressEvent(event);
+}
+
+bool MarkdownTextView::canInsertFromMimeData(const QMimeData *source) const
+{
+    return source->hasImage() || source->hasFormat(QStringLiteral("image/png")) ||
+           QPlainTextEdit::canInsertFromMimeData(source);
+}
+
+void MarkdownTextView::insertFromMimeData(const QMimeData *source)
+{
+    if (!pasteImages(source))
+        QPlainTextEdit::insertFromMimeData(source);
+}
+
+bool MarkdownTextView::pasteImages(const QMimeData *source)
+{
+    const QString documentPath = m_documentPath ? m_documentPath() : QString();
+    if (documentPath.isEmpty() || isReadOnly())
+        return false;
+    const QString folder = QDir::cleanPath(QFileInfo(documentPath).absolutePath());
+    const QDateTime now = QDateTime::currentDateTime();
+
+    QStringList links;
+    for (const QUrl &url : source->urls()) {
+        if (!url.isLocalFile() || !isImageFile(url.toLocalFile()))
+            continue;
+        const QString path = QDir::cleanPath(url.toLocalFile());
+        const QFileInfo image(path);
+        QString target;
+        if (path.startsWith(folder + u'/')) {
+            target = QDir(folder).relativeFilePath(path);
+        } else {
+            QFile file(path);
+            if (!file.open(QIODevice::ReadOnly))
+                continue;
+            const auto stored = saveAsset(file.readAll(), image.suffix(), documentPath, now);
+            if (!stored)
+                continue;
+            target = *stored;
+        }
+        links.append(imageLink(target, image.completeBaseName()));
+    }
+
+    if (links.isEmpty()) {
+        if (source->hasText())
+            return false;
+        const QByteArray png = pngData(source);
+        if (png.isEmpty())
+            return false;
+        const auto stored = saveAsset(png, QStringLiteral("png"), documentPath, now);
+        if (!stored) {
+            QApplication::beep();
+            return false;
+        }
+        links.append(imageLink(*stored, QString()));
+    }
+
+    const Selection selected = selection();
+    const QString inserted = links.join(u'\n');
+    return apply(
+        {selected.location, selected.length, inserted, selected.location + inserted.size(), 0});
+}

@@ -1,0 +1,203 @@
+// The editing assists through the real text view: keys and commands, one undo step
+// each, and pasted images stored beside the document.
+#include "editor/MarkdownTextView.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QMimeData>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Text with the caret written as "|", or a selection as "«" and "»".
+void load(MarkdownTextView &view, QString marked)
+{
+    const qsizetype caret = marked.indexOf(u'|');
+    qsizetype start = caret;
+    qsizetype end = caret;
+    if (caret >= 0) {
+        marked.remove(caret, 1);
+    } else {
+        start = marked.indexOf(u'«');
+        marked.remove(start, 1);
+        end = marked.indexOf(u'»');
+        marked.remove(end, 1);
+    }
+    view.setPlainText(marked);
+    QTextCursor cursor = view.textCursor();
+    cursor.setPosition(static_cast<int>(start));
+    cursor.setPosition(static_cast<int>(end), QTextCursor::KeepAnchor);
+    view.setTextCursor(cursor);
+}
+
+QString marked(const MarkdownTextView &view)
+{
+    QString text = view.toPlainText();
+    const QTextCursor cursor = view.textCursor();
+    if (!cursor.hasSelection())
+        return text.insert(cursor.position(), u'|');
+    text.insert(cursor.selectionEnd(), u'»');
+    return text.insert(cursor.selectionStart(), u'«');
+}
+
+} // namespace
+
+class TestMarkdownEditing : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void assists_data();
+    void assists();
+    void aReadOnlyViewRefuses();
+    void toggledTask_data();
+    void toggledTask();
+    void pastedImages();
+};
+
+void TestMarkdownEditing::assists_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QString>("after");
+
+    QTest::newRow("end an empty item") << u"a\n- |"_s << u"Return"_s << u"a\n\n|"_s;
+    QTest::newRow("inside the marker") << u"-| item"_s << u"Return"_s << u"-\n| item"_s;
+    QTest::newRow("bullet") << u"  - item|"_s << u"Return"_s << u"  - item\n  - |"_s;
+    QTest::newRow("mid item") << u"- ab|cd"_s << u"Return"_s << u"- ab\n- |cd"_s;
+    QTest::newRow("number") << u"1. a|"_s << u"Return"_s << u"1. a\n2. |"_s;
+    QTest::newRow("zeros") << u"007. a|"_s << u"Return"_s << u"007. a\n8. |"_s;
+    QTest::newRow("parenthesis") << u"9)  step|"_s << u"Return"_s << u"9)  step\n10)  |"_s;
+    QTest::newRow("task box reset") << u"* [X] done|"_s << u"Return"_s << u"* [X] done\n* [ ] |"_s;
+    QTest::newRow("twenty digits")
+        << u"12345678901234567890. a|"_s << u"Return"_s << u"12345678901234567890. a\n1. |"_s;
+    QTest::newRow("quote") << u"> > quoted|"_s << u"Return"_s << u"> > quoted\n> > |"_s;
+    QTest::newRow("plain line") << u"plain|"_s << u"Return"_s << u"plain\n|"_s;
+    QTest::newRow("indent") << u"- a|"_s << u"Tab"_s << u"  - a|"_s;
+    QTest::newRow("indent keeps selection") << u"- «a»"_s << u"Tab"_s << u"  - «a»"_s;
+    QTest::newRow("tab elsewhere") << u"plain|"_s << u"Tab"_s << u"plain\t|"_s;
+    QTest::newRow("outdent") << u"   - a|"_s << u"Backtab"_s << u" - a|"_s;
+    QTest::newRow("outdent stops at the line") << u"  |- a"_s << u"Backtab"_s << u"|- a"_s;
+    QTest::newRow("bold") << u"a «b» c"_s << u"**"_s << u"a **«b»** c"_s;
+    QTest::newRow("bold caret") << u"a |"_s << u"**"_s << u"a **|**"_s;
+    QTest::newRow("unbold selected markers") << u"«**word**»"_s << u"**"_s << u"«word»"_s;
+    QTest::newRow("unbold around") << u"**«word»**"_s << u"**"_s << u"«word»"_s;
+    QTest::newRow("italic inside bold") << u"**«word»**"_s << u"*"_s << u"*«word»*"_s;
+    QTest::newRow("code") << u"«x»"_s << u"`"_s << u"`«x»`"_s;
+    QTest::newRow("link to address")
+        << u"«https://x.org»"_s << u"link"_s << u"[|](https://x.org)"_s;
+    QTest::newRow("link text") << u"«some text»"_s << u"link"_s << u"[some text](|)"_s;
+}
+
+void TestMarkdownEditing::assists()
+{
+    QFETCH(QString, before);
+    QFETCH(QString, command);
+    QFETCH(QString, after);
+    MarkdownTextView view;
+    load(view, before);
+    const QString original = view.toPlainText();
+    if (command == u"Return")
+        QTest::keyClick(&view, Qt::Key_Return);
+    else if (command == u"Tab")
+        QTest::keyClick(&view, Qt::Key_Tab);
+    else if (command == u"Backtab")
+        QTest::keyClick(&view, Qt::Key_Backtab, Qt::ShiftModifier);
+    else if (command == u"link")
+        view.insertLink();
+    else
+        view.toggleWrap(command);
+    QCOMPARE(marked(view), after);
+    QCOMPARE(view.text(), view.toPlainText());
+    view.undo();
+    QCOMPARE(view.toPlainText(), original);
+}
+
+void TestMarkdownEditing::aReadOnlyViewRefuses()
+{
+    MarkdownTextView view;
+    load(view, u"- a|"_s);
+    view.setReadOnly(true);
+    QVERIFY(view.continueList());
+    view.toggleWrap(u"**"_s);
+    QCOMPARE(marked(view), u"- a|"_s);
+}
+
+void TestMarkdownEditing::toggledTask_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("line");
+    QTest::addColumn<bool>("checked");
+    QTest::addColumn<QString>("result");
+
+    QTest::newRow("check") << u"a\n- [ ] b"_s << 1 << true << u"a\n- [x] b"_s;
+    QTest::newRow("uncheck in a quote")
+        << u"> > 12) [X] b\r\n"_s << 0 << false << u"> > 12) [ ] b\r\n"_s;
+    QTest::newRow("sets, does not toggle") << u"- [x] b"_s << 0 << true << u"- [x] b"_s;
+    QTest::newRow("no box") << u"- b"_s << 0 << true << QString();
+    QTest::newRow("ten digits") << u"1234567890. [ ] b"_s << 0 << true << QString();
+    QTest::newRow("beyond the end") << u"- [ ] b"_s << 1 << true << QString();
+}
+
+void TestMarkdownEditing::toggledTask()
+{
+    QFETCH(QString, text);
+    QFETCH(int, line);
+    QFETCH(bool, checked);
+    QFETCH(QString, result);
+    QCOMPARE(MarkdownEditing::toggledTask(text, line, checked).value_or(QString()), result);
+}
+
+void TestMarkdownEditing::pastedImages()
+{
+    QTemporaryDir dir;
+    const QString document = dir.filePath(u"my notes.md"_s);
+    QImage image(4, 4, QImage::Format_ARGB32);
+    image.fill(Qt::red);
+    QVERIFY(image.save(dir.filePath(u"in folder.png"_s)));
+    QTemporaryDir elsewhere;
+    QVERIFY(image.save(elsewhere.filePath(u"shot.png"_s)));
+
+    MarkdownTextView view;
+    view.setDocumentPath([document] { return document; });
+    load(view, u"x |"_s);
+    auto *files = new QMimeData;
+    files->setUrls({QUrl::fromLocalFile(dir.filePath(u"in folder.png"_s)),
+                    QUrl::fromLocalFile(elsewhere.filePath(u"shot.png"_s))});
+    QApplication::clipboard()->setMimeData(files);
+    view.paste();
+    const QStringList stored = QDir(dir.filePath(u"assets"_s)).entryList(QDir::Files);
+    QCOMPARE(stored.size(), 1);
+    QVERIFY2(QRegularExpression(u"^my-notes-\\d{4}-\\d\\d-\\d\\dT\\d{6}\\.png$"_s)
+                 .match(stored.first())
+                 .hasMatch(),
+             qPrintable(stored.first()));
+    QCOMPARE(marked(view),
+             u"x ![in folder](<in folder.png>)\n![shot](assets/"_s + stored.first() + u")|"_s);
+    view.undo();
+    QCOMPARE(view.toPlainText(), u"x "_s);
+    QVERIFY(QFile::remove(dir.filePath(u"assets/"_s + stored.first())));
+
+    // Image data without a file, from a document without a file: an ordinary paste.
+    auto *data = new QMimeData;
+    data->setImageData(image);
+    QApplication::clipboard()->setMimeData(data);
+    view.setDocumentPath([] { return QString(); });
+    view.paste();
+    QCOMPARE(view.toPlainText(), u"x "_s);
+    view.setDocumentPath([document] { return document; });
+    view.moveCursor(QTextCursor::End);
+    view.paste();
+    QVERIFY2(view.toPlainText().startsWith(u"x ![](assets/my-notes-"_s),
+             qPrintable(view.toPlainText()));
+}
+
+QTEST_MAIN(TestMarkdownEditing)
+#include "tst_markdownediting.moc"
