@@ -1,9 +1,9 @@
 // The page object: every call the native side makes, and the messages the
 // page sends back. Created once per page load by main.js; kept apart from it
 // so tests can build one in a DOM of their own.
-import { convert } from './markdown.js';
+import { createBlockConverter, groupBlocks, outlineOf } from './blocks.js';
 import { createSanitizer } from './sanitize.js';
-import { patch, invalidate } from './patch.js';
+import { createPatcher } from './patch.js';
 import { createScrollSync } from './scroll.js';
 import { createEnhancer } from './enhance.js';
 import { createAppearance } from './appearance.js';
@@ -11,6 +11,16 @@ import { installDiagramMenu } from './diagrams.js';
 import { exportHTML, localImages, richHTML } from './export.js';
 
 const CHANGE_MARK_MS = 2400;
+// A long document is shown top first: this many lines at once, then the rest
+// in slices of a few milliseconds so that scrolling stays smooth.
+const FIRST_LINES = 600;
+const SLICE_MS = 10;
+// New blocks join the page at most this often, and only once they add a
+// good part to what is there: each addition costs the browser a frame of
+// work that grows with the whole document, so many small additions to a
+// long page would take quadratic time.
+const APPEND_MS = 250;
+const APPEND_GROWTH = 0.25;
 
 function errorMessage(err) {
   return String(err?.message ?? err);
@@ -19,12 +29,18 @@ function errorMessage(err) {
 /**
  * @param {{container: Element, post: (message: object) => void}} options
  */
-export function createPage({ container, post }) {
+export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const sanitizer = createSanitizer(window);
   const scroll = createScrollSync({ container, post });
+  const converter = createBlockConverter();
+  let base = null;
+  const patcher = createPatcher(container, { sanitize: (list) => sanitizer.fragments(list, base) });
   let rev = 0;
+  let job = null; // a long document still being put on the page
+  let scheduled = null;
 
   const enhancer = createEnhancer({
+    container,
     post,
     isDark: () => appearance.isDark(),
     onError: (err) => post({ type: 'error', message: errorMessage(err) }),
@@ -39,7 +55,7 @@ export function createPage({ container, post }) {
       const item = target.closest('li[data-line]');
       if (!item) return;
       const block = topBlock(item);
-      if (block) invalidate(block); // its DOM now differs from its source until the next render
+      if (block) patcher.invalidate(block); // its DOM now differs from its source until the next render
       post({ type: 'toggleTask', line: Number(item.getAttribute('data-line')), checked: target.checked, rev });
       return;
     }
@@ -69,19 +85,105 @@ export function createPage({ container, post }) {
     }
   }
 
+  function unitsOf(blocks, tail) {
+    const units = groupBlocks(blocks);
+    if (tail) units.push(tail);
+    return units;
+  }
+
+  function done(result, added, diff) {
+    if (diff) markChanged(added);
+    enhancer.add(added);
+    scroll.invalidate();
+    post({ type: 'rendered', rev });
+    post({ type: 'outline', items: outlineOf(result.blocks, result.tail) });
+    return { rev, changed: added.length };
+  }
+
+  /** Puts the blocks converted so far on the page (a run tied by raw HTML once it is closed). */
+  function appendReady(state) {
+    const current = state.job;
+    const units = groupBlocks(current.blocks.slice(state.grouped), current.done);
+    for (const u of units) state.grouped += u.blocks ? u.blocks.length : 1;
+    if (current.done && current.tail) units.push(current.tail);
+    if (units.length === 0) return;
+    const added = state.stream.append(units);
+    state.appended = performance.now();
+    if (state.diff) markChanged(added);
+    enhancer.add(added);
+    scroll.invalidate();
+  }
+
+  function pump(state) {
+    if (job !== state || state.job.done) return;
+    const started = performance.now();
+    const current = state.job;
+    while (!current.done && performance.now() - started < SLICE_MS) {
+      const before = performance.now();
+      const line = current.line;
+      current.step(state.lines);
+      // Aim each step at a few milliseconds whatever the document holds.
+      const spent = performance.now() - before;
+      if (current.line > line) state.lines = Math.max(50, Math.min(20000, Math.round(state.lines * (SLICE_MS / 2 / Math.max(spent, 0.5)))));
+    }
+    const waiting = current.blocks.length - state.grouped;
+    if (current.done || (performance.now() - state.appended > APPEND_MS && waiting >= state.grouped * APPEND_GROWTH)) appendReady(state);
+    if (!current.done) {
+      schedule(() => pump(state));
+      return;
+    }
+    state.stream.end();
+    enhancer.hold(false);
+    // Announced once the last blocks are laid out, so that what follows
+    // (scrolling to a line, the next edit) does not wait for that work.
+    requestAnimationFrame(() =>
+      schedule(() => {
+        if (job !== state) return;
+        job = null;
+        post({ type: 'rendered', rev: state.rev });
+        post({ type: 'outline', items: outlineOf(current.blocks, current.tail) });
+      }),
+    );
+  }
+
+  // Yields to input and painting between slices; setTimeout(0) is clamped to 4 ms.
+  const channel = new MessageChannel();
+  channel.port1.onmessage = () => {
+    const task = scheduled;
+    scheduled = null;
+    task?.();
+  };
+  channel.port1.unref?.(); // node (tests): an idle page must not keep the process alive
+  function schedule(task) {
+    scheduled = task;
+    channel.port2.postMessage(null);
+  }
+
+  /** Export and print need the whole document. */
+  function finishRendering() {
+    while (job && !job.job.done) pump(job);
+  }
+
   const api = {
-    /** Render Markdown; answers "rendered" then "outline". */
-    render(text, base = null, options = {}) {
-      const result = convert(text, typeof base === 'string' ? base : null);
-      const fragment = sanitizer.fragment(result.html, typeof base === 'string' ? base : null);
-      const { added } = patch(container, fragment);
-      if (options?.diff) markChanged(added);
+    /** Render Markdown; answers "rendered" then "outline" once the whole document is on the page. */
+    render(text, docBase = null, options = {}) {
+      base = typeof docBase === 'string' ? docBase : null;
       if (Number.isFinite(Number(options?.rev))) rev = Number(options.rev);
-      enhancer.add(added);
-      scroll.invalidate();
-      post({ type: 'rendered', rev });
-      post({ type: 'outline', items: result.outline });
-      return { rev, changed: added.length };
+      const diff = !!options?.diff;
+      job = null;
+      scheduled = null;
+      enhancer.hold(false);
+      const fast = converter.update(text, base);
+      if (fast) return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff);
+      const current = converter.start(text, base).step(firstLines);
+      if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff);
+      // Long: the top now, the rest in slices.
+      const state = { job: current, stream: patcher.begin(), grouped: 0, diff, rev, lines: firstLines, appended: 0 };
+      job = state;
+      enhancer.hold(true);
+      appendReady(state);
+      schedule(() => pump(state));
+      return { rev, changed: -1 };
     },
     setPrefs(prefs) {
       appearance.setPrefs(prefs);
@@ -93,6 +195,7 @@ export function createPage({ container, post }) {
     },
     /** Light or dark for export and print; null returns to the window's own appearance. */
     async setAppearance(mode) {
+      finishRendering();
       await appearance.setAppearance(mode);
       await enhancer.flush();
       getComputedStyle(document.documentElement).getPropertyValue('--bg'); // settle styles before printing
@@ -119,10 +222,12 @@ export function createPage({ container, post }) {
       return localImages(container);
     },
     async exportHTML(images) {
+      finishRendering();
       await enhancer.flush();
       return exportHTML(container, images);
     },
     async richHTML(images) {
+      finishRendering();
       await enhancer.flush();
       return richHTML(container, images);
     },

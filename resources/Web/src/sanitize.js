@@ -69,7 +69,40 @@ export function createSanitizer(win) {
 
   const config = { FORBID_TAGS, FORBID_ATTR, ALLOWED_URI_REGEXP: ALLOWED_URI, ALLOW_UNKNOWN_PROTOCOLS: false };
 
+  // Separates pieces sanitised in one pass; a random name that no document can forge.
+  const cut = `lumo-cut-${Math.random().toString(36).slice(2, 10)}`;
+
+  function sanitizeAll(htmlList) {
+    const out = [];
+    const fragment = purify.sanitize(htmlList.join(`<${cut}></${cut}>`), { ...config, ADD_TAGS: [cut], RETURN_DOM_FRAGMENT: true });
+    let nodes = [];
+    for (let node = fragment.firstChild; node; ) {
+      const next = node.nextSibling;
+      if (node.nodeType === 1 && node.localName === cut) {
+        out.push(nodes);
+        nodes = [];
+      } else {
+        nodes.push(node);
+      }
+      node = next;
+    }
+    out.push(nodes);
+    // A piece that left an element open swallowed a separator: sanitise one at a time.
+    if (out.length !== htmlList.length || fragment.querySelectorAll(cut).length !== out.length - 1) return null;
+    return out;
+  }
+
   return {
+    /** Sanitises many pieces in one pass; answers each piece's top-level nodes (detached). */
+    fragments(htmlList, docBase = null) {
+      if (htmlList.length === 0) return [];
+      base = docBase;
+      try {
+        return sanitizeAll(htmlList) ?? htmlList.map((html) => Array.from(purify.sanitize(html, { ...config, RETURN_DOM_FRAGMENT: true }).childNodes));
+      } finally {
+        base = null;
+      }
+    },
     fragment(html, docBase = null) {
       base = docBase;
       try {
