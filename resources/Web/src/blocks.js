@@ -170,7 +170,7 @@ export function createBlockConverter() {
         else if (t.type === 'inline' && t.children) {
           for (const c of t.children) {
             if (c.type === 'footnote_ref') block.fnRefs.push(footnoteKey(env, c));
-            else if (c.type === 'html_inline') block.raw += c.content;
+            else if (c.type === 'html_inline' && !c.meta?.generated) block.raw += c.content;
           }
         }
       }
@@ -187,14 +187,12 @@ export function createBlockConverter() {
    * returns the blocks and the line the next piece starts at, or null when
    * the piece holds fewer than two blocks.
    */
-  function parsePiece(text, starts, total, from, to, env) {
+  /** The block phase over lines [from, to) of text. */
+  function parseBlocks(text, starts, total, from, to, env) {
     const src = text.slice(starts[from], to < starts.length ? starts[to] : text.length);
     env.lineOffset = from;
     env.lastPiece = to >= total;
     env.openEnded = false;
-    const refMark = env.refDefs.length;
-    const fnMark = env.fnDefs.length;
-    const refKeys = to < total ? new Set(Object.keys(env.references)) : null;
     const carried = env.footnotes;
     // Definitions in this piece are collected apart: they must not reset
     // numbers that earlier pieces already gave.
@@ -205,6 +203,15 @@ export function createBlockConverter() {
     } finally {
       env.footnotes = carried;
     }
+    return state;
+  }
+
+  function parsePiece(text, starts, total, from, to, env) {
+    const refMark = env.refDefs.length;
+    const fnMark = env.fnDefs.length;
+    const refKeys = to < total ? new Set(Object.keys(env.references)) : null;
+    const carried = env.footnotes;
+    const state = parseBlocks(text, starts, total, from, to, env);
     // Forgets what lines from `line` on defined: the next piece parses them again.
     const forget = (line) => {
       for (const d of env.refDefs.splice(refMark)) if (d.line < line) env.refDefs.push(d);
@@ -250,8 +257,13 @@ export function createBlockConverter() {
     }
     const html = renderRange(state.tokens, 0, state.tokens.length, env);
     const headings = [];
-    for (const t of state.tokens) if (t.type === 'heading_open' && t.meta?.heading) headings.push(t.meta.heading);
-    return { html, key: stripLines(html), start: Infinity, end: Infinity, headings, fnRefs: [], raw: '', open: null, tail: true };
+    let raw = '';
+    for (const t of state.tokens) {
+      if (t.type === 'heading_open' && t.meta?.heading) headings.push(t.meta.heading);
+      else if (t.type === 'html_block') raw += t.content;
+      else if (t.children) for (const c of t.children) if (c.type === 'html_inline' && !c.meta?.generated) raw += c.content;
+    }
+    return { html, key: stripLines(html), start: Infinity, end: Infinity, headings, fnRefs: [], raw, open: null, tail: true };
   }
 
   /** Definitions the whole text probably has, so early pieces see references defined further down. */
@@ -336,7 +348,7 @@ export function createBlockConverter() {
   function update(input, base = null) {
     if (!doc || doc.base !== base || doc.tangled) return null;
     const text = normalize(input);
-    if (text === doc.text) return { blocks: doc.blocks, tail: doc.tail };
+    if (text === doc.text) return { blocks: doc.blocks, tail: doc.tail, total: doc.total };
     const old = doc;
     const oldText = old.text;
     const max = Math.min(text.length, oldText.length);
@@ -388,19 +400,9 @@ export function createBlockConverter() {
     return null;
   }
 
+  /** Lines [from, to) converted whole, without cutting at the end. */
   function parsePieceWhole(text, starts, from, to, total, env) {
-    const src = text.slice(starts[from], to < starts.length ? starts[to] : text.length);
-    env.lineOffset = from;
-    env.lastPiece = to >= total;
-    env.openEnded = false;
-    const carried = env.footnotes;
-    env.footnotes = {};
-    const state = new md.core.State(src, md, env);
-    try {
-      for (const r of blockPhase) r.fn(state);
-    } finally {
-      env.footnotes = carried;
-    }
+    const state = parseBlocks(text, starts, total, from, to, env);
     for (const r of restPhase) r.fn(state);
     return { blocks: toBlocks(state.tokens, env) };
   }
@@ -471,7 +473,7 @@ export function createBlockConverter() {
     const refDefs = old.refDefs.filter((d) => d.line < from).concat(newRefs, old.refDefs.filter((d) => d.line >= stop).map(shiftDef));
     const fnDefs = old.fnDefs.filter((d) => d.line < from).concat(newFn, old.fnDefs.filter((d) => d.line >= stop).map(shiftDef));
     doc = { ...old, text, starts, total, blocks, tail, refDefs, fnDefs };
-    return { blocks, tail };
+    return { blocks, tail, total };
   }
 
   return {
@@ -482,7 +484,7 @@ export function createBlockConverter() {
       const fast = update(text, base);
       if (fast) return fast;
       const job = start(text, base).step(Infinity);
-      return { blocks: job.blocks, tail: job.tail };
+      return { blocks: job.blocks, tail: job.tail, total: job.total };
     },
     reset() {
       doc = null;

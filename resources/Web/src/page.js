@@ -12,15 +12,19 @@ import { exportHTML, localImages, richHTML } from './export.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
-// in slices of a few milliseconds so that scrolling stays smooth.
+// in slices of a few milliseconds so that scrolling stays smooth. Its blocks
+// are laid out only near the viewport (.lumo-long in style.css).
 const FIRST_LINES = 600;
 const SLICE_MS = 10;
-// New blocks join the page at most this often, and only once they add a
-// good part to what is there: each addition costs the browser a frame of
-// work that grows with the whole document, so many small additions to a
-// long page would take quadratic time.
+// New blocks join the page at most this often, and only once they double
+// what is there: each addition costs the browser a layout that grows with
+// the whole document, so many small additions to a long page would take
+// quadratic time.
 const APPEND_MS = 250;
-const APPEND_GROWTH = 0.25;
+const APPEND_GROWTH = 1;
+// Blocks are sanitised in batches of about this many: each pass has a cost
+// of its own.
+const BATCH_UNITS = 400;
 
 function errorMessage(err) {
   return String(err?.message ?? err);
@@ -34,7 +38,9 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const scroll = createScrollSync({ container, post });
   const converter = createBlockConverter();
   let base = null;
-  const patcher = createPatcher(container, { sanitize: (list) => sanitizer.fragments(list, base) });
+  // Units without raw HTML of the document (no run of blocks, no raw text) take the quick check.
+  const sanitize = (units) => sanitizer.fragments(units.map((u) => u.html), base, units.map((u) => !u.blocks && !u.raw));
+  const patcher = createPatcher(container, { sanitize });
   let rev = 0;
   let job = null; // a long document still being put on the page
   let scheduled = null;
@@ -91,59 +97,60 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     return units;
   }
 
+  function announce(renderRev, blocks, tail) {
+    post({ type: 'rendered', rev: renderRev });
+    post({ type: 'outline', items: outlineOf(blocks, tail) });
+  }
+
   function done(result, added, diff) {
     if (diff) markChanged(added);
     enhancer.add(added);
-    scroll.invalidate();
-    post({ type: 'rendered', rev });
-    post({ type: 'outline', items: outlineOf(result.blocks, result.tail) });
+    announce(rev, result.blocks, result.tail);
     return { rev, changed: added.length };
   }
 
-  /** Puts the blocks converted so far on the page (a run tied by raw HTML once it is closed). */
-  function appendReady(state) {
+  /** Prepares the blocks converted so far off the page (a run tied by raw HTML once it is closed). */
+  function prepare(state, all = false) {
     const current = state.job;
+    if (!all && current.blocks.length - state.grouped < BATCH_UNITS) return;
     const units = groupBlocks(current.blocks.slice(state.grouped), current.done);
     for (const u of units) state.grouped += u.blocks ? u.blocks.length : 1;
     if (current.done && current.tail) units.push(current.tail);
-    if (units.length === 0) return;
-    const added = state.stream.append(units);
-    state.appended = performance.now();
+    if (units.length) state.stream.add(units);
+  }
+
+  function flush(state) {
+    prepare(state, true);
+    const added = state.stream.flush();
+    state.flushed = performance.now();
     if (state.diff) markChanged(added);
     enhancer.add(added);
-    scroll.invalidate();
   }
 
   function pump(state) {
-    if (job !== state || state.job.done) return;
+    if (job !== state) return;
     const started = performance.now();
     const current = state.job;
     while (!current.done && performance.now() - started < SLICE_MS) {
       const before = performance.now();
       const line = current.line;
       current.step(state.lines);
+      prepare(state);
       // Aim each step at a few milliseconds whatever the document holds.
       const spent = performance.now() - before;
       if (current.line > line) state.lines = Math.max(50, Math.min(20000, Math.round(state.lines * (SLICE_MS / 2 / Math.max(spent, 0.5)))));
     }
-    const waiting = current.blocks.length - state.grouped;
-    if (current.done || (performance.now() - state.appended > APPEND_MS && waiting >= state.grouped * APPEND_GROWTH)) appendReady(state);
+    const { stream } = state;
+    const waiting = stream.queued + current.blocks.length - state.grouped;
+    if (current.done || (performance.now() - state.flushed > APPEND_MS && waiting >= stream.placed * APPEND_GROWTH)) flush(state);
     if (!current.done) {
       schedule(() => pump(state));
       return;
     }
-    state.stream.end();
+    stream.end();
     enhancer.hold(false);
-    // Announced once the last blocks are laid out, so that what follows
-    // (scrolling to a line, the next edit) does not wait for that work.
-    requestAnimationFrame(() =>
-      schedule(() => {
-        if (job !== state) return;
-        job = null;
-        post({ type: 'rendered', rev: state.rev });
-        post({ type: 'outline', items: outlineOf(current.blocks, current.tail) });
-      }),
-    );
+    job = null;
+    announce(state.rev, current.blocks, current.tail);
   }
 
   // Yields to input and painting between slices; setTimeout(0) is clamped to 4 ms.
@@ -174,24 +181,27 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       scheduled = null;
       enhancer.hold(false);
       const fast = converter.update(text, base);
-      if (fast) return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff);
-      const current = converter.start(text, base).step(firstLines);
+      if (fast) {
+        container.classList.toggle('lumo-long', fast.total > firstLines);
+        return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff);
+      }
+      const current = converter.start(text, base);
+      container.classList.toggle('lumo-long', current.total > firstLines);
+      current.step(firstLines);
       if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff);
       // Long: the top now, the rest in slices.
-      const state = { job: current, stream: patcher.begin(), grouped: 0, diff, rev, lines: firstLines, appended: 0 };
+      const state = { job: current, stream: patcher.begin(), grouped: 0, diff, rev, lines: firstLines, flushed: 0 };
       job = state;
       enhancer.hold(true);
-      appendReady(state);
+      flush(state);
       schedule(() => pump(state));
       return { rev, changed: -1 };
     },
     setPrefs(prefs) {
       appearance.setPrefs(prefs);
-      scroll.invalidate();
     },
     setCustomCSS(css) {
       appearance.setCustomCSS(css);
-      scroll.invalidate();
     },
     /** Light or dark for export and print; null returns to the window's own appearance. */
     async setAppearance(mode) {

@@ -25,7 +25,7 @@ function annotated(nodes) {
 
 /**
  * @param {Element} container
- * @param {{sanitize: (htmlList: string[]) => Node[][]}} options
+ * @param {{sanitize: (units: {html: string}[]) => Node[][]}} options
  */
 export function createPatcher(container, { sanitize }) {
   /** @type {{key: string, html: string, nodes: Node[]}[]} in document order */
@@ -53,7 +53,7 @@ export function createPatcher(container, { sanitize }) {
   }
 
   function create(units) {
-    const lists = sanitize(units.map((u) => u.html));
+    const lists = sanitize(units);
     return units.map((u, i) => {
       const entry = { key: u.key, html: u.html, nodes: lists[i] };
       for (const node of entry.nodes) owner.set(node, entry);
@@ -115,9 +115,10 @@ export function createPatcher(container, { sanitize }) {
     },
 
     /**
-     * A document shown in pieces: begin() keeps the current nodes for reuse,
-     * append() adds the next units after those placed so far, end() drops
-     * what was not reused.
+     * A document shown in pieces: begin() keeps the current nodes for reuse;
+     * add() prepares the next units off the page, flush() puts what was
+     * prepared after the units placed so far, in one insertion, and answers
+     * the new nodes; end() drops what was not reused.
      */
     begin() {
       stream?.stop();
@@ -130,27 +131,44 @@ export function createPatcher(container, { sanitize }) {
       }
       const used = new Set();
       const placed = [];
+      let queued = [];
+      let fresh = [];
       let last = null;
       stream = {
-        append(units) {
+        add(units) {
           const list = [];
           const missing = [];
           for (let i = 0; i < units.length; i++) {
             const reuse = pool.get(units[i].key)?.shift();
-            if (reuse) {
-              setLines(reuse, units[i].html);
-              used.add(reuse);
-            } else missing.push(i);
+            if (reuse) setLines(reuse, units[i].html);
+            else missing.push(i);
             list.push(reuse);
           }
           const made = create(missing.map((i) => units[i]));
           missing.forEach((m, i) => (list[m] = made[i]));
-          place(list, last ? last.nextSibling : container.firstChild);
-          for (const e of list) {
+          for (const e of list) queued.push(e);
+          for (const e of made) for (const node of e.nodes) fresh.push(node);
+        },
+        get queued() {
+          return queued.length;
+        },
+        get placed() {
+          return placed.length;
+        },
+        flush() {
+          const anchor = last;
+          const batch = container.ownerDocument.createDocumentFragment();
+          for (const e of queued) {
+            for (const node of e.nodes) batch.appendChild(node);
             placed.push(e);
+            used.add(e);
             if (e.nodes.length) last = e.nodes.at(-1);
           }
-          return made.flatMap((e) => e.nodes);
+          container.insertBefore(batch, anchor ? anchor.nextSibling : container.firstChild);
+          queued = [];
+          const added = fresh;
+          fresh = [];
+          return added;
         },
         /** Drops the old nodes that were not reused. */
         end() {
@@ -158,7 +176,7 @@ export function createPatcher(container, { sanitize }) {
           entries = placed;
           stream = null;
         },
-        /** Interrupted: what is on the page stays, placed units first. */
+        /** Interrupted: what is on the page stays, placed units first; what was only prepared is dropped. */
         stop() {
           entries = placed.concat(before.filter((e) => !used.has(e)));
           stream = null;

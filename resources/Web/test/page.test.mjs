@@ -37,7 +37,7 @@ before(async () => {
     const end = Number(this.getAttribute('data-line-end'));
     return { top: start * 20 - scrollY, height: (end - start) * 20, width: 600 };
   };
-  for (const name of ['window', 'document', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
+  for (const name of ['window', 'document', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'cancelAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
     Object.defineProperty(globalThis, name, { value: name === 'window' ? window : window[name], configurable: true, writable: true });
   }
   const { post } = await import('../src/bridge.js');
