@@ -137,17 +137,21 @@ export function createScrollSync({ container, post }) {
   let ownScrollAt = 0;
   let frame = 0;
   let settle = 0;
+  let followY = NaN; // where the page last scrolled to while following a target
 
   window.addEventListener(
     'scroll',
     () => {
+      if (!(Math.abs(window.scrollY - followY) < 1)) {
+        cancelAnimationFrame(settle); // the reader took over
+        settle = 0;
+      }
+      followY = NaN;
       if (Math.abs(window.scrollY - ownScrollY) < 1 && performance.now() - ownScrollAt < 1000) {
         ownScrollY = NaN;
         return;
       }
       ownScrollY = NaN;
-      cancelAnimationFrame(settle); // the reader took over
-      settle = 0;
       if (frame) return;
       frame = requestAnimationFrame(() => {
         frame = 0;
@@ -166,22 +170,30 @@ export function createScrollSync({ container, post }) {
     }
   }
 
+  // Blocks laid out for the first time when they come into view change their
+  // height, and with it where a target is: follow it for the next few frames.
+  function follow(targetY, scroll) {
+    cancelAnimationFrame(settle);
+    const go = (y) => {
+      scroll(y);
+      followY = window.scrollY;
+    };
+    go(targetY());
+    let frames = 4;
+    const check = () => {
+      settle = 0;
+      const y = targetY();
+      if (Math.abs(y - window.scrollY) >= 1) go(y);
+      if (--frames > 0) settle = requestAnimationFrame(check);
+    };
+    settle = requestAnimationFrame(check);
+  }
+
   return {
     scrollToLine(line) {
       const n = Number(line);
       if (!Number.isFinite(n)) return;
-      cancelAnimationFrame(settle);
-      scrollToY(lineToPageY(container, n, window.scrollY));
-      // Blocks laid out for the first time on arrival change their size, and
-      // with it where the line is: follow it for the next few frames.
-      let frames = 4;
-      const check = () => {
-        settle = 0;
-        const y = lineToPageY(container, n, window.scrollY);
-        if (Math.abs(y - window.scrollY) >= 1) scrollToY(y);
-        if (--frames > 0) settle = requestAnimationFrame(check);
-      };
-      settle = requestAnimationFrame(check);
+      follow(() => lineToPageY(container, n, window.scrollY), scrollToY);
     },
     topLine() {
       return pageYToLine(container, window.scrollY, window.scrollY);
@@ -189,7 +201,10 @@ export function createScrollSync({ container, post }) {
     scrollToElement(el) {
       // A jump the user asked for: the native side hears the new top line.
       const margin = parseFloat(getComputedStyle(el).scrollMarginTop) || 0;
-      window.scrollTo({ top: Math.round(el.getBoundingClientRect().top + window.scrollY - margin), behavior: 'instant' });
+      follow(
+        () => el.getBoundingClientRect().top + window.scrollY - margin,
+        (y) => window.scrollTo({ top: Math.round(y), behavior: 'instant' }),
+      );
     },
   };
 }
