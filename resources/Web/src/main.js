@@ -6,7 +6,10 @@ import { createPage } from './page.js';
 
 window.addEventListener('error', (event) => {
   // Reported by the browser's own size bookkeeping for long documents (content-visibility); not a fault.
-  if (String(event.message).includes('ResizeObserver loop')) return;
+  if (String(event.message).includes('ResizeObserver loop')) {
+    event.preventDefault(); // nor to the console
+    return;
+  }
   post({ type: 'error', message: String(event.message || event.error || 'Script error') });
 });
 window.addEventListener('unhandledrejection', (event) => {
