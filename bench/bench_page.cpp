@@ -1,6 +1,9 @@
-// The reading page in a real (offscreen) web view: time from mv.render to the
-// "rendered" message for generated 1 MB and 10 MB documents and for a one-character
-// edit of the 1 MB one, beside plain markdown-it on the same text in node.
+// The reading page in a real (offscreen) web view, for generated 1 MB and 10 MB
+// documents and a one-character edit of the 1 MB one, beside plain markdown-it on
+// the same text in node. Three times from the mv.render call:
+//   first screen  the first blocks are on the page and its script is free again;
+//   rendered      the "rendered" message: the whole document is on the page;
+//   laid out      the whole document is also laid out (a layout forced right after).
 // Run: build/bench/bench_page   (prints figures; never fails on time)
 #include "app/WebEngineSetup.h"
 #include "document/PageScript.h"
@@ -31,6 +34,7 @@ QString node(const QStringList &arguments)
 struct Timing
 {
     double rendered = -1;   // ms to the "rendered" message
+    double laidOut = -1;    // ms until a layout forced after it is done
     double firstBlock = -1; // ms until the first block is in the page
 };
 
@@ -64,6 +68,10 @@ Timing timeRender(PreviewPage *page, const QString &text, qint64 revision)
     poll.start();
     runUntil([&] { return done; }, 600000);
     timing.rendered = clock.nsecsElapsed() / 1e6;
+    page->runJavaScript(
+        QStringLiteral("document.querySelector('main.markdown').getBoundingClientRect().height"),
+        [&timing, &clock](const QVariant &) { timing.laidOut = clock.nsecsElapsed() / 1e6; });
+    runUntil([&] { return timing.laidOut >= 0; }, 600000);
     runUntil([&] { return timing.firstBlock >= 0; }, 5000);
     QObject::disconnect(connection);
     return timing;
@@ -95,8 +103,8 @@ int main(int argc, char *argv[])
         return 1;
     }
 
-    std::printf("%-26s %12s %14s %16s\n", "document", "rendered ms", "first screen ms",
-                "markdown-it ms");
+    std::printf("%-26s %16s %12s %12s %16s\n", "document", "first screen ms", "rendered ms",
+                "laid out ms", "markdown-it ms");
     qint64 revision = 0;
     for (const int megabytes : {1, 10}) {
         const QString file = dir.filePath(QStringLiteral("doc%1.md").arg(megabytes));
@@ -111,15 +119,16 @@ int main(int argc, char *argv[])
 
         timeRender(page, QString(), ++revision);
         const Timing first = timeRender(page, text, ++revision);
-        std::printf("%-26s %12.1f %14.1f %16s\n",
+        std::printf("%-26s %16.1f %12.1f %12.1f %16s\n",
                     qPrintable(QStringLiteral("%1 MB, first render").arg(megabytes)),
-                    first.rendered, first.firstBlock, qPrintable(plain));
+                    first.firstBlock, first.rendered, first.laidOut, qPrintable(plain));
         if (megabytes != 1)
             continue;
         QString edited = text;
         edited.insert(edited.size() / 2, QLatin1Char('x'));
         const Timing edit = timeRender(page, edited, ++revision);
-        std::printf("%-26s %12.1f %14s %16s\n", "1 MB, one-character edit", edit.rendered, "", "");
+        std::printf("%-26s %16s %12.1f %12.1f %16s\n", "1 MB, one-character edit", "",
+                    edit.rendered, edit.laidOut, "");
     }
     return 0;
 }

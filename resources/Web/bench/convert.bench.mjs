@@ -4,6 +4,7 @@
 import MarkdownIt from 'markdown-it';
 import { convert, MARKDOWN_OPTIONS } from '../src/markdown.js';
 import { documentOf } from './document.mjs';
+import { createBlockConverter } from '../src/blocks.js';
 
 function time(fn, runs) {
   fn(); // warm up
@@ -26,4 +27,21 @@ for (const [label, bytes, runs] of [['1 MB', 1 << 20, 7], ['10 MB', 10 << 20, 3]
   console.log(
     `${label.padEnd(6)} ${(text.length / 1048576).toFixed(2)} MiB  lumo ${ours.toFixed(1)} ms  markdown-it ${base.toFixed(1)} ms  ratio ${(ours / base).toFixed(2)}`,
   );
+}
+
+// The page's converter on a one-character edit in the middle (only nearby blocks are parsed again).
+const converter = createBlockConverter();
+for (const [label, bytes] of [['1 MB', 1 << 20], ['10 MB', 10 << 20]]) {
+  const text = documentOf(bytes);
+  const edited = text.slice(0, text.length >> 1) + 'x' + text.slice(text.length >> 1);
+  const samples = [];
+  for (let i = 0; i < 3; i++) {
+    converter.convert(text);
+    const start = performance.now();
+    const result = converter.update(edited);
+    samples.push(performance.now() - start);
+    if (!result) console.log('(edit fell back to a whole conversion)');
+  }
+  samples.sort((a, b) => a - b);
+  console.log(`${label.padEnd(6)} one-character edit  ${samples[1].toFixed(1)} ms`);
 }

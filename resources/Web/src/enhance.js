@@ -1,12 +1,16 @@
 // Work that would hold up the first paint of a long document runs after it:
 // code colouring, math typesetting and diagrams. Blocks near the viewport go
-// first (IntersectionObserver), the rest in idle time, in document order.
+// first, the rest in idle time, in the order they arrived. The blocks near
+// the viewport are found by a binary search over the container's children:
+// observing every target would cost the browser work on each frame for
+// each of tens of thousands of them.
 import katex from 'katex';
 import { highlightCode } from './highlight.js';
 import { renderDiagram } from './diagrams.js';
 
 const TARGETS = 'pre, .math, .mermaid-diagram';
-const IDLE_BATCH_ON_TIMEOUT = 24;
+// Work done in one go when idle time never comes (a busy page).
+const BATCH_ON_TIMEOUT_MS = 8;
 
 export function renderMath(el) {
   const tex = el.textContent;
@@ -46,20 +50,18 @@ function addCopyButton(pre, post) {
   pre.append(button);
 }
 
+const NEAR_PX = 800;
+const VISIBLE_BUDGET_MS = 12;
+
 /**
- * @param {{post: Function, isDark: () => boolean, onError: (err: unknown) => void}} options
+ * @param {{container: Element, post: Function, isDark: () => boolean, onError: (err: unknown) => void}} options
  */
-export function createEnhancer({ post, isDark, onError }) {
-  const pending = new Set();
+export function createEnhancer({ container, post, isDark, onError }) {
+  const pending = new Map(); // top-level block -> its targets, in arrival order
   const diagrams = new Set();
   let idle = 0;
-
-  const observer = new IntersectionObserver(
-    (entries) => {
-      for (const entry of entries) if (entry.isIntersecting) run(entry.target);
-    },
-    { rootMargin: '800px 0px' },
-  );
+  let frame = 0;
+  let held = false; // while a long document is still arriving, only what is in view
 
   function work(el) {
     if (el.classList.contains('mermaid-diagram')) {
@@ -75,25 +77,73 @@ export function createEnhancer({ post, isDark, onError }) {
     }
   }
 
-  function run(el) {
-    if (!pending.delete(el)) return;
-    observer.unobserve(el);
-    if (!el.isConnected) return;
-    try {
-      work(el);
-    } catch (err) {
-      onError(err);
+  function runBlock(block) {
+    const targets = pending.get(block);
+    if (!targets) return;
+    pending.delete(block);
+    if (!block.isConnected) return;
+    for (const el of targets) {
+      try {
+        work(el);
+      } catch (err) {
+        onError(err);
+      }
     }
   }
 
+  /** Top-level blocks within NEAR_PX of the viewport, top to bottom. */
+  function nearViewport() {
+    const blocks = container.children;
+    const n = blocks.length;
+    if (n === 0 || pending.size === 0) return [];
+    const low = -NEAR_PX;
+    const high = window.innerHeight + NEAR_PX;
+    let lo = 0;
+    let hi = n - 1;
+    while (lo < hi) {
+      const mid = (lo + hi) >> 1;
+      if (blocks[mid].getBoundingClientRect().bottom < low) lo = mid + 1;
+      else hi = mid;
+    }
+    const out = [];
+    for (let i = lo; i < n; i++) {
+      const rect = blocks[i].getBoundingClientRect();
+      if (rect.top > high) break;
+      out.push(blocks[i]);
+    }
+    return out;
+  }
+
+  function runVisible() {
+    const started = performance.now();
+    for (const block of nearViewport()) {
+      runBlock(block);
+      if (performance.now() - started > VISIBLE_BUDGET_MS) {
+        scheduleVisible();
+        break;
+      }
+    }
+  }
+
+  function scheduleVisible() {
+    if (frame || pending.size === 0) return;
+    frame = requestAnimationFrame(() => {
+      frame = 0;
+      runVisible();
+    });
+  }
+
+  window.addEventListener('scroll', scheduleVisible, { passive: true });
+  window.addEventListener('resize', scheduleVisible);
+
   function scheduleIdle() {
-    if (idle || pending.size === 0) return;
+    if (idle || held || pending.size === 0) return;
     const callback = (deadline) => {
       idle = 0;
-      let budget = deadline.didTimeout ? IDLE_BATCH_ON_TIMEOUT : Infinity;
-      for (const el of pending) {
-        if (budget-- <= 0 || (!deadline.didTimeout && deadline.timeRemaining() < 2)) break;
-        run(el);
+      const started = performance.now();
+      for (const block of pending.keys()) {
+        if (deadline.didTimeout ? performance.now() - started > BATCH_ON_TIMEOUT_MS : deadline.timeRemaining() < 2) break;
+        runBlock(block);
       }
       scheduleIdle();
     };
@@ -103,37 +153,43 @@ export function createEnhancer({ post, isDark, onError }) {
   }
 
   return {
-    /** Queue the enhanceable blocks inside freshly inserted nodes. */
+    /** Queue the enhanceable blocks inside freshly inserted top-level nodes. */
     add(nodes) {
-      for (const el of pending) if (!el.isConnected) pending.delete(el);
       for (const node of nodes) {
         if (node.nodeType !== 1) continue;
         const found = node.matches(TARGETS) ? [node] : [];
-        for (const el of found.concat(Array.from(node.querySelectorAll(TARGETS)))) {
-          if (el.tagName === 'PRE' && el.closest('.mermaid-diagram')) continue;
-          pending.add(el);
-          observer.observe(el);
-        }
+        for (const el of node.querySelectorAll(TARGETS)) if (!(el.tagName === 'PRE' && el.closest('.mermaid-diagram'))) found.push(el);
+        if (found.length) pending.set(node, found);
       }
+      scheduleVisible();
       scheduleIdle();
+    },
+    /** While held, only blocks near the viewport are enhanced. */
+    hold(on) {
+      held = !!on;
+      if (!held) scheduleIdle();
     },
     /** Finish everything now (export, print). */
     async flush() {
-      for (const el of Array.from(pending)) run(el);
+      for (const block of Array.from(pending.keys())) runBlock(block);
       await Promise.all(Array.from(diagrams));
     },
     /** Redraw rendered diagrams in the current appearance. */
-    async retheme(container) {
+    async retheme(root) {
       const jobs = [];
       const theme = isDark() ? 'dark' : 'default';
-      for (const el of container.querySelectorAll('.mermaid-diagram')) {
-        if (pending.has(el) || el.dataset.theme === theme) continue;
+      for (const el of root.querySelectorAll('.mermaid-diagram')) {
+        let top = el;
+        while (top.parentElement && top.parentElement !== container) top = top.parentElement;
+        if (pending.has(top) || el.dataset.theme === theme) continue;
         jobs.push(renderDiagram(el, isDark()));
       }
       await Promise.all(jobs);
     },
     get pendingCount() {
-      return pending.size;
+      let n = 0;
+      for (const list of pending.values()) n += list.length;
+      return n;
     },
   };
 }

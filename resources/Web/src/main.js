@@ -5,6 +5,11 @@ import { post } from './bridge.js';
 import { createPage } from './page.js';
 
 window.addEventListener('error', (event) => {
+  // Reported by the browser's own size bookkeeping for long documents (content-visibility); not a fault.
+  if (String(event.message).includes('ResizeObserver loop')) {
+    event.preventDefault(); // nor to the console
+    return;
+  }
   post({ type: 'error', message: String(event.message || event.error || 'Script error') });
 });
 window.addEventListener('unhandledrejection', (event) => {

@@ -43,6 +43,12 @@ function linearFootnoteTail(md) {
   if (!rule) return;
   const tail = rule.fn;
   md.core.ruler.at('footnote_tail', (state) => {
+    if (state.env.pieces) {
+      // Part of a document converted in pieces: definitions wait for the end of
+      // the document, where the footnote section is built from all of them.
+      stashDefinitions(state);
+      return;
+    }
     if (!state.env.footnotes) return;
     state.tokens = AppendingTokens.from(state.tokens);
     try {
@@ -51,6 +57,72 @@ function linearFootnoteTail(md) {
       state.tokens = Array.from(state.tokens);
     }
   });
+}
+
+function stashDefinitions(state) {
+  const offset = state.env.lineOffset || 0;
+  const out = [];
+  let inside = false;
+  for (const token of state.tokens) {
+    if (token.type === 'footnote_reference_open') inside = true;
+    if (inside) {
+      if (token.map && offset) token.map = [token.map[0] + offset, token.map[1] + offset];
+      if (token.children?.some((c) => c.type === 'footnote_ref')) state.env.tangled = true;
+      state.env.footnoteTokens.push(token);
+    } else {
+      out.push(token);
+    }
+    if (token.type === 'footnote_reference_close') inside = false;
+  }
+  state.tokens = out;
+}
+
+// Definitions are recorded with their absolute lines so that a document
+// converted in pieces can tell whether an edit changed any of them (their
+// effect reaches blocks anywhere in the document).
+function recordDefinitions(md) {
+  const rules = md.block.ruler.__rules__;
+  const referenceRule = rules.find((r) => r.name === 'reference');
+  const reference = referenceRule.fn;
+  md.block.ruler.at('reference', (state, startLine, endLine, silent) => {
+    const list = state.env.refDefs;
+    if (!list || silent) return reference(state, startLine, endLine, silent);
+    const known = state.env.references ?? (state.env.references = {});
+    const probe = {};
+    state.env.references = probe;
+    let ok = false;
+    try {
+      ok = reference(state, startLine, endLine, silent);
+    } finally {
+      state.env.references = known;
+    }
+    const offset = state.env.lineOffset || 0;
+    for (const label of Object.keys(probe)) {
+      const { href, title } = probe[label];
+      list.push({ line: startLine + offset, label, href, title });
+      if (known[label] === undefined) known[label] = probe[label];
+    }
+    return ok;
+  }, { alt: referenceRule.alt.slice() });
+  const footnoteRule = rules.find((r) => r.name === 'footnote_def');
+  const footnote = footnoteRule.fn;
+  md.block.ruler.at('footnote_def', (state, startLine, endLine, silent) => {
+    const at = state.tokens.length;
+    const ok = footnote(state, startLine, endLine, silent);
+    if (!ok || silent) return ok;
+    const open = state.tokens[at];
+    if (open?.type === 'footnote_reference_open') {
+      open.map = [startLine, state.line];
+      const offset = state.env.lineOffset || 0;
+      state.env.fnDefs?.push({
+        line: startLine + offset,
+        end: state.line + offset,
+        label: open.meta.label,
+        text: state.src.slice(state.bMarks[startLine], state.eMarks[state.line - 1]),
+      });
+    }
+    return ok;
+  }, { alt: footnoteRule.alt.slice() });
 }
 
 export function createMarkdown() {
@@ -76,6 +148,7 @@ export function createMarkdown() {
     .use(alerts)
     .use(footnote)
     .use(linearFootnoteTail)
+    .use(recordDefinitions)
     .use(markPlugin)
     .use(emoji)
     .use(tasks)

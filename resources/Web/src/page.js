@@ -1,9 +1,9 @@
 // The page object: every call the native side makes, and the messages the
 // page sends back. Created once per page load by main.js; kept apart from it
 // so tests can build one in a DOM of their own.
-import { convert } from './markdown.js';
+import { createBlockConverter, groupBlocks, outlineOf } from './blocks.js';
 import { createSanitizer } from './sanitize.js';
-import { patch, invalidate } from './patch.js';
+import { createPatcher } from './patch.js';
 import { createScrollSync } from './scroll.js';
 import { createEnhancer } from './enhance.js';
 import { createAppearance } from './appearance.js';
@@ -11,6 +11,20 @@ import { installDiagramMenu } from './diagrams.js';
 import { exportHTML, localImages, richHTML } from './export.js';
 
 const CHANGE_MARK_MS = 2400;
+// A long document is shown top first: this many lines at once, then the rest
+// in slices of a few milliseconds so that scrolling stays smooth. Its blocks
+// are laid out only near the viewport (.lumo-long in style.css).
+const FIRST_LINES = 600;
+const SLICE_MS = 10;
+// New blocks join the page at most this often, and only once they double
+// what is there: each addition costs the browser a layout that grows with
+// the whole document, so many small additions to a long page would take
+// quadratic time.
+const APPEND_MS = 250;
+const APPEND_GROWTH = 1;
+// Blocks are sanitised in batches of about this many: each pass has a cost
+// of its own.
+const BATCH_UNITS = 400;
 
 function errorMessage(err) {
   return String(err?.message ?? err);
@@ -19,12 +33,20 @@ function errorMessage(err) {
 /**
  * @param {{container: Element, post: (message: object) => void}} options
  */
-export function createPage({ container, post }) {
+export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const sanitizer = createSanitizer(window);
   const scroll = createScrollSync({ container, post });
+  const converter = createBlockConverter();
+  let base = null;
+  // Units without raw HTML of the document (no run of blocks, no raw text) take the quick check.
+  const sanitize = (units) => sanitizer.fragments(units.map((u) => u.html), base, units.map((u) => !u.blocks && !u.raw));
+  const patcher = createPatcher(container, { sanitize });
   let rev = 0;
+  let job = null; // a long document still being put on the page
+  let scheduled = null;
 
   const enhancer = createEnhancer({
+    container,
     post,
     isDark: () => appearance.isDark(),
     onError: (err) => post({ type: 'error', message: errorMessage(err) }),
@@ -39,7 +61,7 @@ export function createPage({ container, post }) {
       const item = target.closest('li[data-line]');
       if (!item) return;
       const block = topBlock(item);
-      if (block) invalidate(block); // its DOM now differs from its source until the next render
+      if (block) patcher.invalidate(block); // its DOM now differs from its source until the next render
       post({ type: 'toggleTask', line: Number(item.getAttribute('data-line')), checked: target.checked, rev });
       return;
     }
@@ -69,30 +91,121 @@ export function createPage({ container, post }) {
     }
   }
 
+  function unitsOf(blocks, tail) {
+    const units = groupBlocks(blocks);
+    if (tail) units.push(tail);
+    return units;
+  }
+
+  function announce(renderRev, blocks, tail) {
+    post({ type: 'rendered', rev: renderRev });
+    post({ type: 'outline', items: outlineOf(blocks, tail) });
+  }
+
+  function done(result, added, diff) {
+    if (diff) markChanged(added);
+    enhancer.add(added);
+    announce(rev, result.blocks, result.tail);
+    return { rev, changed: added.length };
+  }
+
+  /** Prepares the blocks converted so far off the page (a run tied by raw HTML once it is closed). */
+  function prepare(state, all = false) {
+    const current = state.job;
+    if (!all && current.blocks.length - state.grouped < BATCH_UNITS) return;
+    const units = groupBlocks(current.blocks.slice(state.grouped), current.done);
+    for (const u of units) state.grouped += u.blocks ? u.blocks.length : 1;
+    if (current.done && current.tail) units.push(current.tail);
+    if (units.length) state.stream.add(units);
+  }
+
+  function flush(state) {
+    prepare(state, true);
+    const added = state.stream.flush();
+    state.flushed = performance.now();
+    if (state.diff) markChanged(added);
+    enhancer.add(added);
+  }
+
+  function pump(state) {
+    if (job !== state) return;
+    const started = performance.now();
+    const current = state.job;
+    while (!current.done && performance.now() - started < SLICE_MS) {
+      const before = performance.now();
+      const line = current.line;
+      current.step(state.lines);
+      prepare(state);
+      // Aim each step at a few milliseconds whatever the document holds.
+      const spent = performance.now() - before;
+      if (current.line > line) state.lines = Math.max(50, Math.min(20000, Math.round(state.lines * (SLICE_MS / 2 / Math.max(spent, 0.5)))));
+    }
+    const { stream } = state;
+    const waiting = stream.queued + current.blocks.length - state.grouped;
+    if (current.done || (performance.now() - state.flushed > APPEND_MS && waiting >= stream.placed * APPEND_GROWTH)) flush(state);
+    if (!current.done) {
+      schedule(() => pump(state));
+      return;
+    }
+    stream.end();
+    enhancer.hold(false);
+    job = null;
+    announce(state.rev, current.blocks, current.tail);
+  }
+
+  // Yields to input and painting between slices; setTimeout(0) is clamped to 4 ms.
+  const channel = new MessageChannel();
+  channel.port1.onmessage = () => {
+    const task = scheduled;
+    scheduled = null;
+    task?.();
+  };
+  channel.port1.unref?.(); // node (tests): an idle page must not keep the process alive
+  function schedule(task) {
+    scheduled = task;
+    channel.port2.postMessage(null);
+  }
+
+  /** Export and print need the whole document. */
+  function finishRendering() {
+    while (job && !job.job.done) pump(job);
+  }
+
   const api = {
-    /** Render Markdown; answers "rendered" then "outline". */
-    render(text, base = null, options = {}) {
-      const result = convert(text, typeof base === 'string' ? base : null);
-      const fragment = sanitizer.fragment(result.html, typeof base === 'string' ? base : null);
-      const { added } = patch(container, fragment);
-      if (options?.diff) markChanged(added);
+    /** Render Markdown; answers "rendered" then "outline" once the whole document is on the page. */
+    render(text, docBase = null, options = {}) {
+      base = typeof docBase === 'string' ? docBase : null;
       if (Number.isFinite(Number(options?.rev))) rev = Number(options.rev);
-      enhancer.add(added);
-      scroll.invalidate();
-      post({ type: 'rendered', rev });
-      post({ type: 'outline', items: result.outline });
-      return { rev, changed: added.length };
+      const diff = !!options?.diff;
+      job = null;
+      scheduled = null;
+      enhancer.hold(false);
+      const fast = converter.update(text, base);
+      if (fast) {
+        container.classList.toggle('lumo-long', fast.total > firstLines);
+        return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff);
+      }
+      const current = converter.start(text, base);
+      container.classList.toggle('lumo-long', current.total > firstLines);
+      current.step(firstLines);
+      if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff);
+      // Long: the top now, the rest in slices.
+      const state = { job: current, stream: patcher.begin(), grouped: 0, diff, rev, lines: firstLines, flushed: 0 };
+      job = state;
+      enhancer.hold(true);
+      flush(state);
+      schedule(() => pump(state));
+      return { rev, changed: -1 };
     },
     setPrefs(prefs) {
       appearance.setPrefs(prefs);
-      scroll.invalidate();
     },
     setCustomCSS(css) {
       appearance.setCustomCSS(css);
-      scroll.invalidate();
     },
     /** Light or dark for export and print; null returns to the window's own appearance. */
     async setAppearance(mode) {
+      finishRendering();
       await appearance.setAppearance(mode);
       await enhancer.flush();
       getComputedStyle(document.documentElement).getPropertyValue('--bg'); // settle styles before printing
@@ -119,10 +232,12 @@ export function createPage({ container, post }) {
       return localImages(container);
     },
     async exportHTML(images) {
+      finishRendering();
       await enhancer.flush();
       return exportHTML(container, images);
     },
     async richHTML(images) {
+      finishRendering();
       await enhancer.flush();
       return richHTML(container, images);
     },

@@ -1,107 +1,194 @@
-// Replaces the children of a container with freshly rendered nodes while
-// keeping every node whose rendered HTML did not change, so that scroll
-// position, loaded images and already coloured code survive an edit.
-// Blocks are compared by their HTML without line attributes: an edit above a
-// block shifts its lines but leaves the node in place (its lines are updated).
+// Keeps the container's children in step with a list of rendered units
+// (blocks, or runs of blocks that raw HTML ties together). Each unit's nodes
+// are kept while its HTML without line attributes is unchanged, so that
+// scroll position, loaded images and already coloured code survive an edit;
+// only new units are sanitised. Matching is by key in a Map: linear however
+// many blocks move.
 
-const LINE_ATTRS = / data-line(?:-end)?="\d*"/g;
-const keys = new WeakMap();
+const LINE_PAIR = / data-line="(\d*)" data-line-end="(\d*)"/g;
+const STALE = '\u0000stale';
 
-export function blockKey(node) {
-  if (node.nodeType === 1) return node.outerHTML.replace(LINE_ATTRS, '');
-  return `#${node.nodeType}:${node.nodeValue}`;
+/** Line attributes of a unit's HTML, in document order. */
+function lineValues(html) {
+  return Array.from(html.matchAll(LINE_PAIR), (m) => [m[1], m[2]]);
 }
 
-function keyOf(node) {
-  let key = keys.get(node);
-  if (key === undefined) {
-    key = blockKey(node);
-    keys.set(node, key);
+function annotated(nodes) {
+  const list = [];
+  for (const node of nodes) {
+    if (node.nodeType !== 1) continue;
+    if (node.hasAttribute('data-line')) list.push(node);
+    for (const el of node.querySelectorAll('[data-line]')) list.push(el);
   }
-  return key;
-}
-
-/** Forget a node's key so that the next patch replaces it (its DOM no longer matches its source). */
-export function invalidate(node) {
-  keys.set(node, '\u0000stale');
-}
-
-function annotated(node) {
-  const list = node.hasAttribute('data-line') ? [node] : [];
-  return list.concat(Array.from(node.querySelectorAll('[data-line]')));
-}
-
-function copyLines(from, to) {
-  if (from.nodeType !== 1) return;
-  if (from.getAttribute('data-line') === to.getAttribute('data-line') && from.getAttribute('data-line-end') === to.getAttribute('data-line-end')) return;
-  const src = annotated(from);
-  const dst = annotated(to);
-  if (src.length !== dst.length) return;
-  for (let i = 0; i < src.length; i++) {
-    dst[i].setAttribute('data-line', src[i].getAttribute('data-line'));
-    dst[i].setAttribute('data-line-end', src[i].getAttribute('data-line-end'));
-  }
+  return list;
 }
 
 /**
  * @param {Element} container
- * @param {DocumentFragment} fragment the new content (consumed)
- * @returns {{added: Node[], kept: number, removed: number}}
+ * @param {{sanitize: (units: {html: string}[]) => Node[][]}} options
  */
-export function patch(container, fragment) {
-  const oldNodes = Array.from(container.childNodes);
-  const newNodes = Array.from(fragment.childNodes);
-  const newKeys = newNodes.map((n) => {
-    const key = blockKey(n);
-    keys.set(n, key);
-    return key;
-  });
+export function createPatcher(container, { sanitize }) {
+  /** @type {{key: string, html: string, nodes: Node[]}[]} in document order */
+  let entries = [];
+  let stream = null; // a document being shown in pieces
+  const owner = new WeakMap(); // top-level node -> entry
 
-  let head = 0;
-  const max = Math.min(oldNodes.length, newNodes.length);
-  while (head < max && keyOf(oldNodes[head]) === newKeys[head]) {
-    copyLines(newNodes[head], oldNodes[head]);
-    head++;
-  }
-  let tail = 0;
-  while (tail < max - head && keyOf(oldNodes[oldNodes.length - 1 - tail]) === newKeys[newNodes.length - 1 - tail]) {
-    copyLines(newNodes[newNodes.length - 1 - tail], oldNodes[oldNodes.length - 1 - tail]);
-    tail++;
+  function firstNode(list, from) {
+    for (let i = from; i < list.length; i++) if (list[i].nodes.length) return list[i].nodes[0];
+    return null;
   }
 
-  const pool = new Map();
-  for (let i = head; i < oldNodes.length - tail; i++) {
-    const k = keyOf(oldNodes[i]);
-    if (!pool.has(k)) pool.set(k, []);
-    pool.get(k).push(oldNodes[i]);
+  function setLines(entry, html) {
+    if (entry.html === html) return;
+    const values = lineValues(html);
+    const elements = annotated(entry.nodes);
+    if (values.length === elements.length) {
+      for (let i = 0; i < values.length; i++) {
+        const el = elements[i];
+        if (el.getAttribute('data-line') !== values[i][0]) el.setAttribute('data-line', values[i][0]);
+        if (el.getAttribute('data-line-end') !== values[i][1]) el.setAttribute('data-line-end', values[i][1]);
+      }
+    }
+    entry.html = html;
   }
 
-  const middle = [];
-  const added = [];
-  for (let i = head; i < newNodes.length - tail; i++) {
-    const reuse = pool.get(newKeys[i])?.shift();
-    if (reuse) {
-      copyLines(newNodes[i], reuse);
-      middle.push(reuse);
-    } else {
-      middle.push(newNodes[i]);
-      added.push(newNodes[i]);
+  function create(units) {
+    const lists = sanitize(units);
+    return units.map((u, i) => {
+      const entry = { key: u.key, html: u.html, nodes: lists[i] };
+      for (const node of entry.nodes) owner.set(node, entry);
+      return entry;
+    });
+  }
+
+  function place(list, ref) {
+    for (let i = list.length - 1; i >= 0; i--) {
+      const nodes = list[i].nodes;
+      for (let k = nodes.length - 1; k >= 0; k--) {
+        const node = nodes[k];
+        if (node.parentNode !== container || node.nextSibling !== ref) container.insertBefore(node, ref);
+        ref = node;
+      }
     }
   }
 
-  let removed = 0;
-  for (const list of pool.values()) {
-    for (const node of list) {
-      node.remove();
-      removed++;
-    }
+  function removeEntry(entry) {
+    for (const node of entry.nodes) node.remove();
   }
 
-  let ref = tail > 0 ? oldNodes[oldNodes.length - tail] : null;
-  for (let i = middle.length - 1; i >= 0; i--) {
-    const node = middle[i];
-    if (node.parentNode !== container || node.nextSibling !== ref) container.insertBefore(node, ref);
-    ref = node;
-  }
-  return { added, kept: newNodes.length - added.length, removed };
+  return {
+    /** Makes the container show exactly these units; answers the nodes that are new. */
+    update(units) {
+      stream?.stop();
+      const old = entries;
+      const max = Math.min(old.length, units.length);
+      let head = 0;
+      while (head < max && old[head].key === units[head].key) {
+        setLines(old[head], units[head].html);
+        head++;
+      }
+      let tail = 0;
+      while (tail < max - head && old[old.length - 1 - tail].key === units[units.length - 1 - tail].key) {
+        setLines(old[old.length - 1 - tail], units[units.length - 1 - tail].html);
+        tail++;
+      }
+      const pool = new Map();
+      for (let i = head; i < old.length - tail; i++) {
+        const list = pool.get(old[i].key);
+        if (list) list.push(old[i]);
+        else pool.set(old[i].key, [old[i]]);
+      }
+      const middle = [];
+      const missing = [];
+      for (let i = head; i < units.length - tail; i++) {
+        const reuse = pool.get(units[i].key)?.shift();
+        if (reuse) setLines(reuse, units[i].html);
+        else missing.push(i - head);
+        middle.push(reuse);
+      }
+      const made = create(missing.map((m) => units[head + m]));
+      missing.forEach((m, i) => (middle[m] = made[i]));
+      for (const list of pool.values()) for (const entry of list) removeEntry(entry);
+      place(middle, firstNode(old, old.length - tail));
+      entries = old.slice(0, head).concat(middle, old.slice(old.length - tail));
+      return made.flatMap((e) => e.nodes);
+    },
+
+    /**
+     * A document shown in pieces: begin() keeps the current nodes for reuse;
+     * add() prepares the next units off the page, flush() puts what was
+     * prepared after the units placed so far, in one insertion, and answers
+     * the new nodes; end() drops what was not reused.
+     */
+    begin() {
+      stream?.stop();
+      const before = entries;
+      const pool = new Map();
+      for (const entry of before) {
+        const list = pool.get(entry.key);
+        if (list) list.push(entry);
+        else pool.set(entry.key, [entry]);
+      }
+      const used = new Set();
+      const placed = [];
+      let queued = [];
+      let fresh = [];
+      let last = null;
+      stream = {
+        add(units) {
+          const list = [];
+          const missing = [];
+          for (let i = 0; i < units.length; i++) {
+            const reuse = pool.get(units[i].key)?.shift();
+            if (reuse) setLines(reuse, units[i].html);
+            else missing.push(i);
+            list.push(reuse);
+          }
+          const made = create(missing.map((i) => units[i]));
+          missing.forEach((m, i) => (list[m] = made[i]));
+          for (const e of list) queued.push(e);
+          for (const e of made) for (const node of e.nodes) fresh.push(node);
+        },
+        get queued() {
+          return queued.length;
+        },
+        get placed() {
+          return placed.length;
+        },
+        flush() {
+          const anchor = last;
+          const batch = container.ownerDocument.createDocumentFragment();
+          for (const e of queued) {
+            for (const node of e.nodes) batch.appendChild(node);
+            placed.push(e);
+            used.add(e);
+            if (e.nodes.length) last = e.nodes.at(-1);
+          }
+          container.insertBefore(batch, anchor ? anchor.nextSibling : container.firstChild);
+          queued = [];
+          const added = fresh;
+          fresh = [];
+          return added;
+        },
+        /** Drops the old nodes that were not reused. */
+        end() {
+          for (const entry of before) if (!used.has(entry)) removeEntry(entry);
+          entries = placed;
+          stream = null;
+        },
+        /** Interrupted: what is on the page stays, placed units first; what was only prepared is dropped. */
+        stop() {
+          entries = placed.concat(before.filter((e) => !used.has(e)));
+          stream = null;
+        },
+      };
+      return stream;
+    },
+
+    /** Marks the unit holding this top-level node as changed: the next update replaces it. */
+    invalidate(node) {
+      const entry = owner.get(node);
+      if (entry) entry.key = STALE;
+    },
+  };
 }

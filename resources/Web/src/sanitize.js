@@ -34,6 +34,54 @@ export function cleanStyle(value) {
     .join('; ');
 }
 
+/** Local URLs resolved against the document's folder; inputs other than task boxes disabled. */
+function finishElement(node, base) {
+  const tag = node.nodeName.toLowerCase();
+  if (tag === 'a' || tag === 'area') {
+    const href = node.getAttribute('href');
+    if (href) node.setAttribute('href', resolveLink(href, base));
+    return;
+  }
+  for (const attr of ASSET_ATTRS[tag] || []) {
+    const v = node.getAttribute(attr);
+    if (v) node.setAttribute(attr, resolveAsset(v, base));
+  }
+  if (node.hasAttribute('srcset')) node.setAttribute('srcset', resolveSrcset(node.getAttribute('srcset'), base));
+  if (tag === 'input' && node.getAttribute('type') !== 'checkbox') node.setAttribute('disabled', '');
+}
+
+// What the converter itself writes for Markdown without raw HTML. Such HTML
+// is checked against these lists instead of passing through DOMPurify, which
+// costs several times more; anything else found in it goes to DOMPurify.
+const GENERATED_TAGS = new Set([
+  'a', 'blockquote', 'br', 'code', 'dd', 'del', 'details', 'div', 'dl', 'dt', 'em', 'h1', 'h2', 'h3', 'h4', 'h5', 'h6',
+  'hr', 'img', 'input', 'li', 'mark', 'ol', 'p', 'pre', 's', 'section', 'span', 'strong', 'sub', 'summary', 'sup',
+  'table', 'tbody', 'td', 'tfoot', 'th', 'thead', 'tr', 'ul',
+]);
+const GENERATED_ATTRS = new Set(['class', 'id', 'title', 'alt', 'href', 'src', 'start', 'type', 'checked', 'scope', 'style', 'lang', 'dir', 'open']);
+const URL_ATTRS = new Set(['href', 'src']);
+const ATTR_WHITESPACE = /[\u0000-\u0020\u00A0\u1680\u180E\u2000-\u2029\u205F\u3000]/g;
+
+function generatedElementIsClean(el) {
+  const tag = el.localName;
+  if (!GENERATED_TAGS.has(tag)) return false;
+  for (const name of el.getAttributeNames()) {
+    if (name === 'data-line' || name === 'data-line-end') continue; // numbers the converter wrote
+    const value = el.getAttribute(name);
+    if (value.includes('<') || value.includes('>')) return false;
+    if (name.startsWith('data-') || name.startsWith('aria-')) continue;
+    if (!GENERATED_ATTRS.has(name)) return false;
+    if (URL_ATTRS.has(name) && !ALLOWED_URI.test(value.replace(ATTR_WHITESPACE, ''))) return false;
+    if (name === 'id' && !SAFE_ID.test(value)) return false;
+    if (name === 'style') {
+      const clean = cleanStyle(value);
+      if (clean === '') el.removeAttribute('style');
+      else if (clean !== value) el.setAttribute('style', clean);
+    }
+  }
+  return tag !== 'input' || el.getAttribute('type') === 'checkbox';
+}
+
 /**
  * @param {Window} win the window whose DOM parses and holds the result
  * @returns {{fragment(html: string, base: string|null): DocumentFragment, html(html: string, base: string|null): string}}
@@ -52,28 +100,105 @@ export function createSanitizer(win) {
     }
   });
 
-  purify.addHook('afterSanitizeAttributes', (node) => {
-    const tag = node.nodeName.toLowerCase();
-    if (tag === 'a' || tag === 'area') {
-      const href = node.getAttribute('href');
-      if (href) node.setAttribute('href', resolveLink(href, base));
-      return;
-    }
-    for (const attr of ASSET_ATTRS[tag] || []) {
-      const v = node.getAttribute(attr);
-      if (v) node.setAttribute(attr, resolveAsset(v, base));
-    }
-    if (node.hasAttribute('srcset')) node.setAttribute('srcset', resolveSrcset(node.getAttribute('srcset'), base));
-    if (tag === 'input' && node.getAttribute('type') !== 'checkbox') node.setAttribute('disabled', '');
-  });
+  purify.addHook('afterSanitizeAttributes', (node) => finishElement(node, base));
 
   const config = { FORBID_TAGS, FORBID_ATTR, ALLOWED_URI_REGEXP: ALLOWED_URI, ALLOW_UNKNOWN_PROTOCOLS: false };
 
+  // Separates pieces sanitised in one pass; a random name that no document can forge.
+  const cut = `lumo-cut-${Math.random().toString(36).slice(2, 10)}`;
+
+  function sanitizeAll(htmlList) {
+    const out = [];
+    const fragment = purify.sanitize(htmlList.join(`<${cut}></${cut}>`), { ...config, ADD_TAGS: [cut], RETURN_DOM_FRAGMENT: true });
+    if (!fragment) return null;
+    let nodes = [];
+    for (let node = fragment.firstChild; node; ) {
+      const next = node.nextSibling;
+      if (node.nodeType === 1 && node.localName === cut) {
+        out.push(nodes);
+        nodes = [];
+      } else {
+        nodes.push(node);
+      }
+      node = next;
+    }
+    out.push(nodes);
+    // A piece that left an element open swallowed a separator: sanitise one at a time.
+    if (out.length !== htmlList.length || fragment.querySelectorAll(cut).length !== out.length - 1) return null;
+    return out;
+  }
+
+  function cleanGenerated(nodes, docBase) {
+    for (const top of nodes) {
+      if (top.nodeType !== 1) continue;
+      const walker = win.document.createTreeWalker(top, 0x81 /* elements and comments */);
+      for (let node = top; node; node = walker.nextNode()) {
+        if (node.nodeType === 8 || !generatedElementIsClean(node)) return false;
+        if (node.localName === 'a' || node.localName === 'img') finishElement(node, docBase);
+      }
+    }
+    return true;
+  }
+
+  /**
+   * Generated pieces, parsed inertly in one pass and checked one by one;
+   * answers each piece's nodes, or null for a piece that holds anything else.
+   */
+  function generatedAll(htmlList, docBase) {
+    const template = win.document.createElement('template');
+    template.innerHTML = htmlList.join('<!---->');
+    const out = [];
+    let nodes = [];
+    for (let node = template.content.firstChild; node; node = node.nextSibling) {
+      if (node.nodeType === 8) {
+        out.push(nodes);
+        nodes = [];
+      } else nodes.push(node);
+    }
+    out.push(nodes);
+    if (out.length !== htmlList.length) return htmlList.map(() => null);
+    return out.map((list) => (cleanGenerated(list, docBase) ? list : null));
+  }
+
+  // DOMPurify answers null for HTML that has no body (a <frameset>).
+  const purifiedFragment = (html) => purify.sanitize(html, { ...config, RETURN_DOM_FRAGMENT: true }) ?? win.document.createDocumentFragment();
+
+  function purified(htmlList) {
+    return sanitizeAll(htmlList) ?? htmlList.map((html) => Array.from(purifiedFragment(html).childNodes));
+  }
+
   return {
+    /**
+     * Sanitises many pieces in one pass; answers each piece's top-level nodes
+     * (detached). Pieces flagged in `generated` hold no raw HTML of the
+     * document and take the quicker check, DOMPurify when they fail it.
+     */
+    fragments(htmlList, docBase = null, generated = []) {
+      if (htmlList.length === 0) return [];
+      const fast = [];
+      const slow = [];
+      htmlList.forEach((html, i) => (generated[i] ? fast : slow).push(i));
+      const out = new Array(htmlList.length);
+      if (fast.length) {
+        generatedAll(fast.map((i) => htmlList[i]), docBase).forEach((nodes, k) => {
+          if (nodes) out[fast[k]] = nodes;
+          else slow.push(fast[k]);
+        });
+        if (slow.length === 0) return out;
+        slow.sort((a, b) => a - b);
+      }
+      base = docBase;
+      try {
+        purified(slow.map((i) => htmlList[i])).forEach((nodes, k) => (out[slow[k]] = nodes));
+      } finally {
+        base = null;
+      }
+      return out;
+    },
     fragment(html, docBase = null) {
       base = docBase;
       try {
-        return purify.sanitize(html, { ...config, RETURN_DOM_FRAGMENT: true });
+        return purifiedFragment(html);
       } finally {
         base = null;
       }

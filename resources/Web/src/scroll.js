@@ -1,7 +1,6 @@
 // Source line <-> vertical position. Every element with data-line gives two
 // points, (first line, top) and (end line, bottom); between points the
 // mapping is linear, so fractional lines land inside a block in proportion.
-// The points are rebuilt lazily after any layout change.
 
 /** Builds a monotone list of [line, y] points from annotated elements. */
 export function buildPoints(elements, scrollY = 0) {
@@ -53,28 +52,101 @@ export function yToLine(points, y) {
   return y1 === y0 ? l0 : l0 + ((y - y0) / (y1 - y0)) * (l1 - l0);
 }
 
+// The page is searched block by block: of the container's children only a
+// few are measured per question, and only the block asked about is measured
+// inside. A long document lays out only the blocks near the viewport (see
+// style.css); measuring inside every block would lay out all of them.
+
+/** Source line a top-level block starts at: its own, or that of the first annotated element inside raw HTML. */
+function blockLine(el) {
+  if (el.nodeType !== 1) return NaN;
+  const own = el.getAttribute('data-line');
+  if (own !== null) return Number(own);
+  if (el.classList.contains('footnotes')) return NaN; // definitions from anywhere in the text
+  const inner = el.querySelector('[data-line]');
+  return inner ? Number(inner.getAttribute('data-line')) : NaN;
+}
+
+function nextAnnotated(blocks, i, step) {
+  for (; i >= 0 && i < blocks.length; i += step) if (Number.isFinite(blockLine(blocks[i]))) return i;
+  return -1;
+}
+
+/** Points of block i (its inside included) and of the next annotated block. */
+function pointsAround(blocks, i, scrollY) {
+  const el = blocks[i];
+  const elements = el.hasAttribute('data-line') ? [el] : [];
+  for (const inner of el.querySelectorAll('[data-line]')) elements.push(inner);
+  const next = nextAnnotated(blocks, i + 1, 1);
+  if (next >= 0) elements.push(blocks[next]);
+  return buildPoints(elements, scrollY);
+}
+
+/** The last annotated top-level block starting at or before `line`, or -1. */
+function blockAtLine(blocks, line) {
+  let lo = 0;
+  let hi = blocks.length - 1;
+  let found = -1;
+  while (lo <= hi) {
+    const mid = (lo + hi) >> 1;
+    const at = nextAnnotated(blocks, mid, 1);
+    if (at < 0 || at > hi) {
+      hi = mid - 1;
+    } else if (blockLine(blocks[at]) <= line) {
+      found = at;
+      lo = at + 1;
+    } else hi = mid - 1;
+  }
+  return found;
+}
+
+/** The last annotated top-level block whose top is at or above `y` (viewport coordinates), or -1. */
+function blockAtY(blocks, y) {
+  let lo = 0;
+  let hi = blocks.length - 1;
+  while (lo < hi) {
+    const mid = (lo + hi + 1) >> 1;
+    if (blocks[mid].getBoundingClientRect().top <= y) lo = mid;
+    else hi = mid - 1;
+  }
+  return nextAnnotated(blocks, lo, -1);
+}
+
+/** y of a fractional source line in a container of blocks. */
+export function lineToPageY(container, line, scrollY = 0) {
+  const blocks = container.children;
+  const i = blockAtLine(blocks, line);
+  if (i < 0) return 0;
+  return lineToY(pointsAround(blocks, i, scrollY), line);
+}
+
+/** Fractional source line at height y of a container of blocks. */
+export function pageYToLine(container, y, scrollY = 0) {
+  const blocks = container.children;
+  const i = blockAtY(blocks, y - scrollY);
+  if (i < 0) return 0;
+  return yToLine(pointsAround(blocks, i, scrollY), y);
+}
+
 /**
  * Wires the window's scrolling to the native side: reports the top line once
  * per frame while the user scrolls, never for scrolls it made itself.
  */
 export function createScrollSync({ container, post }) {
-  let points = null;
   let ownScrollY = NaN;
   let ownScrollAt = 0;
   let frame = 0;
-
-  const invalidate = () => {
-    points = null;
-  };
-  const map = () => (points ??= buildPoints(container.querySelectorAll('[data-line]'), window.scrollY));
-
-  new ResizeObserver(invalidate).observe(container);
-  window.addEventListener('resize', invalidate);
-  container.addEventListener('toggle', invalidate, true);
+  let settle = 0;
+  let followY = NaN; // where the page last scrolled to while following a target
 
   window.addEventListener(
     'scroll',
     () => {
+      if (!(Math.abs(window.scrollY - followY) < 1)) {
+        cancelAnimationFrame(settle); // the reader took over
+        settle = 0;
+      }
+      followY = NaN;
       if (Math.abs(window.scrollY - ownScrollY) < 1 && performance.now() - ownScrollAt < 1000) {
         ownScrollY = NaN;
         return;
@@ -83,7 +155,7 @@ export function createScrollSync({ container, post }) {
       if (frame) return;
       frame = requestAnimationFrame(() => {
         frame = 0;
-        post({ type: 'topLine', line: Math.round(yToLine(map(), window.scrollY) * 1000) / 1000 });
+        post({ type: 'topLine', line: Math.round(pageYToLine(container, window.scrollY, window.scrollY) * 1000) / 1000 });
       });
     },
     { passive: true },
@@ -98,20 +170,41 @@ export function createScrollSync({ container, post }) {
     }
   }
 
+  // Blocks laid out for the first time when they come into view change their
+  // height, and with it where a target is: follow it for the next few frames.
+  function follow(targetY, scroll) {
+    cancelAnimationFrame(settle);
+    const go = (y) => {
+      scroll(y);
+      followY = window.scrollY;
+    };
+    go(targetY());
+    let frames = 4;
+    const check = () => {
+      settle = 0;
+      const y = targetY();
+      if (Math.abs(y - window.scrollY) >= 1) go(y);
+      if (--frames > 0) settle = requestAnimationFrame(check);
+    };
+    settle = requestAnimationFrame(check);
+  }
+
   return {
-    invalidate,
     scrollToLine(line) {
       const n = Number(line);
       if (!Number.isFinite(n)) return;
-      scrollToY(lineToY(map(), n));
+      follow(() => lineToPageY(container, n, window.scrollY), scrollToY);
     },
     topLine() {
-      return yToLine(map(), window.scrollY);
+      return pageYToLine(container, window.scrollY, window.scrollY);
     },
     scrollToElement(el) {
       // A jump the user asked for: the native side hears the new top line.
       const margin = parseFloat(getComputedStyle(el).scrollMarginTop) || 0;
-      window.scrollTo({ top: Math.round(el.getBoundingClientRect().top + window.scrollY - margin), behavior: 'instant' });
+      follow(
+        () => el.getBoundingClientRect().top + window.scrollY - margin,
+        (y) => window.scrollTo({ top: Math.round(y), behavior: 'instant' }),
+      );
     },
   };
 }

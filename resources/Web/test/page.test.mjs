@@ -37,7 +37,7 @@ before(async () => {
     const end = Number(this.getAttribute('data-line-end'));
     return { top: start * 20 - scrollY, height: (end - start) * 20, width: 600 };
   };
-  for (const name of ['window', 'document', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
+  for (const name of ['window', 'document', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'cancelAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
     Object.defineProperty(globalThis, name, { value: name === 'window' ? window : window[name], configurable: true, writable: true });
   }
   const { post } = await import('../src/bridge.js');
@@ -194,4 +194,59 @@ test('scrolling reports the fractional top line once per frame, but not for its 
   scrollEvent();
   await frame();
   assert.deepEqual(take(), [{ type: 'topLine', line: 20.5 }]);
+});
+
+test('raw HTML around Markdown nests as in one document', () => {
+  mv.render('<details>\n<summary>More</summary>\n\nInside *details*.\n\n</details>\n\nAfter.', null, { rev: 1 });
+  take();
+  assert.equal(main.querySelector('details > p em')?.textContent, 'details');
+  assert.equal(main.querySelector('details + p')?.textContent, 'After.');
+  // An edit inside keeps the run together.
+  mv.render('<details>\n<summary>More</summary>\n\nInside *detail*.\n\n</details>\n\nAfter.', null, { rev: 2 });
+  take();
+  assert.equal(main.querySelector('details > p em')?.textContent, 'detail');
+  assert.equal(main.querySelectorAll('details').length, 1);
+});
+
+test('an edit that changes a reference definition re-renders the blocks that use it', () => {
+  const doc = (url) => `Use [the link][l].\n\n${'Filler.\n\n'.repeat(20)}[l]: ${url}\n`;
+  mv.render(doc('https://a.example/'), null, { rev: 1 });
+  mv.render(doc('https://b.example/'), null, { rev: 2 });
+  take();
+  assert.equal(main.querySelector('a').getAttribute('href'), 'https://b.example/');
+});
+
+test('a long document is shown top first, then in slices, with one "rendered" at the end', async () => {
+  const holder = window.document.createElement('main');
+  holder.className = 'markdown';
+  window.document.body.append(holder);
+  const { createPage } = await import('../src/page.js');
+  const { post } = await import('../src/bridge.js');
+  const sliced = createPage({ container: holder, post, firstLines: 20 });
+  const text = Array.from({ length: 60 }, (_, i) => `## Part ${i}\n\nText of part ${i} with $x_${i}$ and a note.[^n${i}]\n\n[^n${i}]: Note ${i}.\n`).join('\n');
+  take();
+  sliced.render('# Old\n\nReplaced.', null, { rev: 1 });
+  take();
+  sliced.render(text, null, { rev: 2 });
+  assert.ok(holder.querySelector('h2'), 'the top is there at once');
+  assert.ok(holder.querySelectorAll('h2').length < 60, 'but not the whole document');
+  assert.deepEqual(take(), [], 'nothing announced yet');
+  // A newer text while slicing: the older one never finishes.
+  sliced.render(text.replace('Part 0', 'Part zero'), null, { rev: 3 });
+  const messages = [];
+  for (let i = 0; i < 500 && !messages.some((m) => m.type === 'outline'); i++) {
+    await new Promise((resolve) => setTimeout(resolve, 2));
+    messages.push(...take());
+  }
+  assert.deepEqual(messages.map((m) => m.type), ['rendered', 'outline']);
+  assert.equal(messages[0].rev, 3);
+  assert.equal(messages[1].items.length, 60);
+  assert.equal(messages[1].items[0].text, 'Part zero');
+  // The same page as rendering the text in one go.
+  main.replaceChildren();
+  mv.render(text.replace('Part 0', 'Part zero'), null, { rev: 4 });
+  take();
+  assert.equal((await sliced.exportHTML({})).html, (await mv.exportHTML({})).html);
+  assert.equal(holder.querySelectorAll('h1').length, 0, 'old blocks removed');
+  holder.remove();
 });

@@ -3,6 +3,7 @@
 // ordinary Markdown (a rule and a heading, as CommonMark says), unless it
 // clearly tried to be one ("key: value" lines), then its raw text is shown.
 import { load as loadYaml, CORE_SCHEMA } from 'js-yaml';
+import { openEnded } from './math.js';
 
 const FENCE = /^-{3}[ \t]*$/;
 const CLOSE = /^(?:-{3}|\.{3})[ \t]*$/;
@@ -23,7 +24,7 @@ function parse(raw) {
 }
 
 function frontMatter(state, startLine, endLine, silent) {
-  if (startLine !== 0 || state.blkIndent !== 0 || !FENCE.test(line(state, 0))) return false;
+  if (startLine !== 0 || state.env.lineOffset || state.blkIndent !== 0 || !FENCE.test(line(state, 0))) return false;
   let close = -1;
   for (let n = 1; n < endLine; n++) {
     if (CLOSE.test(line(state, n))) {
@@ -31,6 +32,7 @@ function frontMatter(state, startLine, endLine, silent) {
       break;
     }
   }
+  if (close < 0) openEnded(state, endLine);
   if (close < 2) return false;
   const raw = state.getLines(1, close, 0, true);
   const parsed = parse(raw);

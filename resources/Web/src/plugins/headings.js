@@ -1,6 +1,7 @@
 // Heading anchors and the outline. Ids are unique per document; the outline
 // lists every heading in order with the same ids, and the source line each
-// starts on, so the editor can jump to it.
+// starts on, so the editor can jump to it. A document converted in pieces
+// passes one slugger through env.slugger so ids stay unique across pieces.
 import { createSlugger } from '../slug.js';
 
 export function inlineText(children) {
@@ -29,7 +30,8 @@ export function inlineText(children) {
 
 export default function headings(md) {
   md.core.ruler.push('lumo_headings', (state) => {
-    const unique = createSlugger();
+    const unique = state.env.slugger ?? createSlugger();
+    const offset = state.env.lineOffset || 0;
     const outline = [];
     const tokens = state.tokens;
     for (let i = 0; i < tokens.length; i++) {
@@ -38,7 +40,9 @@ export default function headings(md) {
       const text = inlineText(tokens[i + 1]?.children).replace(/\s+/g, ' ').trim();
       const id = unique(text);
       open.attrSet('id', id);
-      outline.push({ level: Number(open.tag.slice(1)), text, id, line: open.map ? open.map[0] : -1 });
+      const entry = { level: Number(open.tag.slice(1)), text, id, line: open.map ? open.map[0] + offset : -1 };
+      open.meta = { ...open.meta, heading: entry };
+      outline.push(entry);
     }
     state.env.outline = outline;
   });

@@ -59,6 +59,12 @@ function lineText(state, line) {
   return state.src.slice(state.bMarks[line] + state.tShift[line], state.eMarks[line]);
 }
 
+// A piece of a longer document (env.pieces) cannot tell an unclosed block
+// from one that closes further down; it says so, and gets more lines.
+export function openEnded(state, endLine) {
+  if (state.env.pieces && !state.env.lastPiece && endLine >= state.lineMax) state.env.openEnded = true;
+}
+
 function mathBlock(state, startLine, endLine, silent) {
   if (state.sCount[startLine] - state.blkIndent >= 4) return false;
   const first = lineText(state, startLine);
@@ -85,7 +91,10 @@ function mathBlock(state, startLine, endLine, silent) {
       }
       body.push(text);
     }
-    if (!closed) return false;
+    if (!closed) {
+      openEnded(state, endLine);
+      return false;
+    }
   }
   const content = body.join('\n').trim();
   if (content === '') return false;

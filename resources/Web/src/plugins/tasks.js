@@ -19,6 +19,7 @@ export default function tasks(md) {
       first.content = first.content.slice(m[0].length);
       const box = new state.Token('html_inline', '', 0);
       box.content = `<input type="checkbox" class="task-list-item-checkbox"${checked ? ' checked' : ''}>`;
+      box.meta = { generated: true }; // not the document's raw HTML
       inline.children.unshift(box);
       const item = tokens[i - 2];
       item.attrJoin('class', 'task-list-item');

@@ -1,0 +1,153 @@
+// The block converter against convert(): converted in pieces or updated
+// after an edit, the joined blocks must be exactly what a whole conversion
+// gives, including when the edit changes something other blocks depend on.
+import { test } from 'node:test';
+import assert from 'node:assert/strict';
+import { convert } from '../src/markdown.js';
+import { createBlockConverter, outlineOf } from '../src/blocks.js';
+import { documentOf } from '../bench/document.mjs';
+
+const BASE = 'file:///home/u/docs/';
+
+const joined = (r) => r.blocks.map((b) => b.html).join('') + (r.tail ? r.tail.html : '');
+
+function assertSame(result, text, message) {
+  const whole = convert(text, BASE);
+  assert.equal(joined(result), whole.html, message);
+  assert.deepEqual(outlineOf(result.blocks, result.tail), whole.outline, message);
+}
+
+// Everything whose output depends on other blocks: references and footnotes
+// defined far from their use, repeated headings, raw HTML around Markdown.
+const RICH = [
+  '---',
+  'title: Rich',
+  '---',
+  '',
+  '# Intro',
+  '',
+  'See [the guide][guide] and a note.[^later] Also [missing][nope].',
+  '',
+  '<details>',
+  '<summary>More</summary>',
+  '',
+  'Inside *details*.',
+  '',
+  '</details>',
+  '',
+  '# Intro',
+  '',
+  '- [ ] task',
+  '- [x] done',
+  '',
+  '```js',
+  'const x = 1;',
+  '```',
+  '',
+  '$$',
+  'a^2',
+  '$$',
+  '',
+  documentOf(6000),
+  '## Intro',
+  '',
+  'Again.[^later] And^[an inline note].',
+  '',
+  '[guide]: https://example.org/guide "Guide"',
+  '[^later]: Defined at the end, with a [link][guide].',
+  '',
+].join('\n');
+
+// A small deterministic generator, so a failure can be replayed.
+function random(seed) {
+  let s = seed >>> 0;
+  return () => {
+    s = (s * 1664525 + 1013904223) >>> 0;
+    return s / 2 ** 32;
+  };
+}
+
+test('a document converted in small pieces equals one conversion', () => {
+  for (const lines of [3, 17, 120]) {
+    const converter = createBlockConverter();
+    const job = converter.start(RICH, BASE);
+    let steps = 0;
+    while (!job.done) {
+      job.step(lines);
+      steps++;
+    }
+    assert.ok(steps > 1, 'converted in more than one piece');
+    assertSame(job, RICH, `pieces of ${lines} lines`);
+  }
+});
+
+test('a definition the early pieces could not see still reaches them', () => {
+  // Inside a code fence the line is no definition; the guess made for the
+  // first pieces is wrong and the document is converted again.
+  const text = '[a] and [^f]\n\n```\n[a]: /nowhere\n[^f]: not a note\n```\n\n' + 'para\n\n'.repeat(50);
+  const converter = createBlockConverter();
+  const job = converter.start(text, BASE);
+  while (!job.done) job.step(4);
+  assertSame(job, text);
+  assert.ok(!joined(job).includes('href="/nowhere"'));
+});
+
+test('an edit re-converts only nearby blocks and keeps the others', () => {
+  const converter = createBlockConverter();
+  const before = converter.convert(RICH, BASE);
+  const at = RICH.indexOf('Section 3:');
+  const edited = RICH.slice(0, at) + 'x' + RICH.slice(at);
+  const after = converter.update(edited, BASE);
+  assert.ok(after, 'handled as an edit');
+  assertSame(after, edited);
+  const kept = after.blocks.filter((b) => before.blocks.includes(b)).length;
+  assert.ok(kept >= after.blocks.length - 4, `kept ${kept} of ${after.blocks.length}`);
+});
+
+test('edits that change what other blocks show are not served stale', async (t) => {
+  const cases = [
+    ['a reference definition changes', (s) => s.replace('https://example.org/guide', 'https://example.org/other')],
+    ['a reference definition is removed', (s) => s.replace('[guide]: https://example.org/guide "Guide"\n', '')],
+    ['a reference is defined late', (s) => s + '\n[nope]: /found\n'],
+    ['a footnote definition changes', (s) => s.replace('Defined at the end', 'Changed at the end')],
+    ['a footnote reference is added first', (s) => s.replace('# Intro\n\nSee', '# Intro\n\nFirst[^n1]. See')],
+    ['a heading repeats an earlier one', (s) => s.replace('# Intro\n\nSee', '# Intro\n\n# Intro\n\nSee')],
+    ['raw HTML is left open', (s) => s.replace('</details>', '')],
+    ['a code fence swallows the rest', (s) => s.replace('$$\na^2', '```\n$$\na^2')],
+    ['front matter is broken', (s) => s.replace('---\ntitle', '--\ntitle')],
+  ];
+  for (const [name, edit] of cases) {
+    await t.test(name, () => {
+      const converter = createBlockConverter();
+      converter.convert(RICH, BASE);
+      const edited = edit(RICH);
+      assert.notEqual(edited, RICH);
+      assertSame(converter.convert(edited, BASE), edited);
+    });
+  }
+});
+
+test('random edits always match a whole conversion', () => {
+  const next = random(7);
+  const pieces = ['x', '\n', '\n\n', '# ', '- ', '> ', '```\n', '$', '[^n3]', '[^n9]: note\n', '[guide]', '[guide]: /g\n', '<div>\n\n', '</div>', '|', '==', '    ', '---\n'];
+  const converter = createBlockConverter();
+  let text = RICH;
+  converter.convert(text, BASE);
+  let incremental = 0;
+  for (let i = 0; i < 250; i++) {
+    const at = Math.floor(next() * text.length);
+    const cut = next() < 0.3 ? Math.floor(next() * 6) : 0;
+    text = text.slice(0, at) + pieces[Math.floor(next() * pieces.length)] + text.slice(at + cut);
+    const fast = converter.update(text, BASE);
+    if (fast) incremental++;
+    assertSame(fast ?? converter.convert(text, BASE), text, `edit ${i}`);
+  }
+  assert.ok(incremental > 150, `${incremental} of 250 edits handled without a whole conversion`);
+});
+
+test('CRLF text and a changed base are converted whole', () => {
+  const converter = createBlockConverter();
+  const text = 'a\r\n\r\n![i](i.png)\r\n';
+  assertSame(converter.convert(text, BASE), text);
+  assert.equal(converter.update(text, 'file:///elsewhere/'), null);
+});
