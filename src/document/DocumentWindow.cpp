@@ -2,10 +2,13 @@
 
 #include "app/Brand.h"
 #include "app/CustomCSS.h"
+#include "app/DesktopCommands.h"
 #include "app/Preferences.h"
 #include "app/ReaderPreferences.h"
 #include "app/SettingsWindow.h"
 #include "DocumentTab.h"
+#include "ExportCommands.h"
+#include "OpenPanelCheck.h"
 #include "OutlinePopover.h"
 
 #include <QActionGroup>
@@ -112,6 +115,7 @@ void DocumentWindow::buildMenus()
     QAction *settings = edit->addAction(tr("&Settings…"), QKeySequence(tr("Ctrl+,")), this,
                                         &SettingsWindow::showShared);
     settings->setMenuRole(QAction::PreferencesRole);
+    DesktopCommands::addTo(edit);
 
     m_modeAction = new QAction(tr("&Edit Document"), this);
     m_modeAction->setShortcut(QKeySequence(tr("Ctrl+E")));
@@ -189,6 +193,7 @@ void DocumentWindow::buildMenus()
     m_documentActions = {closeTabAction, m_saveAction, saveAsAction,   m_revertAction, exportAction,
                          m_modeAction,   bigger,       smaller,        actual,         find,
                          findNext,       findPrevious, m_outlineAction};
+    m_documentActions += ExportCommands::addTo(this, file, exportAction, edit);
 
     QToolBar *toolbar = addToolBar(tr("Document"));
     toolbar->setObjectName(QStringLiteral("documentToolbar"));
@@ -265,6 +270,10 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
             [this](const QString &path) { Q_EMIT openFilesRequested({path}, this); });
     connect(tab->controller(), &DocumentController::debugOpenRequested, this,
             &DocumentWindow::debugOpenRequested);
+    connect(tab->controller(), &DocumentController::debugOpenPanelRequested, this, [this] {
+        showOpenDialog();
+        OpenPanelCheck::reportLater(this);
+    });
     connect(tab->controller(), &DocumentController::replaceRequested, this,
             [this](const QString &path) {
                 QString error;
