@@ -20,6 +20,8 @@ class TestCommandLine : public QObject
 private Q_SLOTS:
     void folderUrls_data();
     void folderUrls();
+    void installLink_data();
+    void installLink();
     void migration_data();
     void migration();
     void migrationRunsOnce();
@@ -60,6 +62,66 @@ void TestCommandLine::folderUrls()
     QFETCH(QString, url);
     QFETCH(QString, folder);
     QCOMPARE(CommandLineTool::folderToOpen(url).value_or(QString()), folder);
+}
+
+void TestCommandLine::installLink_data()
+{
+    // Three candidate folders "first", "second", "home"; those listed exist (the
+    // others are not writable, being absent); occupant is what "lumo" is beforehand.
+    QTest::addColumn<QStringList>("existing");
+    QTest::addColumn<QString>("occupant");
+    QTest::addColumn<QString>("chosen");
+
+    QTest::newRow("first writable wins")
+        << QStringList{u"first"_s, u"second"_s} << QString() << u"first"_s;
+    QTest::newRow("next writable")
+        << QStringList{u"second"_s, u"home"_s} << QString() << u"second"_s;
+    QTest::newRow("none writable: home created") << QStringList{} << QString() << u"home"_s;
+    QTest::newRow("a file is replaced") << QStringList{u"second"_s} << u"file"_s << u"second"_s;
+    QTest::newRow("an old link is replaced")
+        << QStringList{u"first"_s} << u"dangling"_s << u"first"_s;
+}
+
+void TestCommandLine::installLink()
+{
+    QFETCH(QStringList, existing);
+    QFETCH(QString, occupant);
+    QFETCH(QString, chosen);
+
+    QTemporaryDir dir;
+    const QString script = dir.filePath(u"share/lumo/bin/lumo"_s);
+    QVERIFY(QDir().mkpath(QFileInfo(script).absolutePath()));
+    QFile(script).open(QIODevice::WriteOnly);
+    const QStringList names{u"first"_s, u"second"_s, u"home"_s};
+    QStringList candidates;
+    for (const QString &name : names) {
+        candidates.append(dir.filePath(name + u"/bin"_s));
+        if (existing.contains(name))
+            QVERIFY(QDir().mkpath(candidates.constLast()));
+    }
+    const QString expected = candidates.at(names.indexOf(chosen)) + u"/lumo"_s;
+    if (occupant == u"file"_s) {
+        QFile file(expected);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("an older lumo");
+    } else if (occupant == u"dangling"_s) {
+        QVERIFY(QFile::link(dir.filePath(u"gone"_s), expected));
+    }
+
+    const CommandLineTool::InstallResult result = CommandLineTool::installLink(script, candidates);
+    QVERIFY2(result.installed, qPrintable(result.error));
+    QCOMPARE(result.link, expected);
+    QCOMPARE(QFileInfo(expected).symLinkTarget(), script);
+    for (const QString &candidate : candidates) {
+        if (candidate + u"/lumo"_s != expected)
+            QVERIFY(!QFileInfo(candidate + u"/lumo"_s).exists());
+    }
+
+    // A fallback folder that cannot be made is reported, not silently skipped.
+    const CommandLineTool::InstallResult failed =
+        CommandLineTool::installLink(script, {dir.filePath(u"absent"_s), script + u"/bin"_s});
+    QVERIFY(!failed.installed);
+    QVERIFY(!failed.error.isEmpty());
 }
 
 void TestCommandLine::migration_data()
