@@ -553,9 +553,9 @@ void DocumentController::handleDebugHook(const QString &name, const QString &arg
 
 void DocumentController::runPrint(const QString &path, Appearance appearance, Done done)
 {
-    if (!page()) {
+    if (!page() || !m_isReady) {
         if (done)
-            done(false, QStringLiteral("the page is gone"));
+            done(false, QStringLiteral("the page is not ready yet"));
         return;
     }
     PDFPrint::toFile(page(), path, appearance, [done](bool ok, const QString &error) {
@@ -566,6 +566,11 @@ void DocumentController::runPrint(const QString &path, Appearance appearance, Do
 
 void DocumentController::copyRichText(Done done)
 {
+    if (!page() || !m_isReady) {
+        if (done)
+            done(false, QStringLiteral("the page is not ready yet"));
+        return;
+    }
     QPointer<DocumentController> self(this);
     embeddedImages([self, done](const QJsonObject &images) {
         if (!self)
