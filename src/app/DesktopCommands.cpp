@@ -52,6 +52,7 @@ QMainWindow *offerWindow()
 
 void addTo(QMenu *menu)
 {
+    menu->addSeparator();
     menu->addAction(tr("Make Lumo the Default for .md Files"), menu, &makeDefault);
     menu->addAction(tr("Install Command Line Tool…"), menu, &installCommandLineTool);
 }
