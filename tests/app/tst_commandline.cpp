@@ -1,5 +1,6 @@
 #include "app/CommandLineTool.h"
 #include "app/CustomCSS.h"
+#include "app/DefaultApp.h"
 #include "app/LegacyMigration.h"
 #include "app/Preferences.h"
 
@@ -22,6 +23,8 @@ private Q_SLOTS:
     void folderUrls();
     void installLink_data();
     void installLink();
+    void defaultApp_data();
+    void defaultApp();
     void migration_data();
     void migration();
     void migrationRunsOnce();
@@ -122,6 +125,53 @@ void TestCommandLine::installLink()
         CommandLineTool::installLink(script, {dir.filePath(u"absent"_s), script + u"/bin"_s});
     QVERIFY(!failed.installed);
     QVERIFY(!failed.error.isEmpty());
+}
+
+void TestCommandLine::defaultApp_data()
+{
+    // What a stand-in xdg-mime answers to "query default text/markdown"; null when
+    // there is no xdg-mime at all.
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<bool>("isDefault");
+
+    QTest::newRow("ours") << u"lumo.desktop"_s << true;
+    QTest::newRow("another") << u"org.gnome.TextEditor.desktop"_s << false;
+    QTest::newRow("like ours") << u"lumo.desktop.old"_s << false;
+    QTest::newRow("no xdg-mime") << QString() << false;
+}
+
+void TestCommandLine::defaultApp()
+{
+    QFETCH(QString, answer);
+    QFETCH(bool, isDefault);
+
+    QTemporaryDir dir;
+    if (!answer.isNull()) {
+        QFile tool(dir.filePath(u"xdg-mime"_s));
+        QVERIFY(tool.open(QIODevice::WriteOnly));
+        tool.write("#!/bin/sh\necho \"$*\" >> '" + dir.filePath(u"calls"_s).toUtf8() +
+                   "'\n[ \"$1\" = query ] && echo " + answer.toUtf8() + "\nexit 0\n");
+        tool.close();
+        tool.setPermissions(tool.permissions() | QFile::ExeOwner);
+    }
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", dir.path().toUtf8());
+
+    std::optional<bool> answered;
+    DefaultApp::isDefault([&answered](bool ours) { answered = ours; });
+    bool made = false;
+    DefaultApp::makeDefault([&made] { made = true; });
+    QTRY_VERIFY(answered.has_value() && made);
+    qputenv("PATH", path);
+    QCOMPARE(*answered, isDefault);
+
+    QFile calls(dir.filePath(u"calls"_s));
+    if (!answer.isNull()) {
+        QVERIFY(calls.open(QIODevice::ReadOnly));
+        QCOMPARE(calls.readAll(),
+                 QByteArray("query default text/markdown\n"
+                            "default lumo.desktop text/markdown text/x-markdown\n"));
+    }
 }
 
 void TestCommandLine::migration_data()
