@@ -152,24 +152,25 @@ void toFile(PreviewPage *page, const QString &path, Appearance appearance, Done 
 void toPrinter(QWebEngineView *view, QPrinter *printer, Done done)
 {
     QPointer<QWebEngineView> guard(view);
-    auto *page = static_cast<PreviewPage *>(view->page());
-    page->callAwaited(QStringLiteral("setAppearance"), PageScript::json(QStringLiteral("light")),
-                      [guard, printer, done](const QJsonValue &, const QString &error) {
-                          if (!guard)
-                              return done(false, tr("The page went away."));
-                          auto *preview = static_cast<PreviewPage *>(guard->page());
-                          if (!error.isEmpty()) {
-                              preview->call(restoreScript);
-                              return done(false, error);
+    const auto restore = [guard] {
+        if (guard)
+            static_cast<PreviewPage *>(guard->page())->call(restoreScript);
+    };
+    static_cast<PreviewPage *>(view->page())
+        ->callAwaited(QStringLiteral("setAppearance"), PageScript::json(QStringLiteral("light")),
+                      [guard, printer, done, restore](const QJsonValue &, const QString &error) {
+                          if (!guard || !error.isEmpty()) {
+                              restore();
+                              done(false, error.isEmpty() ? tr("The page went away.") : error);
+                              return;
                           }
-                          auto connection = std::make_shared<QMetaObject::Connection>();
-                          *connection = QObject::connect(
+                          QObject::connect(
                               guard, &QWebEngineView::printFinished, guard,
-                              [guard, done, connection](bool ok) {
-                                  QObject::disconnect(*connection);
-                                  static_cast<PreviewPage *>(guard->page())->call(restoreScript);
+                              [done, restore](bool ok) {
+                                  restore();
                                   done(ok, ok ? QString() : tr("The page could not be printed."));
-                              });
+                              },
+                              Qt::SingleShotConnection);
                           guard->print(printer);
                       });
 }

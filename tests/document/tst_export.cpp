@@ -2,16 +2,19 @@
 // hold afterwards, read back with qpdf, and that the page keeps its own appearance.
 #include "document/DocumentController.h"
 #include "document/PDFBackground.h"
+#include "document/PDFPrint.h"
 #include "support/WebTest.h"
 
 #include <QClipboard>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QMimeData>
 #include <QPalette>
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFPageObjectHelper.hh>
+#include <QPrinter>
 
 using namespace Qt::StringLiterals;
 
@@ -66,6 +69,7 @@ private Q_SLOTS:
     void pdfAppearance_data();
     void pdfAppearance();
     void aFailedExportLeavesThePageAsItWas();
+    void printingUsesTheLightPage();
     void richCopyIsLightAndSelfContained();
 
 private:
@@ -193,6 +197,25 @@ void TestExport::aFailedExportLeavesThePageAsItWas()
     QCOMPARE(WebTest::evaluate(controller->page(),
                                u"document.getElementById('lumo-print-targets') === null"_s),
              QVariant(true));
+}
+
+void TestExport::printingUsesTheLightPage()
+{
+    DocumentController *controller = open("# Printed\n\nOn paper.\n");
+    QVERIFY(controller);
+    setDesktopDark(true);
+    QTRY_VERIFY(pageIsDark(controller));
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(m_dir->filePath(u"printed.pdf"_s));
+
+    std::optional<bool> printed;
+    PDFPrint::toPrinter(controller->webView(), &printer,
+                        [&printed](bool ok, const QString &) { printed = ok; });
+    QTRY_VERIFY_WITH_TIMEOUT(printed.has_value(), 30000);
+    QVERIFY(*printed);
+    QVERIFY(QFileInfo(printer.outputFileName()).size() > 0);
+    QTRY_VERIFY(pageIsDark(controller));
 }
 
 void TestExport::richCopyIsLightAndSelfContained()
