@@ -7,6 +7,7 @@
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFPageObjectHelper.hh>
 #include <qpdf/QPDFWriter.hh>
+#include <QRegularExpression>
 #include <QSaveFile>
 
 namespace PDFBackground {
@@ -28,9 +29,16 @@ QByteArray trimmed(double value)
 std::optional<QColor> color(const QString &text)
 {
     const QColor parsed = QColor::fromString(text.trimmed());
-    if (!parsed.isValid())
+    if (parsed.isValid())
+        return parsed;
+    static const QRegularExpression rgb(
+        QStringLiteral(R"(^rgba?\(\s*(\d{1,3})[\s,]+(\d{1,3})[\s,]+(\d{1,3})\b)"));
+    const QRegularExpressionMatch match = rgb.match(text.trimmed());
+    if (!match.hasMatch())
         return std::nullopt;
-    return parsed;
+    const QColor resolved(match.captured(1).toInt(), match.captured(2).toInt(),
+                          match.captured(3).toInt());
+    return resolved.isValid() ? std::optional<QColor>(resolved) : std::nullopt;
 }
 
 QByteArray fillOperators(const QColor &color, double x, double y, double width, double height)

@@ -13,7 +13,8 @@
 // Pure functions, safe on any thread.
 namespace PDFBackground {
 
-// A colour from CSS colour text: "#rrggbb" (the page's --bg), "#rgb" or a name.
+// A colour from CSS colour text: "#rrggbb" (the page's --bg), "#rgb", a name, or
+// "rgb(r, g, b)" as the engine resolves any other form.
 std::optional<QColor> color(const QString &text);
 
 // The PDF operators that fill a rectangle with the colour, state saved around them.

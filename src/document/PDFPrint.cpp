@@ -40,9 +40,14 @@ const QString prepareScript = QStringLiteral(R"JS((() => {
     box.append(link);
     headings.push({ level: Number(heading.tagName.slice(1)), text: heading.textContent.trim(), id: heading.id });
   }
+  // A user stylesheet may give the colour in any CSS form; the engine resolves it.
+  const probe = document.createElement('span');
+  probe.style.color = 'var(--bg)';
+  box.append(probe);
   document.body.append(box);
+  const background = getComputedStyle(document.documentElement).getPropertyValue('--bg').trim();
   return {
-    background: getComputedStyle(document.documentElement).getPropertyValue('--bg').trim(),
+    background: /^#[0-9a-f]{6}$/i.test(background) ? background : getComputedStyle(probe).color,
     headings,
   };
 })())JS");

@@ -1,6 +1,7 @@
 // PDF export and rich copy through a real page: what the files and the clipboard
 // hold afterwards, read back with qpdf, and that the page keeps its own appearance.
 #include "document/DocumentController.h"
+#include "document/PageScript.h"
 #include "document/PDFBackground.h"
 #include "document/PDFPrint.h"
 #include "support/WebTest.h"
@@ -134,15 +135,19 @@ void TestExport::pdfAppearance_data()
 {
     QTest::addColumn<bool>("desktopDark");
     QTest::addColumn<bool>("keepDark");
+    QTest::addColumn<QString>("userSheet");
 
-    QTest::newRow("dark export, light desktop") << false << true;
-    QTest::newRow("light export, dark desktop") << true << false;
+    QTest::newRow("dark export, light desktop") << false << true << QString();
+    QTest::newRow("light export, dark desktop") << true << false << QString();
+    QTest::newRow("dark export, own colour")
+        << false << true << u"html.dark { --bg: rgb(10 20 30) }"_s;
 }
 
 void TestExport::pdfAppearance()
 {
     QFETCH(bool, desktopDark);
     QFETCH(bool, keepDark);
+    QFETCH(QString, userSheet);
     // Two pages at least, so the paint is checked beyond the first.
     QByteArray markdown = "# Report\n\nSee [the site](https://example.com/) and "
                           "[the end](#the-end).\n\n";
@@ -153,13 +158,15 @@ void TestExport::pdfAppearance()
     QVERIFY(controller);
     setDesktopDark(desktopDark);
     QTRY_COMPARE(pageIsDark(controller), desktopDark);
-    const QColor darkBackground(
+    if (!userSheet.isEmpty())
+        controller->page()->call(u"mv.setCustomCSS(%1)"_s.arg(PageScript::json(userSheet)));
+    const std::optional<QColor> darkBackground = PDFBackground::color(
         WebTest::evaluate(controller->page(),
                           u"(() => { mv.setAppearance('dark'); const bg = getComputedStyle("
                           u"document.documentElement).getPropertyValue('--bg').trim(); "
                           u"mv.setAppearance(null); return bg; })()"_s)
             .toString());
-    QVERIFY(darkBackground.isValid());
+    QVERIFY(darkBackground);
 
     const QString path = m_dir->filePath(u"out.pdf"_s);
     std::optional<bool> succeeded;
@@ -172,7 +179,7 @@ void TestExport::pdfAppearance()
     QVERIFY(pdf.pages >= 2);
     for (int page = 0; page < pdf.pages; ++page) {
         const QPDFObjectHandle::Rectangle box = pdf.boxes.at(page);
-        const QByteArray fill = PDFBackground::fillOperators(darkBackground, box.llx, box.lly,
+        const QByteArray fill = PDFBackground::fillOperators(*darkBackground, box.llx, box.lly,
                                                              box.urx - box.llx, box.ury - box.lly);
         QCOMPARE(pdf.firstContents.at(page).startsWith(fill), keepDark);
     }
