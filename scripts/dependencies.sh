@@ -5,10 +5,12 @@ set -euo pipefail
 
 lumo_packages=(
     build-essential cmake ninja-build ccache pkg-config  # compiler and build
-    qt6-base-dev qt6-base-dev-tools libgl-dev libvulkan-dev  # Qt Widgets
+    qt6-base-dev qt6-base-dev-tools libgl-dev libvulkan-dev  # Qt Widgets, print support
     qt6-webengine-dev qt6-webengine-dev-tools qt6-webchannel-dev  # the reading page
     libuchardet-dev   # guessing the encoding of non-UTF-8 files
-    libqpdf-dev       # dark backgrounds under exported PDF pages
+    libqpdf-dev       # dark backgrounds and bookmarks in exported PDF pages
+    xdg-utils         # xdg-mime: making Lumo the default for Markdown files
+    desktop-file-utils appstream  # checking the desktop entry and AppStream metadata
     libbenchmark-dev  # the benchmarks under bench/
     xvfb xauth        # a display for the GUI tests
     fonts-dejavu-core fonts-noto-color-emoji # text and emoji in the page

@@ -1,10 +1,67 @@
 #include "CommandLineTool.h"
 
+#include "ResourcePaths.h"
+
+#include <QCoreApplication>
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QUrl>
 #include <QUrlQuery>
 
 namespace CommandLineTool {
+
+QString script()
+{
+    const QString path = ResourcePaths::file(QStringLiteral("bin/lumo"));
+    return QFileInfo::exists(path) ? path : QString();
+}
+
+QStringList candidates()
+{
+    return {QStringLiteral("/opt/homebrew/bin"), QStringLiteral("/usr/local/bin"),
+            QDir::homePath() + QStringLiteral("/.local/bin")};
+}
+
+InstallResult installLink(const QString &script, const QStringList &candidates)
+{
+    const QString program = QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath();
+    const auto isProgram = [&program](const QString &path) {
+        return !program.isEmpty() && QFileInfo(path).canonicalFilePath() == program;
+    };
+    QString folder = candidates.value(candidates.size() - 1);
+    for (const QString &candidate : candidates) {
+        const QFileInfo info(candidate);
+        if (info.isDir() && info.isWritable() && !isProgram(candidate + QStringLiteral("/lumo"))) {
+            folder = candidate;
+            break;
+        }
+    }
+    InstallResult result;
+    result.link = QDir(folder).filePath(QStringLiteral("lumo"));
+    if (!QDir().mkpath(folder)) {
+        result.error = QCoreApplication::translate("CommandLineTool", "The folder %1 could not be "
+                                                                      "created.")
+                           .arg(folder);
+        return result;
+    }
+    if (!isProgram(result.link))
+        QFile::remove(result.link);
+    QFile target(script);
+    if (!target.link(result.link)) {
+        result.error = target.errorString();
+        return result;
+    }
+    result.installed = true;
+    return result;
+}
+
+QString usage()
+{
+    return QStringLiteral("\n\nlumo FILE.md    open a file\n"
+                          "lumo [FOLDER]   browse a folder's Markdown in the sidebar\n"
+                          "tool | lumo -   open piped Markdown");
+}
 
 std::optional<QString> folderToOpen(const QString &urlText)
 {

@@ -2,6 +2,7 @@
 
 #include "Brand.h"
 #include "CustomCSS.h"
+#include "DefaultApp.h"
 #include "Preferences.h"
 #include "ReaderPreferences.h"
 #include "TextScale.h"
@@ -20,6 +21,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QSlider>
+#include <QStyle>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -279,12 +281,54 @@ void SettingsWindow::buildOpeningSection(QWidget *content)
     connect(m_openInEditMode, &QCheckBox::clicked, this,
             [this](bool on) { m_preferences.setOpenInEditMode(on); });
 
+    auto *defaultRow = new QWidget(content);
+    auto *defaultLayout = new QHBoxLayout(defaultRow);
+    defaultLayout->setContentsMargins(0, 0, 0, 0);
+    m_makeDefault = new QPushButton(tr("Make Default"), defaultRow);
+    m_makeDefault->setObjectName(QStringLiteral("makeDefault"));
     // Becoming the default handler needs the installed desktop entry, which a build
-    // tree does not have yet.
-    m_makeDefault = new QPushButton(tr("Make Default"), content);
-    m_makeDefault->setEnabled(false);
-    m_makeDefault->setToolTip(tr("Available in an installed Lumo"));
-    form->addRow(tr("Default app for .md:"), m_makeDefault);
+    // tree does not have.
+    if (!DefaultApp::isInstalledCopy()) {
+        m_makeDefault->setEnabled(false);
+        m_makeDefault->setToolTip(tr("Available in an installed Lumo"));
+    }
+    m_isDefault = new QLabel(defaultRow);
+    m_isDefault->setObjectName(QStringLiteral("isDefault"));
+    m_isDefault->setPixmap(QIcon::fromTheme(QStringLiteral("emblem-default"),
+                                            style()->standardIcon(QStyle::SP_DialogApplyButton))
+                               .pixmap(18, 18));
+    m_isDefault->setToolTip(tr("Lumo opens Markdown files"));
+    m_isDefault->hide();
+    defaultLayout->addWidget(m_makeDefault);
+    defaultLayout->addWidget(m_isDefault);
+    defaultLayout->addStretch();
+    form->addRow(tr("Default app for .md:"), defaultRow);
+    connect(m_makeDefault, &QPushButton::clicked, this, [this] {
+        m_makeDefault->setEnabled(false);
+        QPointer<SettingsWindow> self(this);
+        DefaultApp::makeDefault([self] {
+            if (self)
+                self->showWhetherDefault();
+        });
+    });
+}
+
+void SettingsWindow::showWhetherDefault()
+{
+    QPointer<SettingsWindow> self(this);
+    DefaultApp::isDefault([self](bool isOurs) {
+        if (!self)
+            return;
+        self->m_isDefault->setVisible(isOurs);
+        self->m_makeDefault->setVisible(!isOurs);
+        self->m_makeDefault->setEnabled(DefaultApp::isInstalledCopy());
+    });
+}
+
+void SettingsWindow::showEvent(QShowEvent *event)
+{
+    showWhetherDefault();
+    QWidget::showEvent(event);
 }
 
 void SettingsWindow::buildCustomCSSSection(QWidget *content)

@@ -24,6 +24,7 @@ public:
 
 protected:
     void changeEvent(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     void buildThemeSection(QWidget *content);
@@ -32,6 +33,8 @@ private:
     void buildCustomCSSSection(QWidget *content);
     void alignLabelColumns();
     void applyTint();
+    // Asks the desktop whether Lumo is the default, then shows the check or the button.
+    void showWhetherDefault();
 
     void showTheme();
     void showReaderFont();
@@ -46,5 +49,6 @@ private:
     QLabel *m_textSizeLabel = nullptr;
     QCheckBox *m_openInEditMode = nullptr;
     QPushButton *m_makeDefault = nullptr;
+    QLabel *m_isDefault = nullptr;
     QCheckBox *m_useCustomCSS = nullptr;
 };

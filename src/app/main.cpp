@@ -1,4 +1,7 @@
 #include "app/Application.h"
+#include "app/DesktopCommands.h"
+#include "app/ExportCommand.h"
+#include "app/HeadlessExport.h"
 #include "app/LegacyMigration.h"
 #include "app/Preferences.h"
 #include "app/SingleInstance.h"
@@ -6,6 +9,8 @@
 #include "document/TextEncoding.h"
 
 #include <cstdio>
+#include <cstring>
+#include <optional>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -18,6 +23,7 @@ void printUsage()
     std::fputs("usage: lumo [FILE.md ...]   open Markdown files\n"
                "       lumo [FOLDER]        open a folder\n"
                "       tool | lumo -        read Markdown from standard input\n"
+               "       lumo --export html|pdf [--dark] IN.md OUT\n"
                "       lumo --post NAME [ARG]\n",
                stdout);
 }
@@ -51,6 +57,22 @@ QJsonObject openRequest(const QStringList &arguments)
 
 int main(int argc, char *argv[])
 {
+    // A headless export stands alone: checked before anything starts, and never
+    // handed to a running Lumo.
+    std::optional<ExportCommand> exportCommand;
+    if (argc > 1 && std::strcmp(argv[1], "--export") == 0) {
+        QStringList exportArguments;
+        for (int i = 1; i < argc; ++i)
+            exportArguments.append(QString::fromLocal8Bit(argv[i]));
+        QString error;
+        exportCommand = ExportCommand::parse(exportArguments, &error);
+        if (!exportCommand) {
+            std::fprintf(stderr, "lumo: %s\nusage: %s\n", qUtf8Printable(error),
+                         qUtf8Printable(ExportCommand::usage()));
+            return 2;
+        }
+        HeadlessExport::prepareEnvironment();
+    }
     WebEngineSetup::prepare();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Lumo"));
@@ -58,7 +80,14 @@ int main(int argc, char *argv[])
     QApplication::setApplicationVersion(QStringLiteral(LUMO_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("lumo"));
 
+    if (exportCommand)
+        return HeadlessExport::run(*exportCommand);
+
     const QStringList arguments = QApplication::arguments().mid(1);
+    if (arguments.value(0) == QLatin1String("--version")) {
+        std::printf("lumo %s\n", LUMO_VERSION);
+        return 0;
+    }
     if (arguments.contains(QLatin1String("--help")) || arguments.contains(QLatin1String("-h"))) {
         printUsage();
         return 0;
@@ -93,6 +122,7 @@ int main(int argc, char *argv[])
     lumo.handleRequest(request);
     if (lumo.windows().isEmpty())
         return 1;
+    DesktopCommands::offerOnFirstLaunch();
     const int status = QApplication::exec();
     Preferences::shared().sync();
     return status;

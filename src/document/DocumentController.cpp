@@ -13,17 +13,21 @@
 #include "OpenDocument.h"
 #include "PageActions.h"
 #include "PageScript.h"
+#include "PDFPrint.h"
 #include "PreviewPage.h"
 #include "workspace/ReadState.h"
 #include "workspace/RootResolver.h"
 #include "workspace/Workspace.h"
+#include "RichText.h"
 
 #include <cmath>
 #include <cstdio>
+#include <QClipboard>
 #include <QCoreApplication>
 #include <QDir>
 #include <QEvent>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -589,5 +593,66 @@ void DocumentController::handleDebugHook(const QString &name, const QString &arg
         setShowQuickOpen(true);
     } else if (name == QLatin1String("lumoapp.debug.search")) {
         setShowSearch(true);
+    } else if (name == QLatin1String("lumoapp.debug.exportPDF")) {
+        // "path|appearance", split once; anything but two pieces asks for nothing.
+        const qsizetype bar = argument.indexOf(QLatin1Char('|'));
+        QStringList pieces{argument.left(bar), argument.mid(bar + 1)};
+        pieces.removeAll(QString());
+        if (bar < 0 || pieces.size() != 2)
+            return;
+        const Appearance appearance =
+            pieces.at(1).contains(QLatin1String("dark"), Qt::CaseInsensitive) ? Appearance::Dark
+                                                                              : Appearance::Light;
+        const QString path = pieces.at(0);
+        runPrint(path, appearance, [path](bool ok, const QString &error) {
+            if (!ok)
+                std::fprintf(stdout, "Lumo export failed: %s: %s\n", qUtf8Printable(path),
+                             qUtf8Printable(error));
+            std::fflush(stdout);
+        });
+    } else if (name == QLatin1String("lumoapp.debug.copyRich")) {
+        copyRichText();
     }
+}
+
+void DocumentController::runPrint(const QString &path, Appearance appearance, Done done)
+{
+    if (!page() || !m_isReady) {
+        if (done)
+            done(false, QStringLiteral("the page is not ready yet"));
+        return;
+    }
+    PDFPrint::toFile(page(), path, appearance, [done](bool ok, const QString &error) {
+        if (done)
+            done(ok, error);
+    });
+}
+
+void DocumentController::copyRichText(Done done)
+{
+    if (!page() || !m_isReady) {
+        if (done)
+            done(false, QStringLiteral("the page is not ready yet"));
+        return;
+    }
+    QPointer<DocumentController> self(this);
+    embeddedImages([self, done](const QJsonObject &images) {
+        if (!self)
+            return;
+        const QString argument =
+            QString::fromUtf8(QJsonDocument(images).toJson(QJsonDocument::Compact));
+        self->page()->callAwaited(
+            QStringLiteral("richHTML"), argument,
+            [done](const QJsonValue &html, const QString &error) {
+                if (!html.isString()) {
+                    if (done)
+                        done(false,
+                             error.isEmpty() ? QStringLiteral("the page gave no text") : error);
+                    return;
+                }
+                QGuiApplication::clipboard()->setMimeData(RichText::mimeData(html.toString()));
+                if (done)
+                    done(true, QString());
+            });
+    });
 }

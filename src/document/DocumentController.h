@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/Brand.h"
 #include "OpenDocument.h"
 #include "OutlineItem.h"
 
@@ -125,6 +126,11 @@ public:
     void writeHTML(const QString &path, Done done = {});
     // The file name without extension, or "Untitled".
     QString title() const;
+    // Prints the page to a PDF in the appearance (dark pages painted edge to edge),
+    // with bookmarks from the outline; the page returns to its own appearance after.
+    void runPrint(const QString &path, Appearance appearance, Done done = {});
+    // Puts the document on the clipboard as light, inline-styled HTML and plain text.
+    void copyRichText(Done done = {});
 
     // Runs action once the file at path has been rendered (now, when it already has).
     static void whenReady(const QString &path, std::function<void()> action);

@@ -2,11 +2,13 @@
 
 #include "app/Brand.h"
 #include "app/CustomCSS.h"
+#include "app/DesktopCommands.h"
 #include "app/Preferences.h"
 #include "app/ReaderPreferences.h"
 #include "app/SettingsWindow.h"
 #include "DocumentTab.h"
 #include "editor/FormatMenu.h"
+#include "ExportCommands.h"
 #include "OutlinePopover.h"
 #include "workspace/FolderOpener.h"
 #include "workspace/FolderOpening.h"
@@ -117,6 +119,7 @@ void DocumentWindow::buildMenus()
     QAction *settings = edit->addAction(tr("&Settings…"), QKeySequence(tr("Ctrl+,")), this,
                                         &SettingsWindow::showShared);
     settings->setMenuRole(QAction::PreferencesRole);
+    DesktopCommands::addTo(edit);
 
     m_modeAction = new QAction(tr("&Edit Document"), this);
     m_modeAction->setShortcut(QKeySequence(tr("Ctrl+E")));
@@ -199,6 +202,7 @@ void DocumentWindow::buildMenus()
         WorkspaceCommands::addTo(this, file, m_recentMenu->menuAction(), view, m_sidebarAction);
     m_documentActions +=
         SearchCommands::addTo(file, m_recentMenu->menuAction(), edit, findPrevious, this);
+    m_documentActions += ExportCommands::addTo(this, file, exportAction, edit);
 
     QToolBar *toolbar = addToolBar(tr("Document"));
     toolbar->setObjectName(QStringLiteral("documentToolbar"));

@@ -1,8 +1,10 @@
 #include "app/CommandLineTool.h"
 #include "app/CustomCSS.h"
+#include "app/DefaultApp.h"
 #include "app/LegacyMigration.h"
 #include "app/Preferences.h"
 
+#include <algorithm>
 #include <QDesktopServices>
 #include <QFile>
 #include <QSettings>
@@ -20,6 +22,10 @@ class TestCommandLine : public QObject
 private Q_SLOTS:
     void folderUrls_data();
     void folderUrls();
+    void installLink_data();
+    void installLink();
+    void defaultApp_data();
+    void defaultApp();
     void migration_data();
     void migration();
     void migrationRunsOnce();
@@ -60,6 +66,115 @@ void TestCommandLine::folderUrls()
     QFETCH(QString, url);
     QFETCH(QString, folder);
     QCOMPARE(CommandLineTool::folderToOpen(url).value_or(QString()), folder);
+}
+
+void TestCommandLine::installLink_data()
+{
+    // Three candidate folders "first", "second", "home"; those listed exist (the
+    // others are not writable, being absent); occupant is what "lumo" is beforehand.
+    QTest::addColumn<QStringList>("existing");
+    QTest::addColumn<QString>("occupant");
+    QTest::addColumn<QString>("chosen");
+
+    QTest::newRow("first writable wins")
+        << QStringList{u"first"_s, u"second"_s} << QString() << u"first"_s;
+    QTest::newRow("next writable")
+        << QStringList{u"second"_s, u"home"_s} << QString() << u"second"_s;
+    QTest::newRow("none writable: home created") << QStringList{} << QString() << u"home"_s;
+    QTest::newRow("a file is replaced") << QStringList{u"second"_s} << u"file"_s << u"second"_s;
+    QTest::newRow("an old link is replaced")
+        << QStringList{u"first"_s} << u"dangling"_s << u"first"_s;
+}
+
+void TestCommandLine::installLink()
+{
+    QFETCH(QStringList, existing);
+    QFETCH(QString, occupant);
+    QFETCH(QString, chosen);
+
+    QTemporaryDir dir;
+    const QString script = dir.filePath(u"share/lumo/bin/lumo"_s);
+    QVERIFY(QDir().mkpath(QFileInfo(script).absolutePath()));
+    QFile(script).open(QIODevice::WriteOnly);
+    const QStringList names{u"first"_s, u"second"_s, u"home"_s};
+    QStringList candidates;
+    for (const QString &name : names) {
+        candidates.append(dir.filePath(name + u"/bin"_s));
+        if (existing.contains(name))
+            QVERIFY(QDir().mkpath(candidates.constLast()));
+    }
+    const QString expected = candidates.at(names.indexOf(chosen)) + u"/lumo"_s;
+    if (occupant == u"file"_s) {
+        QFile file(expected);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("an older lumo");
+    } else if (occupant == u"dangling"_s) {
+        QVERIFY(QFile::link(dir.filePath(u"gone"_s), expected));
+    }
+
+    const CommandLineTool::InstallResult result = CommandLineTool::installLink(script, candidates);
+    QVERIFY2(result.installed, qPrintable(result.error));
+    QCOMPARE(result.link, expected);
+    QCOMPARE(QFileInfo(expected).symLinkTarget(), script);
+    for (const QString &candidate : candidates) {
+        if (candidate + u"/lumo"_s != expected)
+            QVERIFY(!QFileInfo(candidate + u"/lumo"_s).exists());
+    }
+
+    // A fallback folder that cannot be made is reported, not silently skipped.
+    const CommandLineTool::InstallResult failed =
+        CommandLineTool::installLink(script, {dir.filePath(u"absent"_s), script + u"/bin"_s});
+    QVERIFY(!failed.installed);
+    QVERIFY(!failed.error.isEmpty());
+}
+
+void TestCommandLine::defaultApp_data()
+{
+    // What a stand-in xdg-mime answers to "query default text/markdown"; null when
+    // there is no xdg-mime at all.
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<bool>("isDefault");
+
+    QTest::newRow("ours") << u"lumo.desktop"_s << true;
+    QTest::newRow("another") << u"org.gnome.TextEditor.desktop"_s << false;
+    QTest::newRow("like ours") << u"lumo.desktop.old"_s << false;
+    QTest::newRow("no xdg-mime") << QString() << false;
+}
+
+void TestCommandLine::defaultApp()
+{
+    QFETCH(QString, answer);
+    QFETCH(bool, isDefault);
+
+    QTemporaryDir dir;
+    if (!answer.isNull()) {
+        QFile tool(dir.filePath(u"xdg-mime"_s));
+        QVERIFY(tool.open(QIODevice::WriteOnly));
+        tool.write("#!/bin/sh\necho \"$*\" >> '" + dir.filePath(u"calls"_s).toUtf8() +
+                   "'\n[ \"$1\" = query ] && echo " + answer.toUtf8() + "\nexit 0\n");
+        tool.close();
+        tool.setPermissions(tool.permissions() | QFile::ExeOwner);
+    }
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", dir.path().toUtf8());
+
+    std::optional<bool> answered;
+    DefaultApp::isDefault([&answered](bool ours) { answered = ours; });
+    bool made = false;
+    DefaultApp::makeDefault([&made] { made = true; });
+    QTRY_VERIFY(answered.has_value() && made);
+    qputenv("PATH", path);
+    QCOMPARE(*answered, isDefault);
+
+    QFile calls(dir.filePath(u"calls"_s));
+    if (!answer.isNull()) {
+        QVERIFY(calls.open(QIODevice::ReadOnly));
+        // The two ran side by side, in either order.
+        QList<QByteArray> lines = calls.readAll().trimmed().split('\n');
+        std::sort(lines.begin(), lines.end());
+        QCOMPARE(lines, (QList<QByteArray>{"default lumo.desktop text/markdown text/x-markdown",
+                                           "query default text/markdown"}));
+    }
 }
 
 void TestCommandLine::migration_data()

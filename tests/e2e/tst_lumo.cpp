@@ -2,6 +2,7 @@
 // its command line and the diagnostic hooks exactly as a user's shell would.
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QProcess>
 #include <QSettings>
@@ -25,12 +26,17 @@ private Q_SLOTS:
     void hooksOpenFiles();
     void hooksNeedTheirPreference();
     void opensFolders();
+    void headlessExport_data();
+    void headlessExport();
+    void exportHooks();
+    void launcherScriptReachesTheRunningLumo();
 
 private:
     QProcessEnvironment environment() const;
     void start(const QStringList &arguments, bool debugHooks = true);
     // Runs a short-lived lumo (a later launch or --post) to completion.
-    int run(const QStringList &arguments, const QByteArray &input = {});
+    int run(const QStringList &arguments, const QByteArray &input = {},
+            QByteArray *errors = nullptr, const QString &program = QStringLiteral(LUMO_BINARY));
     QString fixture(const QString &name, const QByteArray &bytes);
     // Lines "Lumo JS error: <tag>:<text>" printed by every open page for a probe script.
     QStringList probe(const QString &expression);
@@ -92,15 +98,18 @@ void TestLumo::start(const QStringList &arguments, bool debugHooks)
         QFile::exists(m_home->filePath(u"run"_s) + u"/lumo-%1.socket"_s.arg(::getuid())), 20000);
 }
 
-int TestLumo::run(const QStringList &arguments, const QByteArray &input)
+int TestLumo::run(const QStringList &arguments, const QByteArray &input, QByteArray *errors,
+                  const QString &program)
 {
     QProcess process;
     process.setProcessEnvironment(environment());
-    process.start(QStringLiteral(LUMO_BINARY), arguments);
+    process.start(program, arguments);
     process.write(input);
     process.closeWriteChannel();
-    if (!process.waitForFinished(20000))
+    if (!process.waitForFinished(30000))
         return -1;
+    if (errors)
+        *errors = process.readAllStandardError();
     return process.exitCode();
 }
 
@@ -245,6 +254,82 @@ void TestLumo::opensFolders()
     QSettings settings(m_home->filePath(u"config/Lumo/Lumo.conf"_s), QSettings::IniFormat);
     QCOMPARE(settings.value(u"workspaceFolders"_s).toStringList(),
              (QStringList{m_home->filePath(u"more notes"_s), m_home->filePath(u"notes"_s)}));
+void TestLumo::headlessExport_data()
+{
+    QTest::addColumn<QStringList>("arguments"); // IN and OUT stand for the two files
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("output"); // how the written file starts, or what stderr says
+
+    QTest::newRow("pdf") << QStringList{u"pdf"_s, u"--dark"_s, u"IN"_s, u"OUT"_s} << 0
+                         << QByteArray("%PDF-");
+    QTest::newRow("html") << QStringList{u"html"_s, u"IN"_s, u"OUT"_s} << 0
+                          << QByteArray("<!doctype html>");
+    QTest::newRow("missing input")
+        << QStringList{u"pdf"_s, u"MISSING"_s, u"OUT"_s} << 1 << QByteArray("lumo: cannot read ");
+    QTest::newRow("unwritable output") << QStringList{u"html"_s, u"IN"_s, u"IN/out.html"_s} << 1
+                                       << QByteArray("lumo: cannot write ");
+    QTest::newRow("no output") << QStringList{u"pdf"_s, u"IN"_s} << 2 << QByteArray("usage: ");
+    QTest::newRow("unknown format") << QStringList{u"rtf"_s, u"IN"_s, u"OUT"_s} << 2
+                                    << QByteArray("lumo: unknown export format");
+}
+
+void TestLumo::headlessExport()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, status);
+    QFETCH(QByteArray, output);
+
+    const QString in = fixture(u"in.md"_s, "# Exported\n\nText.\n");
+    const QString out = m_home->filePath(u"out.file"_s);
+    QStringList command{u"--export"_s};
+    for (QString argument : std::as_const(arguments))
+        command.append(argument.replace(u"MISSING"_s, m_home->filePath(u"missing.md"_s))
+                           .replace(u"IN"_s, in)
+                           .replace(u"OUT"_s, out));
+    // A running Lumo does not take the export over.
+    if (status == 0)
+        start({fixture(u"other.md"_s, "# Other\n")});
+    QByteArray errors;
+    QCOMPARE(run(command, {}, &errors), status);
+    if (status != 0) {
+        QVERIFY2(errors.contains(output), errors.constData());
+        QVERIFY(!QFile::exists(out));
+        return;
+    }
+    QFile file(out);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readAll().startsWith(output));
+}
+
+void TestLumo::exportHooks()
+{
+    start({fixture(u"first.md"_s, "# First\n")});
+    // Path and appearance split at the first bar; anything but two pieces does nothing.
+    const QString lonely = m_home->filePath(u"lonely.pdf"_s);
+    QCOMPARE(run({u"--post"_s, u"lumoapp.debug.exportPDF"_s, lonely}), 0);
+    QCOMPARE(run({u"--post"_s, u"lumoapp.debug.exportPDF"_s, lonely + u"|"_s}), 0);
+    const QString out = m_home->filePath(u"out.pdf"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(run({u"--post"_s, u"lumoapp.debug.exportPDF"_s, out + u"|dark"_s}) ==
+                                     0 &&
+                                 QFileInfo(out).size() > 0,
+                             30000);
+    QVERIFY(!QFile::exists(lonely));
+}
+
+void TestLumo::launcherScriptReachesTheRunningLumo()
+{
+    const QString script =
+        QFileInfo(QStringLiteral(LUMO_BINARY)).absolutePath() + u"/../share/lumo/bin/lumo"_s;
+    QVERIFY(QFileInfo(script).isExecutable());
+    start({fixture(u"first.md"_s, "# First\n")});
+
+    QCOMPARE(run({fixture(u"second.md"_s, "# Second\n")}, {}, nullptr, script), 0);
+    QCOMPARE(run({u"-"_s}, "# Piped\n", nullptr, script), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
+                              (QStringList{u"First"_s, u"Piped"_s, u"Second"_s}), 30000);
+    QByteArray errors;
+    QCOMPARE(run({u"--frobnicate"_s}, {}, &errors, script), 2);
+    QVERIFY(errors.contains("usage: lumo FILE.md"));
 }
 
 QTEST_GUILESS_MAIN(TestLumo)
