@@ -254,6 +254,8 @@ void TestLumo::opensFolders()
     QSettings settings(m_home->filePath(u"config/Lumo/Lumo.conf"_s), QSettings::IniFormat);
     QCOMPARE(settings.value(u"workspaceFolders"_s).toStringList(),
              (QStringList{m_home->filePath(u"more notes"_s), m_home->filePath(u"notes"_s)}));
+}
+
 void TestLumo::headlessExport_data()
 {
     QTest::addColumn<QStringList>("arguments"); // IN and OUT stand for the two files

@@ -137,16 +137,19 @@ export function createScrollSync({ container, post }) {
   let ownScrollAt = 0;
   let frame = 0;
   let settle = 0;
-  let followY = NaN; // where the page last scrolled to while following a target
+  // Only the reader's own input ends a follow: the engine's scroll anchoring also
+  // moves the page while blocks take their height, and must not.
+  const stopFollowing = () => {
+    cancelAnimationFrame(settle);
+    settle = 0;
+  };
+  for (const type of ['wheel', 'touchstart', 'keydown', 'mousedown']) {
+    window.addEventListener(type, stopFollowing, { passive: true, capture: true });
+  }
 
   window.addEventListener(
     'scroll',
     () => {
-      if (!(Math.abs(window.scrollY - followY) < 1)) {
-        cancelAnimationFrame(settle); // the reader took over
-        settle = 0;
-      }
-      followY = NaN;
       if (Math.abs(window.scrollY - ownScrollY) < 1 && performance.now() - ownScrollAt < 1000) {
         ownScrollY = NaN;
         return;
@@ -172,19 +175,22 @@ export function createScrollSync({ container, post }) {
 
   // Blocks laid out for the first time when they come into view change their
   // height, and with it where a target is: follow it for the next few frames.
+  // Ends once the target has held still for a few frames, or after a second.
   function follow(targetY, scroll) {
     cancelAnimationFrame(settle);
-    const go = (y) => {
-      scroll(y);
-      followY = window.scrollY;
-    };
-    go(targetY());
-    let frames = 4;
+    scroll(targetY());
+    let frames = 60;
+    let still = 0;
     const check = () => {
       settle = 0;
       const y = targetY();
-      if (Math.abs(y - window.scrollY) >= 1) go(y);
-      if (--frames > 0) settle = requestAnimationFrame(check);
+      if (Math.abs(y - window.scrollY) >= 1) {
+        scroll(y);
+        still = 0;
+      } else {
+        still += 1;
+      }
+      if (still < 4 && --frames > 0) settle = requestAnimationFrame(check);
     };
     settle = requestAnimationFrame(check);
   }

@@ -184,6 +184,8 @@ test('scrolling reports the fractional top line once per frame, but not for its 
   await frame();
   assert.deepEqual(take(), [], 'own scroll is not echoed');
 
+  // The reader scrolls (input first, as a wheel or key gives), which ends the follow.
+  window.dispatchEvent(new window.Event('wheel'));
   window.scrollTo(0, 300);
   scrollEvent();
   scrollEvent();
