@@ -41,6 +41,9 @@ void TestPageContract::json_data()
     QTest::newRow("unicode") << u"é ✓ 😀"_s << u"\"é ✓ 😀\""_s;
     QTest::newRow("control character") << u"\u0001"_s << u"\"\\u0001\""_s;
     QTest::newRow("empty") << QString() << u"\"\""_s;
+    QTest::newRow("lone surrogates escaped, pairs kept")
+        << u"a"_s + QChar(0xd800) + u"b"_s + QChar(0xdc00) + u"😀"_s
+        << u"\"a\\ud800b\\udc00😀\""_s;
 }
 
 void TestPageContract::json()

@@ -98,6 +98,24 @@ function lineOf(starts, offset) {
   return lo;
 }
 
+// Texts are compared a span at a time (the engine compares flat strings
+// natively), then character by character inside the span that differs.
+const SPAN = 4096;
+
+function commonPrefix(a, b, max) {
+  let p = 0;
+  while (p + SPAN <= max && a.slice(p, p + SPAN) === b.slice(p, p + SPAN)) p += SPAN;
+  while (p < max && a.charCodeAt(p) === b.charCodeAt(p)) p++;
+  return p;
+}
+
+function commonSuffix(a, b, max) {
+  let q = 0;
+  while (q + SPAN <= max && a.slice(a.length - q - SPAN, a.length - q) === b.slice(b.length - q - SPAN, b.length - q)) q += SPAN;
+  while (q < max && a.charCodeAt(a.length - 1 - q) === b.charCodeAt(b.length - 1 - q)) q++;
+  return q;
+}
+
 function sameRefs(a, b) {
   const ka = Object.keys(a);
   if (ka.length !== Object.keys(b).length) return false;
@@ -352,10 +370,8 @@ export function createBlockConverter() {
     const old = doc;
     const oldText = old.text;
     const max = Math.min(text.length, oldText.length);
-    let p = 0;
-    while (p < max && text.charCodeAt(p) === oldText.charCodeAt(p)) p++;
-    let q = 0;
-    while (q < max - p && text.charCodeAt(text.length - 1 - q) === oldText.charCodeAt(oldText.length - 1 - q)) q++;
+    const p = commonPrefix(text, oldText, max);
+    const q = commonSuffix(text, oldText, max - p);
     const starts = lineStarts(text);
     const total = lineCount(text, starts);
     const cl0 = lineOf(old.starts, p);
@@ -489,6 +505,7 @@ export function createBlockConverter() {
     reset() {
       doc = null;
     },
+
   };
 }
 

@@ -41,6 +41,7 @@ export function cleanClone(container, images) {
     n.removeAttribute('data-line-end');
   });
   clone.querySelectorAll('.lumo-changed').forEach((n) => n.classList.remove('lumo-changed'));
+  clone.querySelectorAll('[data-lumo-float]').forEach((n) => n.removeAttribute('data-lumo-float'));
   clone.querySelectorAll('[class=""]').forEach((n) => n.removeAttribute('class'));
   const live = container.querySelectorAll('input[type="checkbox"]');
   clone.querySelectorAll('input[type="checkbox"]').forEach((box, i) => {

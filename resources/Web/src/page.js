@@ -26,6 +26,14 @@ const APPEND_GROWTH = 1;
 // of its own.
 const BATCH_UNITS = 400;
 
+// Raw HTML that floats: a long document leaves its layout open so that what
+// follows flows around it (.lumo-long in style.css).
+const FLOATING = '[align="left" i], [align="right" i], [style*="float" i]';
+
+function markFloats(nodes) {
+  for (const node of nodes) if (node.nodeType === 1 && (node.matches(FLOATING) || node.querySelector(FLOATING))) node.setAttribute('data-lumo-float', '');
+}
+
 function errorMessage(err) {
   return String(err?.message ?? err);
 }
@@ -39,7 +47,12 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const converter = createBlockConverter();
   let base = null;
   // Units without raw HTML of the document (no run of blocks, no raw text) take the quick check.
-  const sanitize = (units) => sanitizer.fragments(units.map((u) => u.html), base, units.map((u) => !u.blocks && !u.raw));
+  const sanitize = (units) => {
+    const generated = units.map((u) => !u.blocks && !u.raw);
+    const lists = sanitizer.fragments(units.map((u) => u.html), base, generated);
+    lists.forEach((nodes, i) => generated[i] || markFloats(nodes));
+    return lists;
+  };
   const patcher = createPatcher(container, { sanitize });
   let rev = 0;
   let job = null; // a long document still being put on the page

@@ -128,13 +128,12 @@ export function createSanitizer(win) {
     return out;
   }
 
-  function cleanGenerated(nodes, docBase) {
+  function cleanGenerated(nodes) {
     for (const top of nodes) {
       if (top.nodeType !== 1) continue;
       const walker = win.document.createTreeWalker(top, 0x81 /* elements and comments */);
       for (let node = top; node; node = walker.nextNode()) {
         if (node.nodeType === 8 || !generatedElementIsClean(node)) return false;
-        if (node.localName === 'a' || node.localName === 'img') finishElement(node, docBase);
       }
     }
     return true;
@@ -144,7 +143,7 @@ export function createSanitizer(win) {
    * Generated pieces, parsed inertly in one pass and checked one by one;
    * answers each piece's nodes, or null for a piece that holds anything else.
    */
-  function generatedAll(htmlList, docBase) {
+  function generatedAll(htmlList) {
     const template = win.document.createElement('template');
     template.innerHTML = htmlList.join('<!---->');
     const out = [];
@@ -157,7 +156,7 @@ export function createSanitizer(win) {
     }
     out.push(nodes);
     if (out.length !== htmlList.length) return htmlList.map(() => null);
-    return out.map((list) => (cleanGenerated(list, docBase) ? list : null));
+    return out.map((list) => (cleanGenerated(list) ? list : null));
   }
 
   // DOMPurify answers null for HTML that has no body (a <frameset>).
@@ -180,7 +179,7 @@ export function createSanitizer(win) {
       htmlList.forEach((html, i) => (generated[i] ? fast : slow).push(i));
       const out = new Array(htmlList.length);
       if (fast.length) {
-        generatedAll(fast.map((i) => htmlList[i]), docBase).forEach((nodes, k) => {
+        generatedAll(fast.map((i) => htmlList[i])).forEach((nodes, k) => {
           if (nodes) out[fast[k]] = nodes;
           else slow.push(fast[k]);
         });

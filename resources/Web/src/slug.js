@@ -3,8 +3,19 @@
 
 const DROP = /[^\p{L}\p{M}\p{N}\p{Pc} -]/gu;
 
+// Every edit of a long document checks the ids of all its headings again.
+const known = new Map();
+const KNOWN_MAX = 20000;
+
 export function slugify(text) {
-  return String(text).toLowerCase().replace(DROP, '').replace(/ /g, '-');
+  const key = String(text);
+  let slug = known.get(key);
+  if (slug === undefined) {
+    slug = key.toLowerCase().replace(DROP, '').replace(/ /g, '-');
+    if (known.size >= KNOWN_MAX) known.clear();
+    known.set(key, slug);
+  }
+  return slug;
 }
 
 export function createSlugger() {
