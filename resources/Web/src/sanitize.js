@@ -62,24 +62,45 @@ const GENERATED_ATTRS = new Set(['class', 'id', 'title', 'alt', 'href', 'src', '
 const URL_ATTRS = new Set(['href', 'src']);
 const ATTR_WHITESPACE = /[\u0000-\u0020\u00A0\u1680\u180E\u2000-\u2029\u205F\u3000]/g;
 
-function generatedElementIsClean(el) {
-  const tag = el.localName;
-  if (!GENERATED_TAGS.has(tag)) return false;
-  for (const name of el.getAttributeNames()) {
-    if (name === 'data-line' || name === 'data-line-end') continue; // numbers the converter wrote
-    const value = el.getAttribute(name);
-    if (value.includes('<') || value.includes('>')) return false;
+// The converter's markup, read as text: lower-case tags, double-quoted
+// attribute values without < or >, no comments. Anything else fails the check.
+// Whitespace is the parser's own: ASCII only.
+const GENERATED_TAG = /<(\/?)([a-z][a-z0-9]*)((?:[\t\n\f\r ]+[a-z][a-z0-9-]*(?:="[^"<>]*")?)*)[\t\n\f\r ]*>/y;
+const GENERATED_ATTR = /[\t\n\f\r ]+([a-z][a-z0-9-]*)(?:="([^"]*)")?/g;
+// The only character references the converter writes into attributes.
+const OTHER_REFERENCE = /&(?!(?:amp|lt|gt|quot);)/;
+const REFERENCE = /&(amp|lt|gt|quot);/g;
+const REFERENCED = { amp: '&', lt: '<', gt: '>', quot: '"' };
+
+function generatedAttributesAreClean(tag, attributes) {
+  let checkbox = false;
+  GENERATED_ATTR.lastIndex = 0;
+  for (let m; (m = GENERATED_ATTR.exec(attributes)); ) {
+    const name = m[1];
     if (name.startsWith('data-') || name.startsWith('aria-')) continue;
     if (!GENERATED_ATTRS.has(name)) return false;
+    let value = m[2] ?? '';
+    if (value.includes('&')) {
+      if (OTHER_REFERENCE.test(value)) return false;
+      value = value.replace(REFERENCE, (_, ref) => REFERENCED[ref]);
+    }
     if (URL_ATTRS.has(name) && !ALLOWED_URI.test(value.replace(ATTR_WHITESPACE, ''))) return false;
     if (name === 'id' && !SAFE_ID.test(value)) return false;
-    if (name === 'style') {
-      const clean = cleanStyle(value);
-      if (clean === '') el.removeAttribute('style');
-      else if (clean !== value) el.setAttribute('style', clean);
-    }
+    if (name === 'style' && cleanStyle(value) !== value) return false;
+    if (name === 'type') checkbox = value === 'checkbox';
   }
-  return tag !== 'input' || el.getAttribute('type') === 'checkbox';
+  return tag !== 'input' || checkbox;
+}
+
+/** Whether HTML holds only what the converter writes for Markdown without raw HTML. */
+export function generatedHtmlIsClean(html) {
+  for (let at = html.indexOf('<'); at !== -1; at = html.indexOf('<', GENERATED_TAG.lastIndex)) {
+    GENERATED_TAG.lastIndex = at;
+    const m = GENERATED_TAG.exec(html);
+    if (!m || !GENERATED_TAGS.has(m[2])) return false;
+    if (m[1] ? m[3] !== '' : !generatedAttributesAreClean(m[2], m[3])) return false;
+  }
+  return true;
 }
 
 /**
@@ -128,35 +149,29 @@ export function createSanitizer(win) {
     return out;
   }
 
-  function cleanGenerated(nodes) {
-    for (const top of nodes) {
-      if (top.nodeType !== 1) continue;
-      const walker = win.document.createTreeWalker(top, 0x81 /* elements and comments */);
-      for (let node = top; node; node = walker.nextNode()) {
-        if (node.nodeType === 8 || !generatedElementIsClean(node)) return false;
-      }
-    }
-    return true;
-  }
-
   /**
-   * Generated pieces, parsed inertly in one pass and checked one by one;
-   * answers each piece's nodes, or null for a piece that holds anything else.
+   * Generated pieces that pass the check, parsed inertly in one pass; answers
+   * each piece's nodes, or null for a piece that holds anything else.
    */
   function generatedAll(htmlList) {
+    const out = htmlList.map(() => null);
+    const clean = [];
+    htmlList.forEach((html, i) => generatedHtmlIsClean(html) && clean.push(i));
+    if (clean.length === 0) return out;
     const template = win.document.createElement('template');
-    template.innerHTML = htmlList.join('<!---->');
-    const out = [];
+    template.innerHTML = clean.map((i) => htmlList[i]).join('<!---->');
+    const parsed = [];
     let nodes = [];
     for (let node = template.content.firstChild; node; node = node.nextSibling) {
       if (node.nodeType === 8) {
-        out.push(nodes);
+        parsed.push(nodes);
         nodes = [];
       } else nodes.push(node);
     }
-    out.push(nodes);
-    if (out.length !== htmlList.length) return htmlList.map(() => null);
-    return out.map((list) => (cleanGenerated(list) ? list : null));
+    parsed.push(nodes);
+    // A piece that left an element open swallowed a separator: all go the slow way.
+    if (parsed.length === clean.length) clean.forEach((i, k) => (out[i] = parsed[k]));
+    return out;
   }
 
   // DOMPurify answers null for HTML that has no body (a <frameset>).

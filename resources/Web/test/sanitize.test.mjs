@@ -2,7 +2,7 @@ import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { JSDOM, VirtualConsole } from 'jsdom';
 import { convert } from '../src/markdown.js';
-import { cleanStyle, createSanitizer } from '../src/sanitize.js';
+import { cleanStyle, createSanitizer, generatedHtmlIsClean } from '../src/sanitize.js';
 import { createBlockConverter, groupBlocks } from '../src/blocks.js';
 import { documentOf } from '../bench/document.mjs';
 
@@ -87,6 +87,27 @@ test('Markdown without raw HTML: the quick check gives what DOMPurify gives, and
     holder.append(...nodes);
     assertInert(holder, HOSTILE[i][0]);
   });
+});
+
+test('the quick check reads the converter\'s markup as clean, and nothing else', () => {
+  const features = '- [x] t\n\n1. [a](<b c.md> "t & \\"q\\"") ![i](x.png) <https://e.org/?a=1&b=2>\n\n| a | b |\n|:-:|--:|\n| 1 | 2 |\n\n$$x$$\n\n> [!NOTE]\n> n[^q]\n\n[^q]: note';
+  const { blocks, tail } = createBlockConverter().convert(documentOf(4000) + features, BASE);
+  for (const unit of blocks.concat(tail ?? [])) if (!unit.raw) assert.ok(generatedHtmlIsClean(unit.html), unit.html);
+  for (const html of [
+    '<p onclick="x">a</p>',
+    '<a href="javascript:alert(1)">x</a>',
+    '<a href="java&#115;cript:alert(1)">x</a>',
+    '<p>a<!-- c --></p>',
+    '<script>x</script>',
+    '<P>x</P>',
+    '<img src=x>',
+    '<input type="text">',
+    '<p title="a<b">x</p>',
+    '<p style="position:fixed">x</p>',
+    '<a\u00a0onclick="x">y</a>',
+    '<p id="a b">x</p>',
+    '</p class="x">',
+  ]) assert.equal(generatedHtmlIsClean(html), false, html);
 });
 
 test('harmless HTML and our own markup survive', () => {
