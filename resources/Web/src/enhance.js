@@ -9,8 +9,9 @@ import { highlightCode } from './highlight.js';
 import { renderDiagram } from './diagrams.js';
 
 const TARGETS = 'pre, .math, .mermaid-diagram';
-// Work done in one go when idle time never comes (a busy page).
-const BATCH_ON_TIMEOUT_MS = 8;
+// Work done in one go when idle: short, so that a render asked for meanwhile
+// (a keystroke in the editor) does not wait behind it.
+const IDLE_SLICE_MS = 8;
 
 export function renderMath(el) {
   const tex = el.textContent;
@@ -142,7 +143,7 @@ export function createEnhancer({ container, post, isDark, onError }) {
       idle = 0;
       const started = performance.now();
       for (const block of pending.keys()) {
-        if (deadline.didTimeout ? performance.now() - started > BATCH_ON_TIMEOUT_MS : deadline.timeRemaining() < 2) break;
+        if (performance.now() - started > IDLE_SLICE_MS || (!deadline.didTimeout && deadline.timeRemaining() < 2)) break;
         runBlock(block);
       }
       scheduleIdle();
