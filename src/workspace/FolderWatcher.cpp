@@ -11,6 +11,7 @@
 #include <poll.h>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QHash>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
@@ -22,6 +23,9 @@ constexpr quint32 watchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_T
                               IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR |
                               IN_DONT_FOLLOW | IN_EXCL_UNLINK;
 constexpr quint32 selfGoneMask = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
+// On the nearest existing folder above a browsed folder that is gone: it, or a folder
+// on the way to it, appearing; or that folder going too.
+constexpr quint32 awaitMask = IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
 QString joined(const QString &prefix, const QString &name)
 {
@@ -62,8 +66,7 @@ public:
     {
         if (m_inotify < 0 || m_wake < 0)
             return;
-        watchTree(QString(), 0);
-        m_rootWatch = m_watches.key(QString(), -1);
+        awaitRoot();
         using Clock = std::chrono::steady_clock;
         bool pending = false;
         Clock::time_point deadline;
@@ -124,6 +127,15 @@ private:
             flags << flagsOf(event.mask, false);
             return;
         }
+        if (event.wd == m_awaitWatch && m_awaitWatch >= 0) {
+            if (event.mask & (IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED))
+                awaitRoot();
+            if (m_rootWatch >= 0) {
+                paths << QString();
+                flags << flagsOf(0, true);
+            }
+            return;
+        }
         const auto found = m_watches.constFind(event.wd);
         if (found == m_watches.constEnd())
             return;
@@ -137,11 +149,60 @@ private:
         }
         const QString name = event.len ? QFile::decodeName(event.name) : QString();
         const QString path = name.isEmpty() ? folder : joined(folder, name);
+        if ((event.mask & IN_ISDIR) && (event.mask & IN_MOVED_FROM))
+            unwatchTree(path); // watched again below if it moved within the tree
         if ((event.mask & IN_ISDIR) && (event.mask & (IN_CREATE | IN_MOVED_TO)) &&
             isWatchable(folder, QFile::encodeName(name).toStdString()))
             watchTree(path, int(path.count(u'/')) + 1);
         paths << path;
         flags << flagsOf(event.mask, onRoot);
+        if (onRoot && (event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)))
+            awaitRoot();
+    }
+
+    // The browsed folder is gone (or moved: its watches would follow it elsewhere).
+    // Drops every watch and waits, from the nearest existing folder above it, for a
+    // folder of its name to appear, then watches that one.
+    void awaitRoot()
+    {
+        if (m_rootWatch >= 0) {
+            for (auto it = m_watches.constBegin(); it != m_watches.constEnd(); ++it)
+                ::inotify_rm_watch(m_inotify, it.key());
+            m_watches.clear();
+            publishCount();
+            m_rootWatch = -1;
+        }
+        if (m_awaitWatch >= 0)
+            ::inotify_rm_watch(m_inotify, m_awaitWatch);
+        m_awaitWatch = -1;
+        if (QFileInfo(m_root).isDir()) {
+            watchTree(QString(), 0);
+            m_rootWatch = m_watches.key(QString(), -1);
+            return;
+        }
+        for (QString above = QFileInfo(m_root).path();; above = QFileInfo(above).path()) {
+            m_awaitWatch = ::inotify_add_watch(m_inotify, QFile::encodeName(above).constData(), awaitMask);
+            if (m_awaitWatch >= 0 || above == QFileInfo(above).path())
+                break;
+        }
+        // Made in between: the events that would have said so came before the watch.
+        if (QFileInfo(m_root).isDir())
+            awaitRoot();
+    }
+
+    // Stops watching the folder at `relative` and the folders inside it.
+    void unwatchTree(const QString &relative)
+    {
+        const QString inside = relative + u'/';
+        for (auto it = m_watches.begin(); it != m_watches.end();) {
+            if (*it == relative || it->startsWith(inside)) {
+                ::inotify_rm_watch(m_inotify, it.key());
+                it = m_watches.erase(it);
+            } else {
+                ++it;
+            }
+        }
+        publishCount();
     }
 
     // Watches the folder at `relative` (depth levels below the root) and the folders
@@ -196,6 +257,7 @@ private:
     const int m_wake;
     std::atomic<bool> m_stopping{false};
     int m_rootWatch = -1;
+    int m_awaitWatch = -1; // on the folder above a browsed folder that is gone
     // Watch descriptor to the folder's path relative to the root; the kernel hands out
     // the same descriptor for a folder watched twice, so a moved folder is re-keyed.
     QHash<int, QString> m_watches;

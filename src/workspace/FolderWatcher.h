@@ -16,9 +16,11 @@
 // there, and each relevant batch calls the handler once, on the main thread.
 //
 // When the kernel drops events (queue overflow) or the browsed folder itself is moved
-// or deleted, the handler is always called. When no more watches can be added (the
-// per-user limit, or `watchLimit` for this folder), the folders already watched keep
-// reporting and the rest of the tree updates only on explicit rescans.
+// or deleted, the handler is always called; it is called again once a folder of that
+// name appears in its place, which is then watched. A folder moved out of the tree is
+// no longer watched. When no more watches can be added (the per-user limit, or
+// `watchLimit` for this folder), the folders already watched keep reporting and the
+// rest of the tree updates only on explicit rescans.
 //
 // start() and stop() are called on the main thread. The watcher starts once; stop() is
 // idempotent and no handler runs after it; destroying the watcher stops it.

@@ -22,6 +22,9 @@ private Q_SLOTS:
     void ignoresWhatCannotChangeTheTree();
     void queueOverflowWakes();
     void watchLimitLeavesTheRestToRescans();
+    void watchesTheFolderMadeAgain_data();
+    void watchesTheFolderMadeAgain();
+    void forgetsAFolderMovedOut();
     void stopsForGood();
 
 private:
@@ -179,6 +182,51 @@ void TestFolderWatcher::watchLimitLeavesTheRestToRescans()
     QVERIFY(m_watcher->isPartial());
     QVERIFY(TreeBuilder::make(m_dir->path(), {u"top.md"_s}));
     QTRY_COMPARE(m_calls, 1);
+}
+
+void TestFolderWatcher::watchesTheFolderMadeAgain_data()
+{
+    QTest::addColumn<bool>("moved");
+    QTest::newRow("deleted, then made again") << false;
+    QTest::newRow("moved away, another made in its place") << true;
+}
+
+void TestFolderWatcher::watchesTheFolderMadeAgain()
+{
+    QFETCH(bool, moved);
+    startWatching(3);
+    const QString root = m_dir->path();
+    QTemporaryDir away;
+    if (moved)
+        QVERIFY(QDir().rename(root, away.filePath(u"moved"_s)));
+    else
+        QVERIFY(QDir(root).removeRecursively());
+    QTRY_VERIFY(m_calls >= 1);
+    QTRY_COMPARE(m_watcher->watchCount(), 0);
+    // Nothing from the old folder, wherever it went.
+    if (moved)
+        QVERIFY(TreeBuilder::make(away.filePath(u"moved"_s), {u"notes/old.md"_s}));
+    QTest::qWait(3 * FolderWatcher::latencyMilliseconds);
+    const int gone = m_calls;
+
+    QVERIFY(TreeBuilder::make(root, {u"notes/again.md"_s}));
+    QTRY_COMPARE(m_watcher->watchCount(), 2);
+    QTRY_VERIFY(m_calls > gone);
+    const int back = m_calls;
+    QVERIFY(TreeBuilder::make(root, {u"notes/later.md"_s}));
+    QTRY_VERIFY(m_calls > back);
+}
+
+void TestFolderWatcher::forgetsAFolderMovedOut()
+{
+    startWatching(3);
+    QTemporaryDir away;
+    QVERIFY(QDir().rename(m_dir->filePath(u"notes"_s), away.filePath(u"notes"_s)));
+    QTRY_COMPARE(m_watcher->watchCount(), 1);
+    QTRY_COMPARE(m_calls, 1);
+    QVERIFY(TreeBuilder::make(away.path(), {u"notes/deep/c.md"_s}));
+    QTest::qWait(3 * FolderWatcher::latencyMilliseconds);
+    QCOMPARE(m_calls, 1);
 }
 
 void TestFolderWatcher::stopsForGood()
