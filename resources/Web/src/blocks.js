@@ -116,6 +116,32 @@ function commonSuffix(a, b, max) {
   return q;
 }
 
+// A guess at how many rows of text a block takes on the page, for the height
+// a long document gives it before laying it out.
+const ROW_CHARS = 100;
+const FIXED_ROWS = { heading_open: 3, math_block: 2, hr: 2, front_matter: 2 };
+
+function rowsOf(type, source, start, end) {
+  if (FIXED_ROWS[type]) return FIXED_ROWS[type];
+  const lines = end - start;
+  if (type === 'fence') return Math.max(1, lines - 2); // code does not wrap; its fences do not show
+  if (type === 'code_block') return Math.max(1, lines);
+  if (type === 'table_open') return Math.max(1, lines - 1); // the delimiter row does not show
+  const { text, starts } = source;
+  const lengthOf = (line) => (line + 1 < starts.length ? starts[line + 1] - 1 : text.length) - starts[line];
+  let rows = 0;
+  if (type === 'bullet_list_open' || type === 'ordered_list_open') {
+    // An item a row at least.
+    for (let line = start; line < end && line < starts.length; line++) rows += Math.ceil(lengthOf(line) / ROW_CHARS);
+  } else {
+    // Paragraphs wrap their source lines as they like.
+    let chars = 0;
+    for (let line = start; line < end && line < starts.length; line++) chars += lengthOf(line);
+    rows = Math.ceil(chars / ROW_CHARS);
+  }
+  return Math.max(1, rows);
+}
+
 function sameRefs(a, b) {
   const ka = Object.keys(a);
   if (ka.length !== Object.keys(b).length) return false;
@@ -180,7 +206,8 @@ export function createBlockConverter() {
       const html = renderRange(tokens, i, j, env);
       const map = tokens[i].map;
       const start = map ? map[0] + env.lineOffset : (blocks.at(-1)?.end ?? env.lineOffset);
-      const block = { html, key: stripLines(html), start, end: map ? map[1] + env.lineOffset : start, headings: [], fnRefs: [], raw: '', open: null };
+      const end = map ? map[1] + env.lineOffset : start;
+      const block = { html, key: stripLines(html), start, end, rows: rowsOf(tokens[i].type, env.source, start, end), headings: [], fnRefs: [], raw: '', open: null };
       for (let k = i; k < j; k++) {
         const t = tokens[k];
         if (t.type === 'heading_open' && t.meta?.heading) block.headings.push(t.meta.heading);
@@ -208,6 +235,7 @@ export function createBlockConverter() {
   /** The block phase over lines [from, to) of text. */
   function parseBlocks(text, starts, total, from, to, env) {
     const src = text.slice(starts[from], to < starts.length ? starts[to] : text.length);
+    env.source = { text, starts };
     env.lineOffset = from;
     env.lastPiece = to >= total;
     env.openEnded = false;

@@ -41,7 +41,10 @@ export function cleanClone(container, images) {
     n.removeAttribute('data-line-end');
   });
   clone.querySelectorAll('.lumo-changed').forEach((n) => n.classList.remove('lumo-changed'));
-  clone.querySelectorAll('[data-lumo-float]').forEach((n) => n.removeAttribute('data-lumo-float'));
+  clone.querySelectorAll('[data-lumo-float], [data-lumo-rows]').forEach((n) => {
+    n.removeAttribute('data-lumo-float');
+    n.removeAttribute('data-lumo-rows');
+  });
   clone.querySelectorAll('[class=""]').forEach((n) => n.removeAttribute('class'));
   const live = container.querySelectorAll('input[type="checkbox"]');
   clone.querySelectorAll('input[type="checkbox"]').forEach((box, i) => {

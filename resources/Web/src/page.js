@@ -34,6 +34,19 @@ function markFloats(nodes) {
   for (const node of nodes) if (node.nodeType === 1 && (node.matches(FLOATING) || node.querySelector(FLOATING))) node.setAttribute('data-lumo-float', '');
 }
 
+// Heights a long document gives blocks it has not laid out yet, as rows of
+// text (.lumo-long in style.css); a block gets the nearest.
+const ROW_STEPS = [1, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64, 96, 128, 192, 256];
+
+function markRows(nodes, rows) {
+  const element = nodes.find((node) => node.nodeType === 1);
+  if (!element) return;
+  let step = ROW_STEPS.findIndex((n) => n >= rows);
+  if (step < 0) step = ROW_STEPS.length - 1;
+  else if (step > 0 && rows / ROW_STEPS[step - 1] < ROW_STEPS[step] / rows) step -= 1;
+  element.setAttribute('data-lumo-rows', String(ROW_STEPS[step]));
+}
+
 function errorMessage(err) {
   return String(err?.message ?? err);
 }
@@ -50,7 +63,10 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const sanitize = (units) => {
     const generated = units.map((u) => !u.blocks && !u.raw);
     const lists = sanitizer.fragments(units.map((u) => u.html), base, generated);
-    lists.forEach((nodes, i) => generated[i] || markFloats(nodes));
+    lists.forEach((nodes, i) => {
+      if (!generated[i]) markFloats(nodes);
+      if (units[i].rows) markRows(nodes, units[i].rows);
+    });
     return lists;
   };
   const patcher = createPatcher(container, { sanitize });

@@ -151,3 +151,10 @@ test('CRLF text and a changed base are converted whole', () => {
   assertSame(converter.convert(text, BASE), text);
   assert.equal(converter.update(text, 'file:///elsewhere/'), null);
 });
+
+test('blocks carry a guess of the rows they take on the page', () => {
+  const text = ['# Title', 'word '.repeat(60), '```\na\nb\nc\n```', '| a |\n|---|\n| 1 |\n| 2 |', `- x\n- y\n- ${'z'.repeat(150)}`].join('\n\n');
+  const { blocks } = createBlockConverter().convert(text);
+  // A heading; 300 characters of text; three lines of code; a header and two rows; three items, one wrapping.
+  assert.deepEqual(blocks.map((b) => b.rows), [3, 3, 3, 3, 4]);
+});

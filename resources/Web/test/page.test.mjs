@@ -134,7 +134,7 @@ test('exportHTML swaps local images and strips page machinery', async () => {
   assert.match(result.html, /<input type="checkbox" class="task-list-item-checkbox" checked="" disabled="">/);
 });
 
-test('raw HTML that floats is marked to stay laid out, and the mark does not leave the page', async () => {
+test('raw HTML that floats is marked to stay laid out, blocks get a height guess, and neither mark leaves the page', async () => {
   const raw = ['<p align="right"><img src="a.png"></p>', '<div style="float: left">side</div>', '<div>plain</div>', '<img align=LEFT src="b.png">'];
   mv.render(raw.join('\n\n') + '\n\nText.', null, { rev: 1 });
   take();
@@ -142,7 +142,8 @@ test('raw HTML that floats is marked to stay laid out, and the mark does not lea
     Array.from(main.children, (el) => el.hasAttribute('data-lumo-float')),
     [true, true, false, true, false],
   );
-  assert.ok(!(await mv.exportHTML({})).html.includes('data-lumo-float'));
+  assert.equal(main.lastElementChild.getAttribute('data-lumo-rows'), '1');
+  assert.ok(!/data-lumo-(float|rows)/.test((await mv.exportHTML({})).html));
 });
 
 test('richHTML is inline-styled and light whatever the theme', async () => {
