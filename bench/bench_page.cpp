@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <vector>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
@@ -21,6 +20,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QWebEngineView>
+#include <vector>
 
 namespace {
 

@@ -4,6 +4,33 @@
 
 namespace PageScript {
 
+namespace {
+
+// JSON's two-character escapes, or null.
+const char16_t *namedEscape(char16_t c)
+{
+    switch (c) {
+    case u'"':
+        return u"\\\"";
+    case u'\\':
+        return u"\\\\";
+    case u'\n':
+        return u"\\n";
+    case u'\r':
+        return u"\\r";
+    case u'\t':
+        return u"\\t";
+    case u'\b':
+        return u"\\b";
+    case u'\f':
+        return u"\\f";
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
 // Written by hand: a document's whole text passes through here on every
 // render, and a round trip through QJsonDocument and UTF-8 costs several
 // times more.
@@ -18,17 +45,7 @@ QString json(const QString &text)
     qsizetype run = 0; // start of the characters that go out as they are
     for (qsizetype i = 0; i < n; ++i) {
         const char16_t c = data[i].unicode();
-        const char16_t *named = nullptr;
-        switch (c) {
-        case u'"': named = u"\\\""; break;
-        case u'\\': named = u"\\\\"; break;
-        case u'\n': named = u"\\n"; break;
-        case u'\r': named = u"\\r"; break;
-        case u'\t': named = u"\\t"; break;
-        case u'\b': named = u"\\b"; break;
-        case u'\f': named = u"\\f"; break;
-        default: break;
-        }
+        const char16_t *named = namedEscape(c);
         // Control characters, and surrogates without their other half, which
         // would not survive the trip to the page as raw UTF-16.
         bool escape = c < 0x20;
@@ -43,8 +60,8 @@ QString json(const QString &text)
         if (named) {
             out += QStringView(named);
         } else {
-            const char16_t digits[] = {u'\\', u'u', hex[c >> 12], hex[(c >> 8) & 15],
-                                       hex[(c >> 4) & 15], hex[c & 15]};
+            const char16_t digits[] = {
+                u'\\', u'u', hex[c >> 12], hex[(c >> 8) & 15], hex[(c >> 4) & 15], hex[c & 15]};
             out += QStringView(digits, 6);
         }
     }

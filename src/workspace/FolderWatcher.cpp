@@ -181,7 +181,8 @@ private:
             return;
         }
         for (QString above = QFileInfo(m_root).path();; above = QFileInfo(above).path()) {
-            m_awaitWatch = ::inotify_add_watch(m_inotify, QFile::encodeName(above).constData(), awaitMask);
+            m_awaitWatch =
+                ::inotify_add_watch(m_inotify, QFile::encodeName(above).constData(), awaitMask);
             if (m_awaitWatch >= 0 || above == QFileInfo(above).path())
                 break;
         }

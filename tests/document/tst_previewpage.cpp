@@ -21,6 +21,7 @@ private Q_SLOTS:
     void stylingCalls();
     void awaitedCalls();
     void scrolling();
+    void longDocumentsLayOutWhatIsNear();
     void pageMessages_data();
     void pageMessages();
     void malformedMessagesAreIgnored_data();
@@ -194,6 +195,34 @@ void TestPreviewPage::scrolling()
 
     m_page->call(PageScript::scrollToId(u"far-down"_s));
     QTRY_VERIFY(eval(u"window.scrollY"_s).toDouble() > 1000);
+}
+
+void TestPreviewPage::longDocumentsLayOutWhatIsNear()
+{
+    QString text = u"top\n\n<img align=\"right\" src=\"x.png\" width=\"100\" height=\"300\">\n\n"_s;
+    for (int i = 0; i < 700; ++i)
+        text += u"Paragraph %1.\n\n"_s.arg(i);
+    renderAndWait(text);
+    const auto visibility = [this](int child) {
+        return eval(
+                   u"getComputedStyle(document.querySelector('main').children[%1]).contentVisibility"_s
+                       .arg(child))
+            .toString();
+    };
+    // The float and the few blocks that wrap around it stay laid out; the rest is
+    // laid out only near the viewport.
+    QCOMPARE(visibility(0), u"auto"_s);
+    QCOMPARE(visibility(1), u"visible"_s);
+    QCOMPARE(visibility(2), u"visible"_s);
+    QCOMPARE(visibility(4), u"visible"_s);
+    QCOMPARE(visibility(5), u"auto"_s);
+    // A block far below takes the height guessed for one row of text until it is shown.
+    const double fontSize =
+        eval(u"parseFloat(getComputedStyle(document.querySelector('main')).fontSize)"_s).toDouble();
+    const double farHeight =
+        eval(u"document.querySelector('main').children[600].getBoundingClientRect().height"_s)
+            .toDouble();
+    QCOMPARE(qRound(farHeight), qRound(2.6 * fontSize));
 }
 
 void TestPreviewPage::pageMessages_data()
