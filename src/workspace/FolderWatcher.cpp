@@ -128,8 +128,12 @@ private:
             return;
         }
         if (event.wd == m_awaitWatch && m_awaitWatch >= 0) {
-            if (event.mask & (IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED))
-                awaitRoot();
+            // Files made up there say nothing about the browsed folder.
+            const bool folderCame =
+                (event.mask & IN_ISDIR) && (event.mask & (IN_CREATE | IN_MOVED_TO));
+            if (!folderCame && !(event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)))
+                return;
+            awaitRoot();
             if (m_rootWatch >= 0) {
                 paths << QString();
                 flags << flagsOf(0, true);

@@ -128,16 +128,15 @@ function rowsOf(type, source, start, end) {
   if (type === 'code_block') return Math.max(1, lines);
   if (type === 'table_open') return Math.max(1, lines - 1); // the delimiter row does not show
   const { text, starts } = source;
-  const lengthOf = (line) => (line + 1 < starts.length ? starts[line + 1] - 1 : text.length) - starts[line];
+  // Where a line starts, counting a line break after the last one.
+  const at = (line) => (line < starts.length ? starts[line] : text.length + 1);
   let rows = 0;
   if (type === 'bullet_list_open' || type === 'ordered_list_open') {
     // An item a row at least.
-    for (let line = start; line < end && line < starts.length; line++) rows += Math.ceil(lengthOf(line) / ROW_CHARS);
+    for (let line = start; line < end && line < starts.length; line++) rows += Math.ceil((at(line + 1) - 1 - at(line)) / ROW_CHARS);
   } else {
-    // Paragraphs wrap their source lines as they like.
-    let chars = 0;
-    for (let line = start; line < end && line < starts.length; line++) chars += lengthOf(line);
-    rows = Math.ceil(chars / ROW_CHARS);
+    // Paragraphs wrap their source lines as they like: only their characters count.
+    rows = Math.ceil((at(end) - at(start) - lines) / ROW_CHARS);
   }
   return Math.max(1, rows);
 }
@@ -533,7 +532,6 @@ export function createBlockConverter() {
     reset() {
       doc = null;
     },
-
   };
 }
 
