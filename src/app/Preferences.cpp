@@ -17,6 +17,7 @@ QVariant defaultFor(const QString &key)
         {QStringLiteral("openInEditMode"), false},
         {QStringLiteral("useCustomCSS"), false},
         {QStringLiteral("showSidebar"), false},
+        {QStringLiteral("followChanges"), false},
         {QStringLiteral("sidebarWidth"), 250.0},
         {QStringLiteral("debugHooks"), false},
         {QStringLiteral("askedToBeDefault"), false},
@@ -164,6 +165,15 @@ bool Preferences::showSidebar() const
 void Preferences::setShowSidebar(bool on)
 {
     setValue(QStringLiteral("showSidebar"), on);
+}
+
+bool Preferences::followChanges() const
+{
+    return value(QStringLiteral("followChanges")).toBool();
+}
+void Preferences::setFollowChanges(bool on)
+{
+    setValue(QStringLiteral("followChanges"), on);
 }
 
 double Preferences::sidebarWidth() const

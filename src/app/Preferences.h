@@ -24,6 +24,8 @@ class Preferences : public QObject
     Q_PROPERTY(bool useCustomCSS READ useCustomCSS WRITE setUseCustomCSS NOTIFY useCustomCSSChanged)
     Q_PROPERTY(bool showSidebar READ showSidebar WRITE setShowSidebar NOTIFY showSidebarChanged)
     Q_PROPERTY(
+        bool followChanges READ followChanges WRITE setFollowChanges NOTIFY followChangesChanged)
+    Q_PROPERTY(
         double sidebarWidth READ sidebarWidth WRITE setSidebarWidth NOTIFY sidebarWidthChanged)
     Q_PROPERTY(bool debugHooks READ debugHooks WRITE setDebugHooks NOTIFY debugHooksChanged)
     Q_PROPERTY(bool askedToBeDefault READ askedToBeDefault WRITE setAskedToBeDefault NOTIFY
@@ -75,6 +77,9 @@ public:
     void setUseCustomCSS(bool on);
     bool showSidebar() const;
     void setShowSidebar(bool on);
+    // After a change on disk, bring the first changed block into view.
+    bool followChanges() const;
+    void setFollowChanges(bool on);
     double sidebarWidth() const;
     void setSidebarWidth(double width);
     bool debugHooks() const;
@@ -116,6 +121,7 @@ Q_SIGNALS:
     void openInEditModeChanged();
     void useCustomCSSChanged();
     void showSidebarChanged();
+    void followChangesChanged();
     void sidebarWidthChanged();
     void debugHooksChanged();
     void askedToBeDefaultChanged();

@@ -97,6 +97,9 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
 {
     m_renderTimer.setSingleShot(true);
     connect(&m_renderTimer, &QTimer::timeout, this, &DocumentController::render);
+    m_emptyFileGrace.setSingleShot(true);
+    m_emptyFileGrace.setInterval(emptyFileGraceMilliseconds);
+    connect(&m_emptyFileGrace, &QTimer::timeout, this, [this] { reload(false, true); });
 
     auto *page = new PreviewPage(m_webView);
     QWebEngineSettings *settings = page->settings();
@@ -133,6 +136,8 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
             QStringLiteral("textScale"), QStringLiteral("useCustomCSS")};
         if (styling.contains(key))
             applyPrefs();
+        else if (key == QLatin1String("followChanges") && m_isReady)
+            call(PageScript::setFollowChanges(Preferences::shared().followChanges()));
     });
     connect(&CustomCSS::shared(), &CustomCSS::changed, this, &DocumentController::applyPrefs);
 
@@ -290,12 +295,22 @@ void DocumentController::render()
     }
     const bool diff = m_nextRenderIsExternal && m_lastRendered.has_value();
     m_nextRenderIsExternal = false;
+    // The page holds the last text sent: an edit, or a file that grew, need only
+    // send the run that changed, not quote and parse the whole text again.
+    std::optional<TextSplice> splice;
+    if (m_lastRendered && m_lastRenderedBase == base) {
+        splice = TextSplice::between(*m_lastRendered, text);
+        if (splice->inserted.size() > text.size() / 2)
+            splice.reset();
+    }
+    const qint64 from = m_renderRevision;
     m_lastRendered = text;
     m_lastRenderedBase = base;
     ++m_renderRevision;
     if (m_document && !m_document->isUntitled())
         ReadState::shared().noteViewed(m_document->path());
-    call(PageScript::render(text, base, diff, m_renderRevision));
+    call(splice ? PageScript::renderEdit(from, *splice, text.size(), base, diff, m_renderRevision)
+                : PageScript::render(text, base, diff, m_renderRevision));
 }
 
 void DocumentController::applyPrefs()
@@ -328,6 +343,7 @@ void DocumentController::pageBecameReady()
     m_pendingRender = false;
     applyAppearance();
     applyPrefs();
+    call(PageScript::setFollowChanges(Preferences::shared().followChanges()));
     render();
 }
 
@@ -346,6 +362,12 @@ void DocumentController::handleMessage(const QJsonObject &message)
         m_completedRevision = revision.toInteger();
         Q_EMIT renderCompleted(m_completedRevision);
         runPendingActions();
+    } else if (type == QLatin1String("resync")) {
+        // The page lacks the text the newest edit was made against: send all of it.
+        if (message.value(QLatin1String("rev")).toInteger(-1) != m_renderRevision)
+            return;
+        m_lastRendered.reset();
+        render();
     } else if (type == QLatin1String("outline")) {
         m_outline = OutlineItem::fromMessage(message.value(QLatin1String("items")).toArray());
         Q_EMIT outlineChanged();
@@ -448,6 +470,11 @@ void DocumentController::zoom(std::optional<double> step)
 
 void DocumentController::reloadFromDisk(bool force)
 {
+    reload(force, force);
+}
+
+void DocumentController::reload(bool force, bool acceptEmpty)
+{
     if (!m_document || m_document->isUntitled())
         return;
     ReadState::shared().noteViewed(m_document->path());
@@ -455,6 +482,13 @@ void DocumentController::reloadFromDisk(bool force)
     const auto contents = MarkdownDocument::read(m_document->path(), &error);
     if (!contents) {
         // Gone or unreadable for now: the watcher reports its return.
+        return;
+    }
+    // A program rewriting the file from the start (a log rotated, a report written
+    // anew) empties it first: wait for what it writes next before showing nothing.
+    m_emptyFileGrace.stop();
+    if (contents->text.isEmpty() && !m_document->text().isEmpty() && !acceptEmpty) {
+        m_emptyFileGrace.start();
         return;
     }
     if (contents->text == m_document->text()) {

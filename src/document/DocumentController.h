@@ -55,6 +55,9 @@ public:
 
     static constexpr int renderDelayMilliseconds = 90;
     static constexpr int scrollQuietMilliseconds = 250;
+    // How long a file emptied on disk may take to be written again before the
+    // document shows it empty.
+    static constexpr int emptyFileGraceMilliseconds = 500;
 
     explicit DocumentController(OpenDocument *document, bool startInEditMode,
                                 QObject *parent = nullptr);
@@ -170,6 +173,7 @@ private:
     void pageBecameReady();
     void toggleTask(int line, bool checked, qint64 revision);
     void watchFile();
+    void reload(bool force, bool acceptEmpty);
     QString pathKey() const;
 
     QPointer<OpenDocument> m_document;
@@ -177,6 +181,7 @@ private:
     FileWatcher *m_watcher = nullptr;
     Editor m_editor;
     QTimer m_renderTimer;
+    QTimer m_emptyFileGrace;
 
     Mode m_mode;
     QList<OutlineItem> m_outline;

@@ -161,6 +161,15 @@ void DocumentWindow::buildMenus()
     view->addAction(m_modeAction);
     view->addAction(m_outlineAction);
     view->addAction(m_sidebarAction);
+    QAction *followChanges = view->addAction(tr("&Follow Changes"));
+    followChanges->setObjectName(QStringLiteral("followChanges"));
+    followChanges->setShortcut(QKeySequence(tr("Ctrl+Alt+F")));
+    followChanges->setCheckable(true);
+    followChanges->setChecked(Preferences::shared().followChanges());
+    connect(followChanges, &QAction::toggled, this,
+            [](bool on) { Preferences::shared().setFollowChanges(on); });
+    connect(&Preferences::shared(), &Preferences::followChangesChanged, followChanges,
+            [followChanges] { followChanges->setChecked(Preferences::shared().followChanges()); });
     view->addSeparator();
     QMenu *themes = view->addMenu(tr("&Theme"));
     auto *themeGroup = new QActionGroup(this);

@@ -124,10 +124,10 @@ FileWatcher::FileWatcher(std::function<void()> onChange, QObject *parent)
     m_retry.setInterval(retryMilliseconds);
     // Only ever pending while the path of the latest watch() is missing.
     connect(&m_retry, &QTimer::timeout, this, [this] { watch(m_path, true); });
-    connect(&m_pending, &QTimer::timeout, this, [this] {
-        if (m_onChange)
-            m_onChange();
-    });
+    m_longest.setSingleShot(true);
+    m_longest.setInterval(longestWaitMilliseconds);
+    connect(&m_pending, &QTimer::timeout, this, &FileWatcher::deliver);
+    connect(&m_longest, &QTimer::timeout, this, &FileWatcher::deliver);
 }
 
 FileWatcher::~FileWatcher()
@@ -185,4 +185,14 @@ void FileWatcher::handleEvents(quint32 mask)
 void FileWatcher::fire()
 {
     m_pending.start();
+    if (!m_longest.isActive())
+        m_longest.start();
+}
+
+void FileWatcher::deliver()
+{
+    m_pending.stop();
+    m_longest.stop();
+    if (m_onChange)
+        m_onChange();
 }

@@ -7,8 +7,10 @@
 
 // Notices when one file changes on disk, also when an editor replaces it by renaming
 // a new file over it, or deletes it and writes it again, and reports each burst of
-// changes once, on the main thread, 0.12 s after its last event. While the file is
-// missing it is looked for again every 0.3 s; its coming back counts as a change.
+// changes once, on the main thread, 0.12 s after its last event; a burst that goes
+// on (a file written to again and again) is reported at least every 0.2 s. While
+// the file is missing it is looked for again every 0.3 s; its coming back counts
+// as a change.
 //
 // Main thread only. Destroying the watcher stops it; no callback runs afterwards.
 class FileWatcher : public QObject
@@ -26,6 +28,7 @@ public:
     bool isAttached() const { return m_watch >= 0; }
 
     static constexpr int debounceMilliseconds = 120;
+    static constexpr int longestWaitMilliseconds = 200;
     static constexpr int retryMilliseconds = 300;
 
 private:
@@ -35,6 +38,7 @@ private:
     void detach();
     void handleEvents(quint32 mask);
     void fire();
+    void deliver();
 
     std::function<void()> m_onChange;
     QString m_path;
@@ -43,5 +47,6 @@ private:
     quint64 m_device = 0;
     quint64 m_inode = 0;
     QTimer m_pending;
+    QTimer m_longest;
     QTimer m_retry;
 };

@@ -82,6 +82,22 @@ QString render(const QString &text, const std::optional<QString> &base, bool dif
              diff ? QStringLiteral("true") : QStringLiteral("false"), QString::number(revision));
 }
 
+QString renderEdit(qint64 from, const TextSplice &splice, qsizetype length,
+                   const std::optional<QString> &base, bool diff, qint64 revision)
+{
+    return QStringLiteral("mv.renderEdit(%1, %2, %3, %4, %5, {diff: %6, rev: %7, length: %8})")
+        .arg(QString::number(from), QString::number(splice.start), QString::number(splice.end),
+             json(splice.inserted), base ? json(*base) : QStringLiteral("null"),
+             diff ? QStringLiteral("true") : QStringLiteral("false"), QString::number(revision),
+             QString::number(length));
+}
+
+QString setFollowChanges(bool on)
+{
+    return on ? QStringLiteral("mv.setFollowChanges(true)")
+              : QStringLiteral("mv.setFollowChanges(false)");
+}
+
 QString setPrefs(double scale, const QString &font, const QString &width, const QString &theme)
 {
     return QStringLiteral("mv.setPrefs({scale: %1, font: %2, width: %3, theme: %4})")

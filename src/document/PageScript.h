@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TextSplice.h"
+
 #include <optional>
 #include <QString>
 
@@ -14,6 +16,12 @@ QString json(const QString &text);
 QString number(double value);
 
 QString render(const QString &text, const std::optional<QString> &base, bool diff, qint64 revision);
+// Renders the text of revision `from` with one run replaced: only the run crosses
+// to the page. The page asks for the whole text ("resync") when it does not hold
+// that revision, or the result is not `length` long.
+QString renderEdit(qint64 from, const TextSplice &splice, qsizetype length,
+                   const std::optional<QString> &base, bool diff, qint64 revision);
+QString setFollowChanges(bool on);
 QString setPrefs(double scale, const QString &font, const QString &width, const QString &theme);
 QString setCustomCSS(const QString &css);
 QString setWindowAppearance(bool dark);

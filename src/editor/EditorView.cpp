@@ -64,7 +64,8 @@ void EditorView::setTextSilently(const QString &text)
 void EditorView::showEvent(QShowEvent *event)
 {
     if (m_unshownText) {
-        setTextSilently(*m_unshownText);
+        if (*m_unshownText != text())
+            setTextSilently(*m_unshownText);
         m_unshownText.reset();
     }
     MarkdownTextView::showEvent(event);
@@ -72,7 +73,9 @@ void EditorView::showEvent(QShowEvent *event)
 
 void EditorView::setBoundText(const QString &text)
 {
-    if (m_unshownText) {
+    // Hidden (reading): laying out and colouring a long text that nobody sees, on
+    // every change from disk, would cost more than the page's own work.
+    if (m_unshownText || !isVisible()) {
         m_unshownText = text;
         return;
     }

@@ -51,6 +51,7 @@ void TestPreferences::emptyStoreGivesTheDefaults()
     QCOMPARE(m_prefs->openInEditMode(), false);
     QCOMPARE(m_prefs->useCustomCSS(), false);
     QCOMPARE(m_prefs->showSidebar(), false);
+    QCOMPARE(m_prefs->followChanges(), false);
     QCOMPARE(m_prefs->sidebarWidth(), 250.0);
     QCOMPARE(m_prefs->debugHooks(), false);
     QCOMPARE(m_prefs->askedToBeDefault(), false);

@@ -18,6 +18,7 @@ private Q_SLOTS:
     void init();
     void burstsOfWritesGiveOneCall_data();
     void burstsOfWritesGiveOneCall();
+    void aFileWrittenWithoutPauseIsReportedAsItGoes();
     void atomicSaveGivesOneCallAndStaysAttached();
     void deleteThenRecreateGivesTwoCalls();
     void renameAwayAndBack();
@@ -72,6 +73,23 @@ void TestFileWatcher::burstsOfWritesGiveOneCall()
     QTRY_COMPARE(m_calls, 1);
     settle();
     QCOMPARE(m_calls, 1);
+}
+
+// A log or a streaming tool never pauses as long as the debounce.
+void TestFileWatcher::aFileWrittenWithoutPauseIsReportedAsItGoes()
+{
+    const QString file = path(u"log.md"_s);
+    write(file, "start\n"_ba);
+    m_watcher->watch(file);
+    for (int i = 0; i < 24; ++i) {
+        write(file, "line\n"_ba, QIODevice::Append);
+        QTest::qWait(FileWatcher::debounceMilliseconds / 2);
+    }
+    const int whileWriting = m_calls;
+    QVERIFY2(whileWriting >= 2, qPrintable(u"%1 calls while writing"_s.arg(whileWriting)));
+    QVERIFY(whileWriting < 24);
+    settle();
+    QVERIFY(m_calls <= whileWriting + 1);
 }
 
 void TestFileWatcher::atomicSaveGivesOneCallAndStaysAttached()

@@ -4,6 +4,7 @@
 #include "document/LocalAssetHandler.h"
 #include "document/PageActions.h"
 #include "document/PageScript.h"
+#include "document/TextSplice.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -19,6 +20,8 @@ private Q_SLOTS:
     void json_data();
     void json();
     void scripts();
+    void splices_data();
+    void splices();
     void linkRouting_data();
     void linkRouting();
     void filesOnDisk();
@@ -50,6 +53,48 @@ void TestPageContract::json()
     QFETCH(QString, text);
     QFETCH(QString, literal);
     QCOMPARE(PageScript::json(text), literal);
+}
+
+void TestPageContract::splices_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("after");
+    QTest::addColumn<QString>("inserted");
+
+    const QString smile = u"\U0001F600"_s; // a surrogate pair
+    const QString grin = u"\U0001F601"_s;  // the same high surrogate, another low one
+    QTest::newRow("append") << u"# Log\n\none\n"_s << u"# Log\n\none\ntwo\n"_s << u"two\n"_s;
+    QTest::newRow("prepend") << u"b"_s << u"ab"_s << u"a"_s;
+    QTest::newRow("one character in the middle") << u"abcdef"_s << u"abXdef"_s << u"X"_s;
+    QTest::newRow("deletion") << u"abcdef"_s << u"abef"_s << QString();
+    QTest::newRow("same text") << u"same"_s << u"same"_s << QString();
+    QTest::newRow("emptied") << u"all of it"_s << QString() << QString();
+    QTest::newRow("a run that repeats") << u"aaa"_s << u"aaaa"_s << u"a"_s;
+    QTest::newRow("pairs differing in the low half") << u"a"_s + smile + u"b"_s
+                                                     << u"a"_s + grin + u"b"_s << grin;
+    QTest::newRow("pairs differing in the high half")
+        << smile + u"b"_s << u"\U0010FC00b"_s << u"\U0010FC00"_s;
+    QTest::newRow("a pair appended after a pair") << smile << smile + smile << smile;
+}
+
+// Applied to the old text, a splice gives the new one, and no side of it holds half
+// a surrogate pair, which would not survive the trip to the page.
+void TestPageContract::splices()
+{
+    QFETCH(QString, before);
+    QFETCH(QString, after);
+    QFETCH(QString, inserted);
+
+    const TextSplice splice = TextSplice::between(before, after);
+    QCOMPARE(splice.inserted, inserted);
+    QVERIFY(0 <= splice.start && splice.start <= splice.end && splice.end <= before.size());
+    QCOMPARE(before.left(splice.start) + splice.inserted + before.mid(splice.end), after);
+    const auto whole = [](QStringView text) {
+        return text.isEmpty() || (!text.front().isLowSurrogate() && !text.back().isHighSurrogate());
+    };
+    QVERIFY(whole(QStringView(before).left(splice.start)));
+    QVERIFY(whole(splice.inserted));
+    QVERIFY(whole(QStringView(before).mid(splice.end)));
 }
 
 void TestPageContract::scripts()

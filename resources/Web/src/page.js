@@ -5,6 +5,7 @@ import { createBlockConverter, groupBlocks, outlineOf } from './blocks.js';
 import { createSanitizer } from './sanitize.js';
 import { createPatcher } from './patch.js';
 import { createScrollSync } from './scroll.js';
+import { createChangeFollower } from './follow.js';
 import { createEnhancer } from './enhance.js';
 import { createAppearance } from './appearance.js';
 import { installDiagramMenu } from './diagrams.js';
@@ -57,6 +58,7 @@ function errorMessage(err) {
 export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const sanitizer = createSanitizer(window);
   const scroll = createScrollSync({ container, post });
+  const follower = createChangeFollower({ scroll });
   const converter = createBlockConverter();
   let base = null;
   // Units without raw HTML of the document (no run of blocks, no raw text) take the quick check.
@@ -71,6 +73,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   };
   const patcher = createPatcher(container, { sanitize });
   let rev = 0;
+  let lastText = null; // what the last render was given: edits are made against it
   let job = null; // a long document still being put on the page
   let scheduled = null;
 
@@ -131,10 +134,11 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     post({ type: 'outline', items: outlineOf(blocks, tail) });
   }
 
-  function done(result, added, diff) {
+  function done(result, added, diff, view) {
     if (diff) markChanged(added);
     enhancer.add(added);
     announce(rev, result.blocks, result.tail);
+    if (view) follower.after(view, lastText, result.total, added);
     return { rev, changed: added.length };
   }
 
@@ -153,6 +157,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     const added = state.stream.flush();
     state.flushed = performance.now();
     if (state.diff) markChanged(added);
+    if (state.view) state.changed.push(...added);
     enhancer.add(added);
   }
 
@@ -180,6 +185,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     enhancer.hold(false);
     job = null;
     announce(state.rev, current.blocks, current.tail);
+    if (state.view) follower.after(state.view, lastText, current.total, state.changed);
   }
 
   // Yields to input and painting between slices; setTimeout(0) is clamped to 4 ms.
@@ -206,25 +212,44 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       base = typeof docBase === 'string' ? docBase : null;
       if (Number.isFinite(Number(options?.rev))) rev = Number(options.rev);
       const diff = !!options?.diff;
+      // A change from disk may move the reader's view once it is on the page.
+      const view = diff && lastText !== null ? follower.before(lastText) : null;
+      lastText = text;
       job = null;
       scheduled = null;
       enhancer.hold(false);
       const fast = converter.update(text, base);
       if (fast) {
         container.classList.toggle('lumo-long', fast.total > firstLines);
-        return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff);
+        return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff, view);
       }
       const current = converter.start(text, base);
       container.classList.toggle('lumo-long', current.total > firstLines);
       current.step(firstLines);
-      if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff);
+      if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff, view);
       // Long: the top now, the rest in slices.
-      const state = { job: current, stream: patcher.begin(), grouped: 0, diff, rev, lines: firstLines, flushed: 0 };
+      const state = { job: current, stream: patcher.begin(), grouped: 0, diff, view, changed: [], rev, lines: firstLines, flushed: 0 };
       job = state;
       enhancer.hold(true);
       flush(state);
       schedule(() => pump(state));
       return { rev, changed: -1 };
+    },
+    /**
+     * Renders the text of revision `from` with [start, end) replaced by `inserted`;
+     * answers "resync" instead when this page does not hold that text.
+     */
+    renderEdit(from, start, end, inserted, docBase = null, options = {}) {
+      const fits = lastText !== null && from === rev && start >= 0 && start <= end && end <= lastText.length;
+      const text = fits ? lastText.slice(0, start) + String(inserted) + lastText.slice(end) : null;
+      if (text === null || text.length !== Number(options?.length)) {
+        post({ type: 'resync', rev: Number(options?.rev) });
+        return { rev, changed: -1 };
+      }
+      return api.render(text, docBase, options);
+    },
+    setFollowChanges(on) {
+      follower.setFollowChanges(on);
     },
     setPrefs(prefs) {
       appearance.setPrefs(prefs);

@@ -204,6 +204,13 @@ export function createScrollSync({ container, post }) {
     topLine() {
       return pageYToLine(container, window.scrollY, window.scrollY);
     },
+    /** To the end of the page, following it while the blocks near it take their height. */
+    scrollToBottom() {
+      follow(
+        () => document.documentElement.scrollHeight - window.innerHeight,
+        (y) => window.scrollTo({ top: Math.round(y), behavior: 'instant' }),
+      );
+    },
     scrollToElement(el) {
       // A jump the user asked for: the native side hears the new top line.
       const margin = parseFloat(getComputedStyle(el).scrollMarginTop) || 0;

@@ -264,3 +264,30 @@ test('a long document is shown top first, then in slices, with one "rendered" at
   assert.equal(holder.querySelectorAll('h1').length, 0, 'old blocks removed');
   holder.remove();
 });
+
+test('an edit of the last text renders as the whole text would; a page without that text asks for all of it', () => {
+  mv.render(DOC, null, { rev: 20 });
+  take();
+  const whole = DOC.replace('First paragraph.', 'First paragraph, longer.') + '\n\nAppended.';
+  const at = DOC.indexOf('paragraph.') + 'paragraph'.length;
+  // Two runs changed: sent as the one splice that covers both.
+  const end = DOC.length;
+  const inserted = whole.slice(at, whole.length);
+  mv.renderEdit(20, at, end, inserted, null, { rev: 21, length: whole.length });
+  const edited = main.innerHTML;
+  assert.deepEqual(take()[0], { type: 'rendered', rev: 21 });
+  mv.render(whole, null, { rev: 22 });
+  take();
+  assert.equal(main.innerHTML, edited);
+
+  const cases = [
+    ['an older revision', 21, 0, 0, 'x', whole.length + 1],
+    ['a run past the end', 22, 0, whole.length + 1, 'x', 1],
+    ['a length that does not add up', 22, 0, 1, 'xy', whole.length],
+  ];
+  for (const [name, from, start, stop, text, length] of cases) {
+    mv.renderEdit(from, start, stop, text, null, { rev: 30, length });
+    assert.deepEqual(take(), [{ type: 'resync', rev: 30 }], name);
+    assert.equal(main.innerHTML, edited, name);
+  }
+});

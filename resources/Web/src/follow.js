@@ -1,0 +1,95 @@
+// What a change made on disk by another program does to the reader's view.
+// A reader at the bottom stays at the bottom, however the page grows (tail).
+// With "follow changes" on, the first changed block is brought into view when
+// none is on screen, unless the reader touched the page a moment ago. A reader
+// whose place vanished because the file was briefly shorter (truncated, then
+// written again) is brought back to it once the text above it is back.
+// Anyone else is never moved.
+
+const TOUCH_QUIET_MS = 2000;
+// A place lost to a short file is looked for this long.
+const LOST_PLACE_MS = 30000;
+const BOTTOM_SLACK_PX = 8;
+
+function lineOffset(text, line) {
+  let at = 0;
+  for (let n = 0; n < line; n++) {
+    at = text.indexOf('\n', at);
+    if (at < 0) return -1;
+    at += 1;
+  }
+  return at;
+}
+
+function onScreen(node) {
+  const rect = node.getBoundingClientRect();
+  return rect.bottom > 0 && rect.top < window.innerHeight && (rect.height > 0 || rect.width > 0);
+}
+
+/**
+ * @param {{scroll: {topLine: () => number, scrollToLine: (n: number) => void,
+ *   scrollToBottom: () => void, scrollToElement: (el: Element) => void},
+ *   now?: () => number}} options
+ */
+export function createChangeFollower({ scroll, now = () => performance.now() }) {
+  let followChanges = false;
+  let touched = -Infinity;
+  let lost = null; // {line, prefix, at}
+
+  for (const type of ['wheel', 'touchstart', 'keydown', 'mousedown']) {
+    window.addEventListener(
+      type,
+      () => {
+        touched = now();
+        lost = null; // the reader has moved on
+      },
+      { passive: true, capture: true },
+    );
+  }
+
+  function atBottom() {
+    const root = document.documentElement;
+    return window.scrollY + window.innerHeight >= root.scrollHeight - BOTTOM_SLACK_PX;
+  }
+
+  return {
+    setFollowChanges(on) {
+      followChanges = !!on;
+    },
+
+    /** The view before an outside change replaces `text`. */
+    before(text) {
+      return { atBottom: atBottom(), line: scroll.topLine(), text };
+    },
+
+    /** After the change: `text` now on the page in `total` lines, `changed` its new nodes. */
+    after(view, text, total, changed) {
+      if (lost) {
+        if (now() - lost.at > LOST_PLACE_MS) lost = null;
+        else if (total <= lost.line) return; // not back yet: the page's bottom is no place to tail
+        else {
+          const { line, prefix } = lost;
+          lost = null;
+          // Other text above it: the place is gone, but a reader who was not at
+          // the bottom is not taken there either.
+          if (text.startsWith(prefix)) scroll.scrollToLine(line);
+          return;
+        }
+      }
+      if (view.atBottom) {
+        scroll.scrollToBottom();
+        return;
+      }
+      if (view.line >= 1 && total <= view.line) {
+        // The place is gone for now: remember it, and what stood above it.
+        const end = lineOffset(view.text, Math.floor(view.line));
+        if (end >= 0) lost = { line: view.line, prefix: view.text.slice(0, end), at: now() };
+        return;
+      }
+      if (!followChanges || now() - touched < TOUCH_QUIET_MS) return;
+      const elements = changed.filter((node) => node.nodeType === 1);
+      if (!elements.length || elements.some(onScreen)) return;
+      scroll.scrollToElement(elements[0]);
+    },
+  };
+}
