@@ -30,16 +30,22 @@ private Q_SLOTS:
     void headlessExport();
     void exportHooks();
     void launcherScriptReachesTheRunningLumo();
+    void tailHoldsAtTheBottomOfAGrowingFile();
+    void followChangesShowsWhatChangedOffScreen();
+    void aRewrittenFileKeepsTheReadersPlace();
 
 private:
     QProcessEnvironment environment() const;
-    void start(const QStringList &arguments, bool debugHooks = true);
+    void start(const QStringList &arguments, bool debugHooks = true,
+               const QByteArray &settings = {});
     // Runs a short-lived lumo (a later launch or --post) to completion.
     int run(const QStringList &arguments, const QByteArray &input = {},
             QByteArray *errors = nullptr, const QString &program = QStringLiteral(LUMO_BINARY));
     QString fixture(const QString &name, const QByteArray &bytes);
     // Lines "Lumo JS error: <tag>:<text>" printed by every open page for a probe script.
     QStringList probe(const QString &expression);
+    // Writes bytes to the end of a file, as another program would.
+    static void append(const QString &path, const QByteArray &bytes);
 
     std::unique_ptr<QTemporaryDir> m_home;
     std::unique_ptr<QProcess> m_lumo;
@@ -78,12 +84,12 @@ QProcessEnvironment TestLumo::environment() const
     return env;
 }
 
-void TestLumo::start(const QStringList &arguments, bool debugHooks)
+void TestLumo::start(const QStringList &arguments, bool debugHooks, const QByteArray &settings)
 {
     QFile conf(m_home->filePath(u"config/Lumo/Lumo.conf"_s));
     QVERIFY(conf.open(QIODevice::WriteOnly));
     conf.write("[General]\nlaunchedBefore=true\ndebugHooks=" +
-               QByteArray(debugHooks ? "true" : "false") + "\n");
+               QByteArray(debugHooks ? "true" : "false") + "\n" + settings);
     conf.close();
 
     m_lumo = std::make_unique<QProcess>();
@@ -332,6 +338,112 @@ void TestLumo::launcherScriptReachesTheRunningLumo()
     QByteArray errors;
     QCOMPARE(run({u"--frobnicate"_s}, {}, &errors, script), 2);
     QVERIFY(errors.contains("usage: lumo FILE.md"));
+}
+
+void TestLumo::append(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::Append));
+    QCOMPARE(file.write(bytes), bytes.size());
+}
+
+namespace {
+
+// Paragraphs "Line 0." ... taller together than the window.
+QByteArray paragraphs(int from, int count)
+{
+    QByteArray text;
+    for (int i = from; i < from + count; ++i)
+        text += "Line " + QByteArray::number(i) + ".\n\n";
+    return text;
+}
+
+const QString paragraphCount = u"document.querySelectorAll('main > p').length"_s;
+const QString atBottom =
+    u"Math.abs(scrollY + innerHeight - document.documentElement.scrollHeight) <= 2"_s;
+
+} // namespace
+
+void TestLumo::tailHoldsAtTheBottomOfAGrowingFile()
+{
+    const QString log = fixture(u"log.md"_s, paragraphs(0, 150));
+    start({log});
+    QTRY_COMPARE_WITH_TIMEOUT(probe(paragraphCount), QStringList{u"150"_s}, 30000);
+    run({u"--post"_s, u"lumoapp.debug.js"_s, u"scrollTo(0, document.body.scrollHeight)"_s});
+    QTRY_COMPARE_WITH_TIMEOUT(probe(atBottom), QStringList{u"true"_s}, 10000);
+
+    for (int i = 0; i < 50; ++i) {
+        append(log, paragraphs(150 + i, 1));
+        QTest::qWait(40);
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(probe(paragraphCount), QStringList{u"200"_s}, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(probe(atBottom), QStringList{u"true"_s}, 10000);
+
+    // A reader who scrolled up is never moved.
+    run({u"--post"_s, u"lumoapp.debug.js"_s, u"scrollTo(0, 400)"_s});
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"scrollY"_s), QStringList{u"400"_s}, 10000);
+    append(log, paragraphs(200, 5));
+    QTRY_COMPARE_WITH_TIMEOUT(probe(paragraphCount), QStringList{u"205"_s}, 20000);
+    QTest::qWait(500);
+    QCOMPARE(probe(u"scrollY"_s), QStringList{u"400"_s});
+}
+
+void TestLumo::followChangesShowsWhatChangedOffScreen()
+{
+    const QString notes = fixture(u"notes.md"_s, paragraphs(0, 150));
+    start({notes}, true, "followChanges=true\n");
+    QTRY_COMPARE_WITH_TIMEOUT(probe(paragraphCount), QStringList{u"150"_s}, 30000);
+
+    // A change on screen: the reader stays where they are.
+    fixture(u"notes.md"_s, "Line 0, changed.\n\n" + paragraphs(1, 149));
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main > p').textContent"_s),
+                              QStringList{u"Line 0, changed."_s}, 20000);
+    QTest::qWait(500);
+    QCOMPARE(probe(u"scrollY"_s), QStringList{u"0"_s});
+
+    // A change far below: brought into view.
+    append(notes, "Fresh news.\n");
+    QTRY_COMPARE_WITH_TIMEOUT(
+        probe(u"(() => { const r = document.querySelector('main').lastElementChild"
+              u".getBoundingClientRect(); return r.top >= 0 && r.bottom <= innerHeight; })()"_s),
+        QStringList{u"true"_s}, 20000);
+    QCOMPARE(probe(u"document.querySelector('main').lastElementChild.textContent"_s),
+             QStringList{u"Fresh news."_s});
+}
+
+void TestLumo::aRewrittenFileKeepsTheReadersPlace()
+{
+    const QByteArray text = paragraphs(0, 150);
+    const QString report = fixture(u"report.md"_s, text);
+    start({report});
+    QTRY_COMPARE_WITH_TIMEOUT(probe(paragraphCount), QStringList{u"150"_s}, 30000);
+    run({u"--post"_s, u"lumoapp.debug.js"_s, u"mv.scrollToLine(100)"_s});
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"Math.round(mv.topLine())"_s), QStringList{u"100"_s}, 10000);
+
+    // Truncated and written again from the start, slowly enough to be seen half done.
+    QFile file(report);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(text.left(text.indexOf("Line 20.")));
+    file.close();
+    QTRY_COMPARE_WITH_TIMEOUT(probe(paragraphCount), QStringList{u"20"_s}, 20000);
+    append(report, text.mid(text.indexOf("Line 20.")) + paragraphs(150, 1));
+    QTRY_COMPARE_WITH_TIMEOUT(probe(paragraphCount), QStringList{u"151"_s}, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(probe(u"Math.round(mv.topLine())"_s), QStringList{u"100"_s}, 10000);
+
+    // Emptied for a moment: the page never shows it empty, and stays put.
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.close();
+    QTest::qWait(250); // past the watcher's quiet time, within the grace an emptied file gets
+    append(report, text + paragraphs(150, 2));
+    QTRY_COMPARE_WITH_TIMEOUT(probe(paragraphCount), QStringList{u"152"_s}, 20000);
+    QCOMPARE(probe(u"Math.round(mv.topLine())"_s), QStringList{u"100"_s});
+
+    // Asked for again, also through a link, it is the tab already open.
+    QVERIFY(QFile::link(report, m_home->filePath(u"link.md"_s)));
+    QCOMPARE(run({report}), 0);
+    QCOMPARE(run({m_home->filePath(u"link.md"_s)}), 0);
+    QTest::qWait(500);
+    QCOMPARE(probe(u"1"_s), QStringList{u"1"_s});
 }
 
 QTEST_GUILESS_MAIN(TestLumo)
