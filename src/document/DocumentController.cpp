@@ -503,6 +503,8 @@ void DocumentController::reload(bool force, bool acceptEmpty)
     m_nextRenderIsExternal = true;
     setDiskChangePending(false);
     m_document->revertTo(*contents);
+    // The watcher has already let the burst of writes settle: no need to wait again.
+    scheduleRender(true);
 }
 
 QString DocumentController::pathKey() const

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <QDir>
+#include <QFileInfo>
 #include <QHash>
 #include <QPromise>
 #include <QThreadPool>
@@ -74,7 +75,12 @@ FolderTree::FolderTree(const QString &root)
             apply(m_scan.result());
     });
     rescan();
-    m_watcher.start(m_root, [this] { rescan(); });
+    m_watcher.start(m_root, [this](const QStringList &written) {
+        if (written.isEmpty())
+            rescan();
+        else
+            refresh(written);
+    });
 }
 
 FolderTree::~FolderTree() = default;
@@ -104,6 +110,48 @@ void FolderTree::rescan()
         promise->addResult(FolderScanner::scan(root));
         promise->finish();
     });
+}
+
+bool FolderTree::noteWritten(QList<TreeNode> &nodes, const QString &path,
+                             const QDateTime &modified)
+{
+    const auto later = [](const QDateTime &a, const QDateTime &b) {
+        return a.isValid() && (!b.isValid() || a > b);
+    };
+    for (TreeNode &node : nodes) {
+        if (!node.isFolder && node.path == path) {
+            node.modified = modified;
+            return true;
+        }
+        if (!node.isFolder || !path.startsWith(node.path + u'/'))
+            continue;
+        if (!noteWritten(node.children, path, modified))
+            return false;
+        node.modified = QDateTime();
+        for (const TreeNode &child : std::as_const(node.children))
+            if (later(child.modified, node.modified))
+                node.modified = child.modified;
+        return true;
+    }
+    return false;
+}
+
+void FolderTree::refresh(const QStringList &written)
+{
+    if (m_evicted)
+        return;
+    QList<TreeNode> nodes = m_nodes;
+    for (const QString &path : written) {
+        const QFileInfo file(m_root + u'/' + path);
+        if (!file.isFile() || !noteWritten(nodes, path, file.lastModified().toUTC())) {
+            rescan();
+            return;
+        }
+    }
+    if (nodes == m_nodes)
+        return;
+    m_nodes = std::move(nodes);
+    Q_EMIT nodesChanged();
 }
 
 void FolderTree::apply(const FolderScanner::Result &result)

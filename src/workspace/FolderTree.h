@@ -66,6 +66,11 @@ public:
     // The file's path below the root, through symbolic links; none when outside.
     std::optional<QString> relativePath(const QString &filePath) const;
 
+    // Gives the file at the relative path a new modification date, and each folder
+    // above it the latest of its children's. False when the nodes hold no such file.
+    static bool noteWritten(QList<TreeNode> &nodes, const QString &path,
+                            const QDateTime &modified);
+
 Q_SIGNALS:
     void nodesChanged();
     void fileCountChanged();
@@ -79,6 +84,8 @@ private:
     explicit FolderTree(const QString &root);
 
     void apply(const FolderScanner::Result &result);
+    // Files only written to: their dates change, the tree does not.
+    void refresh(const QStringList &written);
     void saveExpanded();
     void evict();
 

@@ -279,7 +279,7 @@ FolderWatcher::~FolderWatcher()
         m_thread.join();
 }
 
-void FolderWatcher::start(const QString &root, std::function<void()> onChange)
+void FolderWatcher::start(const QString &root, Handler onChange)
 {
     if (m_started || m_stopped)
         return;
@@ -328,7 +328,25 @@ quint32 FolderWatcher::flagsOf(quint32 inotifyMask, bool onRoot)
         flags |= RootChanged;
     if (inotifyMask & IN_ISDIR)
         flags |= ItemIsDir;
+    if ((inotifyMask & IN_CLOSE_WRITE) &&
+        !(inotifyMask & (IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO)))
+        flags |= ItemModified;
     return flags;
+}
+
+QStringList FolderWatcher::writtenOnly(const QStringList &paths, const QList<quint32> &flags)
+{
+    QStringList written;
+    const qsizetype count = std::min(paths.size(), flags.size());
+    for (qsizetype i = 0; i < count; ++i) {
+        if (!isRelevant({paths[i]}, {flags[i]}))
+            continue;
+        if (flags[i] != ItemModified)
+            return {};
+        if (!written.contains(paths[i]))
+            written.append(paths[i]);
+    }
+    return written;
 }
 
 void FolderWatcher::received(const QStringList &paths, const QList<quint32> &flags)
@@ -337,9 +355,9 @@ void FolderWatcher::received(const QStringList &paths, const QList<quint32> &fla
         return;
     QMetaObject::invokeMethod(
         this,
-        [this] {
+        [this, written = writtenOnly(paths, flags)] {
             if (m_onChange)
-                m_onChange();
+                m_onChange(written);
         },
         Qt::QueuedConnection);
 }

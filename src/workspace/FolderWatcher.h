@@ -13,7 +13,9 @@
 // anywhere below the browsed folder: one inotify watch per folder, added as folders
 // appear; skipped folders, the home folder's large standard folders and linked folders
 // are never watched. Events are read on a worker thread in batches of 0.3 s, filtered
-// there, and each relevant batch calls the handler once, on the main thread.
+// there, and each relevant batch calls the handler once, on the main thread, with the
+// Markdown files that were only written to (a log growing, a file saved in place), or
+// with none when anything else happened, which asks for a rescan.
 //
 // When the kernel drops events (queue overflow) or the browsed folder itself is moved
 // or deleted, the handler is always called; it is called again once a folder of that
@@ -35,6 +37,7 @@ public:
         UserDropped = 0x2,
         KernelDropped = 0x4,
         RootChanged = 0x20,
+        ItemModified = 0x1000,
         ItemIsDir = 0x20000,
     };
 
@@ -45,7 +48,8 @@ public:
     explicit FolderWatcher(QObject *parent = nullptr);
     ~FolderWatcher() override;
 
-    void start(const QString &root, std::function<void()> onChange);
+    using Handler = std::function<void(const QStringList &written)>;
+    void start(const QString &root, Handler onChange);
     void stop();
     // Takes effect at start.
     void setWatchLimit(int limit) { m_watchLimit = limit; }
@@ -58,6 +62,9 @@ public:
     // Whether a batch of (path, flags) events can change the tree. Paths are relative
     // to the browsed folder ("" for the folder itself).
     static bool isRelevant(const QStringList &paths, const QList<quint32> &flags);
+    // The files of a relevant batch that were only written to, each once; empty when
+    // the batch holds anything else.
+    static QStringList writtenOnly(const QStringList &paths, const QList<quint32> &flags);
     // The flag word of one inotify event; `onRoot` when it concerns the browsed folder.
     static quint32 flagsOf(quint32 inotifyMask, bool onRoot);
     // A batch from the worker: calls the handler on the main thread when relevant.
@@ -66,7 +73,7 @@ public:
 private:
     class Worker;
 
-    std::function<void()> m_onChange;
+    Handler m_onChange;
     bool m_started = false;
     bool m_stopped = false;
     int m_watchLimit = defaultWatchLimit;

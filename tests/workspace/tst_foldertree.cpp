@@ -20,6 +20,7 @@ private Q_SLOTS:
     void requestsDuringAScanFoldIntoOne();
     void unchangedScansPublishNoNodes();
     void fileSavedInTheTreeAppears();
+    void aFileWrittenToIsDatedWithoutAScan();
     void expandedStateIsRememberedPerRoot();
     void pastFortyRootsOnlyTheCurrentSurvives_data();
     void pastFortyRootsOnlyTheCurrentSurvives();
@@ -126,6 +127,33 @@ void TestFolderTree::fileSavedInTheTreeAppears()
     QVERIFY(TreeBuilder::make(m_dir->path(), {u"a/b/new.md"_s}));
     QTRY_COMPARE(tree->fileCount(), 5);
     QCOMPARE(nodes.count(), 1);
+}
+
+void TestFolderTree::aFileWrittenToIsDatedWithoutAScan()
+{
+    const auto tree = loadedTree(m_dir->path());
+    QSignalSpy nodes(tree.get(), &FolderTree::nodesChanged);
+    QSignalSpy scans(tree.get(), &FolderTree::scanCompleted);
+    QFile file(m_dir->filePath(u"a/b/c.md"_s));
+    QVERIFY(file.open(QIODevice::Append));
+    file.write("more\n");
+    file.close();
+    QVERIFY(file.open(QIODevice::Append));
+    QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addDays(1),
+                             QFileDevice::FileModificationTime));
+    file.close();
+    QTRY_COMPARE(nodes.count(), 1);
+    QCOMPARE(scans.count(), 0);
+
+    const QDateTime written = QFileInfo(file.fileName()).lastModified().toUTC();
+    const TreeNode &a = tree->nodes().at(0);
+    const TreeNode &b = a.children.at(0);
+    QCOMPARE(a.path, u"a"_s);
+    QCOMPARE(b.children.at(1).path, u"a/b/c.md"_s); // after the folder d
+    QCOMPARE(b.children.at(1).modified, written);
+    QCOMPARE(b.modified, written);
+    QCOMPARE(a.modified, written);
+    QVERIFY(tree->nodes().at(1).modified < written);
 }
 
 void TestFolderTree::expandedStateIsRememberedPerRoot()

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void wakesForChangesToTheTree_data();
     void wakesForChangesToTheTree();
     void ignoresWhatCannotChangeTheTree();
+    void namesFilesThatWereOnlyWritten();
     void queueOverflowWakes();
     void watchLimitLeavesTheRestToRescans();
     void watchesTheFolderMadeAgain_data();
@@ -33,6 +34,7 @@ private:
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<FolderWatcher> m_watcher;
     int m_calls = 0;
+    QStringList m_written;
 };
 
 void TestFolderWatcher::init()
@@ -48,7 +50,10 @@ void TestFolderWatcher::init()
 
 void TestFolderWatcher::startWatching(int expectedWatches)
 {
-    m_watcher->start(m_dir->path(), [this] { ++m_calls; });
+    m_watcher->start(m_dir->path(), [this](const QStringList &written) {
+        ++m_calls;
+        m_written = written;
+    });
     QTRY_COMPARE(m_watcher->watchCount(), expectedWatches);
 }
 
@@ -152,6 +157,27 @@ void TestFolderWatcher::ignoresWhatCannotChangeTheTree()
     QCOMPARE(m_watcher->watchCount(), 3);
 }
 
+// A growing log need not cost a scan of the whole tree; a new file does.
+void TestFolderWatcher::namesFilesThatWereOnlyWritten()
+{
+    startWatching(3);
+    QFile file(m_dir->filePath(u"notes/a.md"_s));
+    for (int i = 0; i < 3; ++i) {
+        QVERIFY(file.open(QIODevice::Append));
+        file.write("more\n");
+        file.close();
+    }
+    QTRY_COMPARE(m_calls, 1);
+    QCOMPARE(m_written, QStringList{u"notes/a.md"_s});
+
+    QVERIFY(file.open(QIODevice::Append));
+    file.write("more\n");
+    file.close();
+    QVERIFY(TreeBuilder::make(m_dir->path(), {u"notes/b.md"_s}));
+    QTRY_COMPARE(m_calls, 2);
+    QCOMPARE(m_written, QStringList());
+}
+
 void TestFolderWatcher::queueOverflowWakes()
 {
     QFile limitFile(u"/proc/sys/fs/inotify/max_queued_events"_s);
@@ -234,7 +260,7 @@ void TestFolderWatcher::stopsForGood()
     startWatching(3);
     m_watcher->stop();
     m_watcher->stop();
-    m_watcher->start(m_dir->path(), [this] { m_calls += 100; });
+    m_watcher->start(m_dir->path(), [this](const QStringList &) { m_calls += 100; });
     QVERIFY(TreeBuilder::make(m_dir->path(), {u"notes/after.md"_s}));
     QTest::qWait(3 * FolderWatcher::latencyMilliseconds);
     QCOMPARE(m_calls, 0);

@@ -41,8 +41,9 @@ export function cleanClone(container, images) {
     n.removeAttribute('data-line-end');
   });
   clone.querySelectorAll('.lumo-changed').forEach((n) => n.classList.remove('lumo-changed'));
-  clone.querySelectorAll('[data-lumo-float], [data-lumo-rows]').forEach((n) => {
+  clone.querySelectorAll('[data-lumo-float], [data-lumo-wrap], [data-lumo-rows]').forEach((n) => {
     n.removeAttribute('data-lumo-float');
+    n.removeAttribute('data-lumo-wrap');
     n.removeAttribute('data-lumo-rows');
   });
   clone.querySelectorAll('[class=""]').forEach((n) => n.removeAttribute('class'));

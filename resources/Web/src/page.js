@@ -35,6 +35,28 @@ function markFloats(nodes) {
   for (const node of nodes) if (node.nodeType === 1 && (node.matches(FLOATING) || node.querySelector(FLOATING))) node.setAttribute('data-lumo-float', '');
 }
 
+// This many blocks after a float flow around it (.lumo-long in style.css).
+const WRAPPING = 3;
+
+/** Marks the blocks that wrap around a float, for the top-level nodes just placed. */
+function markWraps(nodes) {
+  const mark = (node) => node.hasAttribute('data-lumo-float') || node.setAttribute('data-lumo-wrap', '');
+  for (const node of nodes) {
+    if (node.nodeType !== 1) continue;
+    let near = node;
+    if (node.hasAttribute('data-lumo-float')) {
+      for (let i = 0; i < WRAPPING && (near = near.nextElementSibling); i++) mark(near);
+      continue;
+    }
+    for (let i = 0; i < WRAPPING && (near = near.previousElementSibling); i++) {
+      if (near.hasAttribute('data-lumo-float')) {
+        mark(node);
+        break;
+      }
+    }
+  }
+}
+
 // Heights a long document gives blocks it has not laid out yet, as rows of
 // text (.lumo-long in style.css); a block gets the nearest.
 const ROW_STEPS = [1, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64, 96, 128, 192, 256];
@@ -129,12 +151,18 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     return units;
   }
 
+  let outline = null; // as last posted: a file that grows below its headings repeats none
   function announce(renderRev, blocks, tail) {
     post({ type: 'rendered', rev: renderRev });
-    post({ type: 'outline', items: outlineOf(blocks, tail) });
+    const items = outlineOf(blocks, tail);
+    const text = JSON.stringify(items);
+    if (text === outline) return;
+    outline = text;
+    post({ type: 'outline', items });
   }
 
   function done(result, added, diff, view) {
+    markWraps(added);
     if (diff) markChanged(added);
     enhancer.add(added);
     announce(rev, result.blocks, result.tail);
@@ -156,6 +184,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     prepare(state, true);
     const added = state.stream.flush();
     state.flushed = performance.now();
+    markWraps(added);
     if (state.diff) markChanged(added);
     if (state.view) state.changed.push(...added);
     enhancer.add(added);

@@ -142,8 +142,19 @@ test('raw HTML that floats is marked to stay laid out, blocks get a height guess
     Array.from(main.children, (el) => el.hasAttribute('data-lumo-float')),
     [true, true, false, true, false],
   );
+  assert.deepEqual(
+    Array.from(main.children, (el) => el.hasAttribute('data-lumo-wrap')),
+    [false, false, true, false, true],
+  );
   assert.equal(main.lastElementChild.getAttribute('data-lumo-rows'), '1');
-  assert.ok(!/data-lumo-(float|rows)/.test((await mv.exportHTML({})).html));
+  // Blocks added later after a float wrap around it too.
+  mv.render(raw.join('\n\n') + '\n\nText.\n\nMore.\n\nAnd more.\n\nNot any more.', null, { rev: 2 });
+  take();
+  assert.deepEqual(
+    Array.from(main.children, (el) => el.hasAttribute('data-lumo-wrap')),
+    [false, false, true, false, true, true, true, false],
+  );
+  assert.ok(!/data-lumo-(float|wrap|rows)/.test((await mv.exportHTML({})).html));
 });
 
 test('richHTML is inline-styled and light whatever the theme', async () => {
@@ -275,7 +286,8 @@ test('an edit of the last text renders as the whole text would; a page without t
   const inserted = whole.slice(at, whole.length);
   mv.renderEdit(20, at, end, inserted, null, { rev: 21, length: whole.length });
   const edited = main.innerHTML;
-  assert.deepEqual(take()[0], { type: 'rendered', rev: 21 });
+  // No heading changed: the outline is not sent again.
+  assert.deepEqual(take(), [{ type: 'rendered', rev: 21 }]);
   mv.render(whole, null, { rev: 22 });
   take();
   assert.equal(main.innerHTML, edited);
