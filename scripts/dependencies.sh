@@ -14,6 +14,7 @@ lumo_packages=(
     dpkg-dev file lintian  # the Debian package: its library dependencies, and checking it
     libbenchmark-dev  # the benchmarks under bench/
     xvfb xauth        # a display for the GUI tests
+    weston qt6-wayland  # checking Lumo as a native Wayland client
     fonts-dejavu-core fonts-noto-color-emoji # text and emoji in the page
 )
 

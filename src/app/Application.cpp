@@ -19,7 +19,18 @@
 
 Application::Application(QObject *parent)
     : QObject(parent)
-{}
+{
+    // Which windowing system Lumo runs on, and the application id a compositor
+    // matches with the desktop entry (for its icon and name).
+    connect(&DebugHooks::shared(), &DebugHooks::posted, this, [](const QString &name) {
+        if (name != QLatin1String("lumoapp.debug.platform"))
+            return;
+        std::fprintf(stdout, "Lumo platform: %s, app id %s\n",
+                     qUtf8Printable(QGuiApplication::platformName()),
+                     qUtf8Printable(QGuiApplication::desktopFileName()));
+        std::fflush(stdout);
+    });
+}
 
 QList<DocumentWindow *> Application::windows() const
 {
