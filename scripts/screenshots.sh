@@ -19,8 +19,8 @@ done
 mkdir -p "$out"
 
 work=$(mktemp -d)
-display=":$((90 + RANDOM % 100))"
-Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
+# A display of our own: Xvfb picks a free number and writes it to the file.
+Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 &
 xvfb=$!
 lumo=
 cleanup() {
@@ -29,8 +29,12 @@ cleanup() {
     rm -rf "$work"
 }
 trap cleanup EXIT
-export DISPLAY=$display
-sleep 1
+for _ in $(seq 50); do
+    [ -s "$work/display" ] && break
+    sleep 0.1
+done
+DISPLAY=":$(cat "$work/display")"
+export DISPLAY
 
 # A small project of notes to show.
 notes="$work/Field Notes"
