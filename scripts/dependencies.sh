@@ -11,8 +11,10 @@ lumo_packages=(
     libqpdf-dev       # dark backgrounds and bookmarks in exported PDF pages
     xdg-utils         # xdg-mime: making Lumo the default for Markdown files
     desktop-file-utils appstream  # checking the desktop entry and AppStream metadata
+    dpkg-dev file lintian  # the Debian package: its library dependencies, and checking it
     libbenchmark-dev  # the benchmarks under bench/
     xvfb xauth        # a display for the GUI tests
+    weston qt6-wayland  # checking Lumo as a native Wayland client
     fonts-dejavu-core fonts-noto-color-emoji # text and emoji in the page
 )
 

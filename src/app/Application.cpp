@@ -4,6 +4,8 @@
 #include "DebugHooks.h"
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"
+#include "document/RevealWhenReady.h"
+#include "OpenTarget.h"
 #include "Preferences.h"
 #include "ResourcePaths.h"
 #include "workspace/FolderOpener.h"
@@ -17,7 +19,18 @@
 
 Application::Application(QObject *parent)
     : QObject(parent)
-{}
+{
+    // Which windowing system Lumo runs on, and the application id a compositor
+    // matches with the desktop entry (for its icon and name).
+    connect(&DebugHooks::shared(), &DebugHooks::posted, this, [](const QString &name) {
+        if (name != QLatin1String("lumoapp.debug.platform"))
+            return;
+        std::fprintf(stdout, "Lumo platform: %s, app id %s\n",
+                     qUtf8Printable(QGuiApplication::platformName()),
+                     qUtf8Printable(QGuiApplication::desktopFileName()));
+        std::fflush(stdout);
+    });
+}
 
 QList<DocumentWindow *> Application::windows() const
 {
@@ -42,9 +55,9 @@ void Application::handleRequest(const QJsonObject &request)
         return;
 
     bool asked = false;
-    QStringList files;
+    QList<OpenTarget> targets;
     for (const QJsonValue &path : request.value(QLatin1String("paths")).toArray()) {
-        files.append(path.toString());
+        targets.append(OpenTarget::fromJson(path));
         asked = true;
     }
     for (const QJsonValue &url : request.value(QLatin1String("urls")).toArray()) {
@@ -52,8 +65,12 @@ void Application::handleRequest(const QJsonObject &request)
         if (const auto folder = CommandLineTool::folderToOpen(url.toString()))
             openFolder(*folder);
     }
-    if (!files.isEmpty())
-        openFiles(files);
+    for (const OpenTarget &target : std::as_const(targets)) {
+        if (target.path.isEmpty() || openFiles({target.path}) == 0)
+            continue;
+        RevealWhenReady::line(target.path, target.line);
+        RevealWhenReady::heading(target.path, target.heading);
+    }
     if (request.value(QLatin1String("text")).isString()) {
         newDocument(request.value(QLatin1String("text")).toString());
         asked = true;

@@ -2,6 +2,7 @@
 #include "app/DesktopCommands.h"
 #include "app/ExportCommand.h"
 #include "app/HeadlessExport.h"
+#include "app/LaunchArguments.h"
 #include "app/LegacyMigration.h"
 #include "app/Preferences.h"
 #include "app/SingleInstance.h"
@@ -9,7 +10,6 @@
 #include "document/TextEncoding.h"
 
 #include <cstdio>
-#include <cstring>
 #include <optional>
 #include <QApplication>
 #include <QDir>
@@ -18,60 +18,70 @@
 
 namespace {
 
-void printUsage()
-{
-    std::fputs("usage: lumo [FILE.md ...]   open Markdown files\n"
-               "       lumo [FOLDER]        open a folder\n"
-               "       tool | lumo -        read Markdown from standard input\n"
-               "       lumo --export html|pdf [--dark] IN.md OUT\n"
-               "       lumo --post NAME [ARG]\n",
-               stdout);
-}
-
-// The request this launch makes: files as absolute paths, lumo: URLs as given, and
-// standard input's text for "-".
-QJsonObject openRequest(const QStringList &arguments)
+// The request this launch makes: files as absolute paths (with the place to show),
+// lumo: URLs as given, and standard input's text for "-".
+QJsonObject openRequest(const LaunchArguments &arguments)
 {
     QJsonArray paths;
-    QJsonArray urls;
-    QJsonObject request{{QStringLiteral("kind"), QStringLiteral("open")}};
-    for (const QString &argument : arguments) {
-        if (argument == QLatin1String("-")) {
-            QFile input;
-            if (input.open(stdin, QIODevice::ReadOnly))
-                request.insert(QStringLiteral("text"), TextEncoding::decode(input.readAll()).text);
-        } else if (argument.startsWith(QLatin1String("lumo:"))) {
-            urls.append(argument);
-        } else if (argument.startsWith(QLatin1String("file://"))) {
-            paths.append(QUrl(argument).toLocalFile());
-        } else {
-            paths.append(QDir::current().absoluteFilePath(argument));
-        }
+    for (const OpenTarget &target : arguments.targets)
+        paths.append(target.toJson());
+    QJsonObject request{{QStringLiteral("kind"), QStringLiteral("open")},
+                        {QStringLiteral("paths"), paths},
+                        {QStringLiteral("urls"), QJsonArray::fromStringList(arguments.urls)}};
+    if (arguments.readStandardInput) {
+        QFile input;
+        if (input.open(stdin, QIODevice::ReadOnly))
+            request.insert(QStringLiteral("text"), TextEncoding::decode(input.readAll()).text);
     }
-    request.insert(QStringLiteral("paths"), paths);
-    request.insert(QStringLiteral("urls"), urls);
     return request;
+}
+
+// Answers what needs no window: help, the version and a malformed command line.
+// Before QApplication has taken its own options ("-platform NAME", "-style NAME"),
+// an unknown single-dash option may still be one of those.
+std::optional<int> answerAtOnce(const LaunchArguments &arguments, bool qtOptionsTaken)
+{
+    switch (arguments.action) {
+    case LaunchArguments::Action::Invalid:
+        if (!qtOptionsTaken && !arguments.unknownOption.startsWith(QLatin1String("--")))
+            return std::nullopt;
+        std::fprintf(stderr, "lumo: %s\n", qUtf8Printable(arguments.error));
+        return 2;
+    case LaunchArguments::Action::Help:
+        std::fputs(qUtf8Printable(LaunchArguments::usage()), stdout);
+        return 0;
+    case LaunchArguments::Action::Version:
+        std::printf("lumo %s\n", LUMO_VERSION);
+        return 0;
+    case LaunchArguments::Action::Post:
+    case LaunchArguments::Action::Open:
+        break;
+    }
+    return std::nullopt;
 }
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    QStringList rawArguments;
+    for (int i = 1; i < argc; ++i)
+        rawArguments.append(QString::fromLocal8Bit(argv[i]));
     // A headless export stands alone: checked before anything starts, and never
     // handed to a running Lumo.
     std::optional<ExportCommand> exportCommand;
-    if (argc > 1 && std::strcmp(argv[1], "--export") == 0) {
-        QStringList exportArguments;
-        for (int i = 1; i < argc; ++i)
-            exportArguments.append(QString::fromLocal8Bit(argv[i]));
+    if (rawArguments.value(0) == QLatin1String("--export")) {
         QString error;
-        exportCommand = ExportCommand::parse(exportArguments, &error);
+        exportCommand = ExportCommand::parse(rawArguments, &error);
         if (!exportCommand) {
             std::fprintf(stderr, "lumo: %s\nusage: %s\n", qUtf8Printable(error),
                          qUtf8Printable(ExportCommand::usage()));
             return 2;
         }
         HeadlessExport::prepareEnvironment();
+    } else if (const std::optional<int> status =
+                   answerAtOnce(LaunchArguments::parse(rawArguments, QDir::currentPath()), false)) {
+        return *status;
     }
     WebEngineSetup::prepare();
     QApplication app(argc, argv);
@@ -83,23 +93,14 @@ int main(int argc, char *argv[])
     if (exportCommand)
         return HeadlessExport::run(*exportCommand);
 
-    const QStringList arguments = QApplication::arguments().mid(1);
-    if (arguments.value(0) == QLatin1String("--version")) {
-        std::printf("lumo %s\n", LUMO_VERSION);
-        return 0;
-    }
-    if (arguments.contains(QLatin1String("--help")) || arguments.contains(QLatin1String("-h"))) {
-        printUsage();
-        return 0;
-    }
-    if (arguments.value(0) == QLatin1String("--post")) {
-        if (arguments.size() < 2 || arguments.size() > 3) {
-            printUsage();
-            return 2;
-        }
+    const LaunchArguments arguments =
+        LaunchArguments::parse(QApplication::arguments().mid(1), QDir::currentPath());
+    if (const std::optional<int> status = answerAtOnce(arguments, true))
+        return *status;
+    if (arguments.action == LaunchArguments::Action::Post) {
         const QJsonObject post{{QStringLiteral("kind"), QStringLiteral("post")},
-                               {QStringLiteral("name"), arguments.at(1)},
-                               {QStringLiteral("arg"), arguments.value(2)}};
+                               {QStringLiteral("name"), arguments.postName},
+                               {QStringLiteral("arg"), arguments.postArgument}};
         if (SingleInstance::send(post))
             return 0;
         std::fputs("lumo: Lumo is not running\n", stderr);

@@ -8,6 +8,8 @@ DiskChangeBanner::DiskChangeBanner(QWidget *parent)
     : QFrame(parent)
 {
     setObjectName(QStringLiteral("diskChangeBanner"));
+    setAccessibleName(tr("Changed on disk"));
+    setAccessibleDescription(tr("Another program changed this file while it has your edits"));
     setFrameShape(QFrame::StyledPanel);
     setAutoFillBackground(true);
 

@@ -11,14 +11,15 @@
 #include "LinkPolicy.h"
 #include "LocalAssetHandler.h"
 #include "OpenDocument.h"
+#include "PageAccessibleName.h"
 #include "PageActions.h"
 #include "PageScript.h"
 #include "PDFPrint.h"
 #include "PreviewPage.h"
+#include "RichText.h"
 #include "workspace/ReadState.h"
 #include "workspace/RootResolver.h"
 #include "workspace/Workspace.h"
-#include "RichText.h"
 
 #include <cmath>
 #include <cstdio>
@@ -109,6 +110,7 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
     settings->setAttribute(QWebEngineSettings::JavascriptCanAccessClipboard, false);
     m_webView->setPage(page);
     m_webView->setContextMenuPolicy(Qt::NoContextMenu);
+    new PageAccessibleName(m_webView, tr("Document"));
     new AppearanceWatcher(this, m_webView);
     liveControllers().append(this);
 

@@ -18,7 +18,9 @@ FindBar::FindBar(bool incremental, QWidget *parent)
 
     auto *icon = new QLabel(this);
     icon->setPixmap(QIcon::fromTheme(QStringLiteral("edit-find")).pixmap(16, 16));
+    setAccessibleName(tr("Find bar"));
     m_field->setPlaceholderText(tr("Find"));
+    m_field->setAccessibleName(tr("Find"));
     m_field->setClearButtonEnabled(true);
     m_field->installEventFilter(this);
     auto *done = new QPushButton(tr("Done"), this);

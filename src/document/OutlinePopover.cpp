@@ -69,7 +69,10 @@ OutlinePopover::OutlinePopover(QWidget *parent)
 {
     setFrameShape(QFrame::StyledPanel);
     setFixedWidth(popoverWidth);
+    setAccessibleName(tr("Outline"));
     m_filter->setPlaceholderText(tr("Filter headings"));
+    m_filter->setAccessibleName(tr("Filter headings"));
+    m_list->setAccessibleName(tr("Headings"));
     m_filter->setClearButtonEnabled(true);
     m_list->setItemDelegate(new RowDelegate(m_list));
     m_list->setMouseTracking(true);

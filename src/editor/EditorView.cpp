@@ -33,6 +33,7 @@ int lineCountOf(const QPlainTextEdit *view, const QTextBlock &block)
 EditorView::EditorView(const QString &text, double scale, QWidget *parent)
     : MarkdownTextView(parent)
 {
+    setAccessibleName(tr("Markdown source"));
     setFrameShape(QFrame::NoFrame);
     setLineWrapMode(QPlainTextEdit::WidgetWidth);
     setTabChangesFocus(false);

@@ -122,6 +122,9 @@ QuickOpenPanel::QuickOpenPanel(QWidget *tab)
     , m_model(new QuickOpenModel(this))
 {
     setObjectName(QStringLiteral("quickOpenPanel"));
+    setAccessibleName(tr("Open Quickly"));
+    field()->setAccessibleName(tr("File name"));
+    list()->setAccessibleName(tr("Matching files"));
     list()->setModel(m_model);
     list()->setItemDelegate(new RowDelegate(list()));
     connect(field(), &QLineEdit::textChanged, this, [this] {

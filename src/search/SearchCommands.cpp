@@ -2,25 +2,18 @@
 
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"
+#include "document/RevealWhenReady.h"
 #include "ProjectRoot.h"
 #include "QuickOpenPanel.h"
 #include "SearchPanel.h"
 
 #include <QAction>
 #include <QCoreApplication>
-#include <QDir>
-#include <QFileInfo>
 #include <QMenu>
 #include <QPlainTextEdit>
 
 namespace SearchCommands {
 namespace {
-
-QString keyOf(const QString &path)
-{
-    const QString canonical = QFileInfo(path).canonicalFilePath();
-    return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
-}
 
 QString documentPath(const DocumentTab *tab)
 {
@@ -40,15 +33,7 @@ void openFile(DocumentTab *tab, const QString &path, int line, bool replacingCur
         window->showTab(existing);
     else
         tab->controller()->open(path, replacingCurrent && !keepCurrent);
-    if (line < 0)
-        return;
-    DocumentController::whenReady(path, [key = keyOf(path), line] {
-        for (DocumentController *controller : DocumentController::registry()) {
-            const OpenDocument *document = controller->document();
-            if (document && !document->isUntitled() && keyOf(document->path()) == key)
-                controller->showLine(line);
-        }
-    });
+    RevealWhenReady::line(path, line);
 }
 
 // Gives the keyboard back to the page, or to the editor while editing.

@@ -13,6 +13,9 @@ SearchPanel::SearchPanel(QWidget *tab)
     , m_model(new SearchResultsModel(this))
 {
     setObjectName(QStringLiteral("searchPanel"));
+    setAccessibleName(tr("Find in Project"));
+    field()->setAccessibleName(tr("Text to find"));
+    list()->setAccessibleName(tr("Matches"));
     list()->setModel(m_model);
     list()->setItemDelegate(new SearchResultDelegate(list()));
     connect(field(), &QLineEdit::textChanged, m_session, &SearchSession::setQuery);

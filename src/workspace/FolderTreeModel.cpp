@@ -185,6 +185,11 @@ QVariant FolderTreeModel::data(const QModelIndex &index, int role) const
         return !m_currentPath.isEmpty() && node.path == m_currentPath;
     case UnreadRole:
         return shownUnread(id);
+    case Qt::AccessibleDescriptionRole:
+        if (!shownUnread(id))
+            return QString();
+        return node.isFolder ? tr("Holds files changed since you last read them")
+                             : tr("Changed since you last read it");
     case FileCountRole:
         return node.fileCount;
     default:

@@ -42,6 +42,7 @@ public:
 SidebarList::SidebarList(QWidget *parent)
     : QTreeView(parent)
 {
+    setAccessibleName(tr("Files"));
     setHeaderHidden(true);
     setRootIsDecorated(true);
     setItemsExpandable(false);

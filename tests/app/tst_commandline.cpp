@@ -1,6 +1,7 @@
 #include "app/CommandLineTool.h"
 #include "app/CustomCSS.h"
 #include "app/DefaultApp.h"
+#include "app/LaunchArguments.h"
 #include "app/LegacyMigration.h"
 #include "app/Preferences.h"
 
@@ -22,6 +23,12 @@ class TestCommandLine : public QObject
 private Q_SLOTS:
     void folderUrls_data();
     void folderUrls();
+    void arguments_data();
+    void arguments();
+    void positions_data();
+    void positions();
+    void headings_data();
+    void headings();
     void installLink_data();
     void installLink();
     void defaultApp_data();
@@ -66,6 +73,134 @@ void TestCommandLine::folderUrls()
     QFETCH(QString, url);
     QFETCH(QString, folder);
     QCOMPARE(CommandLineTool::folderToOpen(url).value_or(QString()), folder);
+}
+
+void TestCommandLine::arguments_data()
+{
+    using Action = LaunchArguments::Action;
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<Action>("action");
+    QTest::addColumn<QStringList>("paths");
+    QTest::addColumn<bool>("standardInput");
+
+    QTest::newRow("nothing") << QStringList() << Action::Open << QStringList() << false;
+    QTest::newRow("relative files") << QStringList{u"a.md"_s, u"../b.md"_s} << Action::Open
+                                    << QStringList{u"/work/here/a.md"_s, u"/work/b.md"_s} << false;
+    QTest::newRow("file URL") << QStringList{u"file:///x/a%20b.md"_s} << Action::Open
+                              << QStringList{u"/x/a b.md"_s} << false;
+    QTest::newRow("standard input") << QStringList{u"-"_s} << Action::Open << QStringList() << true;
+    QTest::newRow("help anywhere")
+        << QStringList{u"a.md"_s, u"--help"_s} << Action::Help << QStringList() << false;
+    QTest::newRow("short help") << QStringList{u"-h"_s} << Action::Help << QStringList() << false;
+    QTest::newRow("version") << QStringList{u"--version"_s} << Action::Version << QStringList()
+                             << false;
+    QTest::newRow("unknown long") << QStringList{u"--verbose"_s, u"a.md"_s} << Action::Invalid
+                                  << QStringList() << false;
+    QTest::newRow("unknown short")
+        << QStringList{u"-x"_s} << Action::Invalid << QStringList() << false;
+    QTest::newRow("names after --")
+        << QStringList{u"--"_s, u"-x.md"_s, u"-"_s, u"--help"_s} << Action::Open
+        << QStringList{u"/work/here/-x.md"_s, u"/work/here/-"_s, u"/work/here/--help"_s} << false;
+    QTest::newRow("post") << QStringList{u"--post"_s, u"name"_s} << Action::Post << QStringList()
+                          << false;
+    QTest::newRow("post without name")
+        << QStringList{u"--post"_s} << Action::Invalid << QStringList() << false;
+    QTest::newRow("post with too much") << QStringList{u"--post"_s, u"a"_s, u"b"_s, u"c"_s}
+                                        << Action::Invalid << QStringList() << false;
+}
+
+void TestCommandLine::arguments()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(LaunchArguments::Action, action);
+    QFETCH(QStringList, paths);
+    QFETCH(bool, standardInput);
+
+    const LaunchArguments parsed = LaunchArguments::parse(arguments, u"/work/here"_s);
+    QCOMPARE(parsed.action, action);
+    QStringList parsedPaths;
+    for (const OpenTarget &target : parsed.targets)
+        parsedPaths.append(target.path);
+    QCOMPARE(parsedPaths, paths);
+    QCOMPARE(parsed.readStandardInput, standardInput);
+    // The error is one line, naming what was wrong.
+    QCOMPARE(parsed.error.isEmpty(), action != LaunchArguments::Action::Invalid);
+    QVERIFY(!parsed.error.contains(u'\n'));
+}
+
+void TestCommandLine::positions_data()
+{
+    QTest::addColumn<QString>("argument");
+    QTest::addColumn<QStringList>("existing");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<int>("line");
+    QTest::addColumn<QString>("heading");
+
+    const QStringList notes{u"/d/notes.md"_s};
+    QTest::newRow("plain") << u"/d/notes.md"_s << notes << u"/d/notes.md"_s << -1 << QString();
+    QTest::newRow("line") << u"/d/notes.md:12"_s << notes << u"/d/notes.md"_s << 11 << QString();
+    QTest::newRow("line and column")
+        << u"/d/notes.md:3:7"_s << notes << u"/d/notes.md"_s << 2 << QString();
+    QTest::newRow("line zero") << u"/d/notes.md:0"_s << notes << u"/d/notes.md"_s << -1
+                               << QString();
+    QTest::newRow("heading") << u"/d/notes.md#install-it"_s << notes << u"/d/notes.md"_s << -1
+                             << u"install-it"_s;
+    QTest::newRow("real name with colon")
+        << u"/d/notes.md:12"_s << QStringList{u"/d/notes.md:12"_s, u"/d/notes.md"_s}
+        << u"/d/notes.md:12"_s << -1 << QString();
+    QTest::newRow("real name with colon, at a line")
+        << u"/d/notes.md:3:7"_s << QStringList{u"/d/notes.md:3"_s} << u"/d/notes.md:3"_s << 6
+        << QString();
+    QTest::newRow("real name with hash")
+        << u"/d/c#.md"_s << QStringList{u"/d/c#.md"_s} << u"/d/c#.md"_s << -1 << QString();
+    QTest::newRow("hash in a real name, then a heading")
+        << u"/d/c#.md#intro"_s << QStringList{u"/d/c#.md"_s} << u"/d/c#.md"_s << -1 << u"intro"_s;
+    QTest::newRow("missing file keeps its name")
+        << u"/d/gone.md:4"_s << notes << u"/d/gone.md:4"_s << -1 << QString();
+    QTest::newRow("not a number") << u"/d/notes.md:x"_s << notes << u"/d/notes.md:x"_s << -1
+                                  << QString();
+}
+
+void TestCommandLine::positions()
+{
+    QFETCH(QString, argument);
+    QFETCH(QStringList, existing);
+    QFETCH(QString, path);
+    QFETCH(int, line);
+    QFETCH(QString, heading);
+
+    const OpenTarget target = OpenTarget::fromArgument(
+        argument, [&existing](const QString &candidate) { return existing.contains(candidate); });
+    QCOMPARE(target.path, path);
+    QCOMPARE(target.line, line);
+    QCOMPARE(target.heading, heading);
+    // The running Lumo receives exactly what the launch found.
+    QCOMPARE(OpenTarget::fromJson(target.toJson()), target);
+}
+
+void TestCommandLine::headings_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("index");
+
+    QTest::newRow("anchor") << u"install-it"_s << 1;
+    QTest::newRow("text, any case") << u"install IT!"_s << 1;
+    QTest::newRow("anchor before text") << u"usage"_s << 2;
+    QTest::newRow("anchor from text") << u"Install It"_s << 1;
+    QTest::newRow("duplicate's anchor") << u"usage-1"_s << 3;
+    QTest::newRow("no such heading") << u"uninstall"_s << -1;
+    QTest::newRow("empty") << QString() << -1;
+}
+
+void TestCommandLine::headings()
+{
+    QFETCH(QString, name);
+    QFETCH(int, index);
+    const QList<OutlineItem> outline{{1, u"Lumo"_s, u"lumo"_s, 0},
+                                     {2, u"Install it!"_s, u"install-it"_s, 4},
+                                     {2, u"How to use"_s, u"usage"_s, 9},
+                                     {2, u"Usage"_s, u"usage-1"_s, 12}};
+    QCOMPARE(OpenTarget::headingIndex(outline, name), index);
 }
 
 void TestCommandLine::installLink_data()

@@ -30,6 +30,9 @@ private Q_SLOTS:
     void headlessExport();
     void exportHooks();
     void launcherScriptReachesTheRunningLumo();
+    void conventionsNeedNoDisplay_data();
+    void conventionsNeedNoDisplay();
+    void opensAtALineOrHeading();
     void tailHoldsAtTheBottomOfAGrowingFile();
     void followChangesShowsWhatChangedOffScreen();
     void aRewrittenFileKeepsTheReadersPlace();
@@ -337,7 +340,83 @@ void TestLumo::launcherScriptReachesTheRunningLumo()
                               (QStringList{u"First"_s, u"Piped"_s, u"Second"_s}), 30000);
     QByteArray errors;
     QCOMPARE(run({u"--frobnicate"_s}, {}, &errors, script), 2);
-    QVERIFY(errors.contains("usage: lumo FILE.md"));
+    QCOMPARE(errors, "lumo: unknown option --frobnicate (see lumo --help)\n");
+}
+
+void TestLumo::conventionsNeedNoDisplay_data()
+{
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<QByteArray>("errors");
+
+    const QString binary = QStringLiteral(LUMO_BINARY);
+    const QString script = QFileInfo(binary).absolutePath() + u"/../share/lumo/bin/lumo"_s;
+    for (const QString &program : {binary, script}) {
+        const QByteArray name = program == binary ? "program " : "script ";
+        QTest::newRow(name + "help") << program << QStringList{u"--help"_s} << 0
+                                     << QByteArray("usage: lumo ") << QByteArray();
+        QTest::newRow(name + "version") << program << QStringList{u"--version"_s} << 0
+                                        << QByteArray("lumo " LUMO_VERSION "\n") << QByteArray();
+        QTest::newRow(name + "unknown option")
+            << program << QStringList{u"a.md"_s, u"--bogus"_s} << 2 << QByteArray()
+            << QByteArray("lumo: unknown option --bogus (see lumo --help)\n");
+    }
+}
+
+// Help, the version and a wrong option answer from a text console, with no
+// display to connect to.
+void TestLumo::conventionsNeedNoDisplay()
+{
+    QFETCH(QString, program);
+    QFETCH(QStringList, arguments);
+    QFETCH(int, status);
+    QFETCH(QByteArray, output);
+    QFETCH(QByteArray, errors);
+
+    QProcess process;
+    QProcessEnvironment env = environment();
+    for (const QString &name : {u"QT_QPA_PLATFORM"_s, u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s})
+        env.remove(name);
+    process.setProcessEnvironment(env);
+    process.start(program, arguments);
+    QVERIFY(process.waitForFinished(30000));
+    QCOMPARE(process.exitCode(), status);
+    QVERIFY2(process.readAllStandardOutput().startsWith(output), qPrintable(program));
+    QCOMPARE(process.readAllStandardError(), errors);
+}
+
+void TestLumo::opensAtALineOrHeading()
+{
+    QByteArray body;
+    for (int i = 1; i <= 300; ++i) {
+        body += "Paragraph " + QByteArray::number(i) + ".\n\n";
+        if (i == 200)
+            body += "## Far Away\n\n";
+    }
+    // Line 203 is "Paragraph 101.": the title, a blank, then two lines a paragraph.
+    const QString document = fixture(u"long.md"_s, "# Long\n\n" + body);
+    const QString other = fixture(u"other.md"_s, "# Other\n\n" + body);
+    // Each page's title and how far below the top of its view the element is.
+    const auto tops = [this](const QString &selector) {
+        return probe(
+            u"document.querySelector('main h1').textContent + '=' + "
+            "Math.round(document.querySelector('%1').getBoundingClientRect().top)"_s.arg(selector));
+    };
+    const auto atTop = [](const QStringList &found, const QString &title) {
+        for (const QString &entry : found) {
+            if (entry.startsWith(title + u'='))
+                return qAbs(entry.section(u'=', 1).toInt()) < 80;
+        }
+        return false;
+    };
+    start({document + u":203"_s});
+    QTRY_VERIFY_WITH_TIMEOUT(atTop(tops(u"[data-line=\"202\"]"_s), u"Long"_s), 30000);
+
+    // A later launch opens another file at a heading, by its anchor.
+    QCOMPARE(run({other + u"#far-away"_s}), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(atTop(tops(u"#far-away"_s), u"Other"_s), 30000);
 }
 
 void TestLumo::append(const QString &path, const QByteArray &bytes)

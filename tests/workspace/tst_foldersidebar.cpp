@@ -248,6 +248,13 @@ void TestFolderSidebar::marksWhatChangedSinceItWasRead()
     QTRY_VERIFY(unread(u"top.md"_s));
     QVERIFY(unread(u"a"_s));
     QVERIFY(!unread(u"open.md"_s));
+    // A screen reader hears the mark with the row's name.
+    const auto description = [model](const QString &relative) {
+        return model->indexOf(relative).data(Qt::AccessibleDescriptionRole).toString();
+    };
+    QCOMPARE(description(u"top.md"_s), u"Changed since you last read it"_s);
+    QCOMPARE(description(u"a"_s), u"Holds files changed since you last read them"_s);
+    QCOMPARE(description(u"open.md"_s), QString());
 
     // An open folder leaves the mark to what it shows.
     fixture.tree->setExpanded({u"a"_s});

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+class QWebEngineView;
+
+// Gives a web view's page an accessible name. The engine draws the page in a child
+// widget it creates late, which takes the keyboard focus in the view's place; that
+// widget is named whenever the view gains one. Lives as long as the view.
+class PageAccessibleName : public QObject
+{
+    Q_OBJECT
+
+public:
+    PageAccessibleName(QWebEngineView *view, const QString &name);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void apply();
+
+    QWebEngineView *m_view;
+    QString m_name;
+};
