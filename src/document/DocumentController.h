@@ -171,6 +171,8 @@ private:
     void toggleTask(int line, bool checked, qint64 revision);
     void watchFile();
     QString pathKey() const;
+    // Lets the page load media from the document's folders.
+    void allowAssets();
 
     QPointer<OpenDocument> m_document;
     QPointer<QWebEngineView> m_webView;

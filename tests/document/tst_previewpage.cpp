@@ -1,4 +1,5 @@
 // The reading page and its bridge, in a real offscreen web view.
+#include "document/LocalAssetHandler.h"
 #include "document/PageScript.h"
 #include "support/WebTest.h"
 
@@ -6,6 +7,7 @@
 #include <QImage>
 #include <QJsonArray>
 #include <QWebEngineView>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -353,19 +355,32 @@ void TestPreviewPage::localImagesLoadOnlyThroughTheAssetScheme()
     QVERIFY(secret.open(QIODevice::WriteOnly));
     secret.write("secret");
     secret.close();
+    // Hostile neighbours: a FIFO that would block its reader, a link out of the folder
+    // (to a real image), and a NUL that hides the real extension.
+    QVERIFY(QDir().mkpath(m_dir.filePath(u"docs"_s)));
+    QCOMPARE(::mkfifo(QFile::encodeName(m_dir.filePath(u"docs/pipe.png"_s)).constData(), 0600), 0);
+    QVERIFY(QFile::link(m_dir.filePath(u"pic.png"_s), m_dir.filePath(u"docs/out.png"_s)));
+    QVERIFY(image.save(m_dir.filePath(u"docs/in.png"_s)));
+    QVERIFY(image.save(m_dir.filePath(u"docs/picture.dat"_s), "PNG"));
+    QObject owner;
+    LocalAssetHandler::allow(&owner, m_dir.filePath(u"docs/README.md"_s), QString());
 
-    const QString base = QUrl::fromLocalFile(m_dir.path() + u"/"_s).toString();
-    renderAndWait(
-        u"![ok](pic.png) ![no](secret.txt) ![abs](%1)\n"_s.arg(m_dir.filePath(u"pic.png"_s)), base);
+    const QString base = QUrl::fromLocalFile(m_dir.path() + u"/docs/"_s).toString();
+    const QString nul = u"mv-asset://"_s + m_dir.filePath(u"docs/picture.dat"_s) + u"%00.png"_s;
+    const QString in = m_dir.filePath(u"docs/in.png"_s);
+    renderAndWait(u"![ok](in.png) ![no](../secret.txt) ![abs]("_s + in +
+                      u") ![fifo](pipe.png) ![out](out.png) <img src=\""_s + in +
+                      u"\"> <img src=\""_s + nul + u"\">\n"_s,
+                  base);
     const QString sources = u"Array.from(document.querySelectorAll('main img')).map(i => i.src)"_s;
     const QStringList srcs = eval(sources).toStringList();
-    QCOMPARE(srcs.size(), 3);
+    QCOMPARE(srcs.size(), 7);
     QVERIFY2(srcs.at(0).startsWith(u"mv-asset:"_s), qPrintable(srcs.at(0)));
-    QVERIFY(srcs.at(0).endsWith(u"/pic.png"_s));
+    QVERIFY(srcs.at(0).endsWith(u"/in.png"_s));
 
     const QString widths =
         u"Array.from(document.querySelectorAll('main img')).map(i => i.complete ? i.naturalWidth : -1)"_s;
-    QTRY_COMPARE(eval(widths).toList(), (QVariantList{3, 0, 3}));
+    QTRY_COMPARE(eval(widths).toList(), (QVariantList{3, 0, 3, 0, 0, 3, 0}));
 }
 
 void TestPreviewPage::linkClicksLeaveThePageAlone()

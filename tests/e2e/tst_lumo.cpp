@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -29,6 +30,7 @@ private Q_SLOTS:
     void headlessExport_data();
     void headlessExport();
     void exportHooks();
+    void headlessExportOfAHostileFolder();
     void launcherScriptReachesTheRunningLumo();
 
 private:
@@ -301,6 +303,46 @@ void TestLumo::headlessExport()
     QFile file(out);
     QVERIFY(file.open(QIODevice::ReadOnly));
     QVERIFY(file.readAll().startsWith(output));
+}
+
+void TestLumo::headlessExportOfAHostileFolder()
+{
+    // A cloned repository whose "images" point at secrets, devices and pipes.
+    const QByteArray secret = "AWS_SECRET_ACCESS_KEY=hostile-corpus-secret\n";
+    fixture(u"home/.ssh/id_rsa"_s, secret);
+    fixture(u"repo/notes.png"_s, secret);
+    QImage image(5, 4, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    QVERIFY(image.save(m_home->filePath(u"repo/good.png"_s)));
+    QVERIFY(image.save(m_home->filePath(u"home/outside.png"_s)));
+    const QString repo = m_home->filePath(u"repo/"_s);
+    QVERIFY(QFile::link(u"../home/.ssh/id_rsa"_s, repo + u"key.jpg"_s));
+    QVERIFY(QFile::link(u"/proc/self/environ"_s, repo + u"badge.png"_s));
+    QVERIFY(QFile::link(u"/dev/zero"_s, repo + u"zero.png"_s));
+    QVERIFY(QFile::link(m_home->filePath(u"home/outside.png"_s), repo + u"outside.png"_s));
+    QCOMPARE(::mkfifo(QFile::encodeName(repo + u"pipe.png"_s).constData(), 0600), 0);
+    const QStringList refused{u"key.jpg"_s,     u"badge.png"_s, u"zero.png"_s,
+                              u"outside.png"_s, u"pipe.png"_s,  u"notes.png"_s};
+    QByteArray markdown = "# Hostile\n\n![good](good.png)\n";
+    for (const QString &name : refused)
+        markdown += "![" + name.toUtf8() + "](" + name.toUtf8() + ")\n";
+    const QString in = fixture(u"repo/README.md"_s, markdown);
+    const QString out = m_home->filePath(u"out.html"_s);
+
+    QByteArray errors;
+    QCOMPARE(run({u"--export"_s, u"html"_s, in, out}, {}, &errors), 0);
+    QFile file(out);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray html = file.readAll();
+    QVERIFY(html.contains("<img src=\"data:image/png;base64,"));
+    QVERIFY(!html.contains("hostile-corpus-secret"));
+    QVERIFY(!html.contains(secret.toBase64()));
+    for (const QString &name : refused) {
+        // Left as a plain link, and said so.
+        QVERIFY2(html.contains(QUrl::fromLocalFile(repo + name).toEncoded()), qPrintable(name));
+        QVERIFY2(errors.contains("not embedded: file://" + QFile::encodeName(repo + name)),
+                 errors.constData());
+    }
 }
 
 void TestLumo::exportHooks()

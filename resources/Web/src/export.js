@@ -32,9 +32,14 @@ function lookup(images, src) {
   return null;
 }
 
-/** A copy of the rendered body without page machinery, local media swapped for the given data URLs. */
+/**
+ * A copy of the rendered body without page machinery, local media swapped for the
+ * given data URLs. The copy lives in a document of its own that loads nothing: a
+ * media file left out of the map (a pipe, a device) is never fetched by the copy.
+ */
 export function cleanClone(container, images) {
-  const clone = container.cloneNode(true);
+  const inert = container.ownerDocument.implementation.createHTMLDocument('');
+  const clone = inert.importNode(container, true);
   clone.querySelectorAll('.lumo-ui').forEach((n) => n.remove());
   clone.querySelectorAll('[data-line], [data-line-end]').forEach((n) => {
     n.removeAttribute('data-line');
