@@ -30,6 +30,7 @@ private Q_SLOTS:
     void malformedMessagesAreIgnored();
     void noScriptFromADocumentRuns();
     void localImagesLoadOnlyThroughTheAssetScheme();
+    void hostileCorpusIsShownInert();
     void linkClicksLeaveThePageAlone();
 
 private:
@@ -381,6 +382,58 @@ void TestPreviewPage::localImagesLoadOnlyThroughTheAssetScheme()
     const QString widths =
         u"Array.from(document.querySelectorAll('main img')).map(i => i.complete ? i.naturalWidth : -1)"_s;
     QTRY_COMPARE(eval(widths).toList(), (QVariantList{3, 0, 3, 0, 0, 3, 0}));
+}
+
+void TestPreviewPage::hostileCorpusIsShownInert()
+{
+    QFile corpus(QFINDTESTDATA("hostile/page.md"));
+    QVERIFY(corpus.open(QIODevice::ReadOnly));
+    renderAndWait(QString::fromUtf8(corpus.readAll()));
+    QSignalSpy messages(m_page, &PreviewPage::messageReceived);
+    const auto sent = [&](const QString &type) {
+        QList<QJsonObject> found;
+        for (const QList<QVariant> &arguments : std::as_const(messages)) {
+            if (arguments.at(0).toJsonObject().value(u"type"_s) == type)
+                found.append(arguments.at(0).toJsonObject());
+        }
+        return found;
+    };
+
+    // Copy takes what the code block shows, and the block shows all its text.
+    eval(
+        u"document.getElementById('hidden-code').parentElement.querySelector('.code-copy').click()"_s);
+    QTRY_COMPARE(sent(u"copy"_s).size(), 1);
+    const QString shown = eval(u"document.getElementById('hidden-code').innerText"_s).toString();
+    QCOMPARE(sent(u"copy"_s).at(0).value(u"text"_s).toString(), shown);
+    QVERIFY2(shown.contains(u"| sh; rm -rf ~"_s), qPrintable(shown));
+
+    // Nothing lies over the page.
+    QCOMPARE(eval(u"getComputedStyle(document.getElementById('cover')).position"_s).toString(),
+             u"static"_s);
+    QVERIFY(eval(u"document.elementFromPoint(400, 300)?.id !== 'cover'"_s).toBool());
+
+    // Only the converter's box toggles a line.
+    eval(u"document.getElementById('forged').click()"_s);
+    eval(u"document.querySelector('main input.task-list-item-checkbox').click()"_s);
+    QTRY_COMPARE(sent(u"toggleTask"_s).size(), 1);
+    QCOMPARE(sent(u"toggleTask"_s).at(0).value(u"line"_s).toInt(), 9);
+    QVERIFY(eval(u"document.getElementById('forged').disabled"_s).toBool());
+
+    // The page's own classes are not the document's: what is shown is exported.
+    QJsonValue exported;
+    m_page->callAwaited(u"exportHTML"_s, u"{}"_s,
+                        [&](const QJsonValue &value, const QString &) { exported = value; });
+    QTRY_VERIFY(exported.isObject());
+    QVERIFY(exported[u"html"_s].toString().contains(u"Shown in the reader, so kept"_s));
+
+    // A diagram's directive cannot turn HTML labels back on.
+    const QString diagram = u"document.querySelector('main .mermaid-diagram')"_s;
+    QTRY_VERIFY_WITH_TIMEOUT(eval(diagram + u".classList.contains('rendered') || "_s + diagram +
+                                  u".classList.contains('failed')"_s)
+                                 .toBool(),
+                             20000);
+    QCOMPARE(eval(diagram + u".querySelectorAll('foreignObject, img, image').length"_s).toInt(), 0);
+    QCOMPARE(eval(u"typeof window.pwned"_s).toString(), u"undefined"_s);
 }
 
 void TestPreviewPage::linkClicksLeaveThePageAlone()

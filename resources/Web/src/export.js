@@ -46,9 +46,10 @@ export function cleanClone(container, images) {
     n.removeAttribute('data-line-end');
   });
   clone.querySelectorAll('.lumo-changed').forEach((n) => n.classList.remove('lumo-changed'));
-  clone.querySelectorAll('[data-lumo-float], [data-lumo-rows]').forEach((n) => {
+  clone.querySelectorAll('[data-lumo-float], [data-lumo-rows], [data-lumo-task]').forEach((n) => {
     n.removeAttribute('data-lumo-float');
     n.removeAttribute('data-lumo-rows');
+    n.removeAttribute('data-lumo-task');
   });
   clone.querySelectorAll('[class=""]').forEach((n) => n.removeAttribute('class'));
   const live = container.querySelectorAll('input[type="checkbox"]');
