@@ -40,7 +40,7 @@ QJsonObject openRequest(const QStringList &arguments)
             QFile input;
             if (input.open(stdin, QIODevice::ReadOnly))
                 request.insert(QStringLiteral("text"), TextEncoding::decode(input.readAll()).text);
-        } else if (argument.startsWith(QLatin1String("lumo:"))) {
+        } else if (argument.startsWith(QLatin1String("lumo:"), Qt::CaseInsensitive)) {
             urls.append(argument);
         } else if (argument.startsWith(QLatin1String("file://"))) {
             paths.append(QUrl(argument).toLocalFile());

@@ -197,7 +197,9 @@ void PreviewPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel level,
                                            const QString &sourceId)
 {
     if (level == ErrorMessageLevel)
-        printScriptError(QStringLiteral("%1 (%2:%3)").arg(message, sourceId).arg(lineNumber));
+        // Joined, not formatted: a "%2" in the message must stay as it is.
+        printScriptError(message + QStringLiteral(" (") + sourceId + QLatin1Char(':') +
+                         QString::number(lineNumber) + QLatin1Char(')'));
 }
 
 QWebEnginePage *PreviewPage::createWindow(WebWindowType)

@@ -208,6 +208,8 @@ void TestLumo::hooksOpenFiles()
     start({fixture(u"first.md"_s, "# First\n")});
     QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
                               QStringList{u"First"_s}, 30000);
+    // Console messages are printed as they are, placeholders and all.
+    QCOMPARE(probe(u"'100%2 of %1'"_s), QStringList{u"100%2 of %1"_s});
     // In place of the current document...
     QCOMPARE(run({u"--post"_s, u"lumoapp.debug.openFile"_s, fixture(u"second.md"_s, "# Second\n")}),
              0);
@@ -245,7 +247,7 @@ void TestLumo::opensFolders()
                               QStringList{u"New"_s}, 30000);
     fixture(u"more notes/other.md"_s, "# Other\n");
     const QString url =
-        u"lumo://folder?path="_s +
+        u"LUMO://Folder?path="_s +
         QString::fromUtf8(QUrl::toPercentEncoding(m_home->filePath(u"more notes"_s)));
     QCOMPARE(run({url}), 0);
     QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
