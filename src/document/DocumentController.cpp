@@ -135,6 +135,12 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
             QStringLiteral("textScale"), QStringLiteral("useCustomCSS")};
         if (styling.contains(key))
             applyPrefs();
+        // Images already fetched (or refused) go only with the page.
+        if (key == QLatin1String("loadRemoteImages") && this->page()) {
+            m_isReady = false;
+            m_pendingRender = true;
+            this->page()->loadIndex();
+        }
     });
     connect(&CustomCSS::shared(), &CustomCSS::changed, this, &DocumentController::applyPrefs);
 

@@ -3,6 +3,7 @@
 #include "app/ResourcePaths.h"
 #include "LocalAssetHandler.h"
 #include "PageScript.h"
+#include "RemoteContentFilter.h"
 
 #include <cstdio>
 #include <QColor>
@@ -12,6 +13,7 @@
 #include <QJsonDocument>
 #include <QPointer>
 #include <QWebChannel>
+#include <QWebEngineSettings>
 #include <QWebEngineProfile>
 #include <QWebEngineScript>
 #include <QWebEngineScriptCollection>
@@ -85,6 +87,7 @@ QWebEngineProfile *PreviewPage::sharedProfile()
     // Off the record: a reader needs no cookies, cache or history on disk.
     profile = new QWebEngineProfile(QCoreApplication::instance());
     profile->installUrlSchemeHandler(LocalAssetHandler::scheme, new LocalAssetHandler(profile));
+    profile->setUrlRequestInterceptor(new RemoteContentFilter(profile));
     return profile;
 }
 
@@ -101,6 +104,9 @@ PreviewPage::PreviewPage(QObject *parent)
     setWebChannel(channel, QWebEngineScript::ApplicationWorld);
     installRelay();
     setBackgroundColor(Qt::transparent);
+    // The page comes from a file; the web images a document names are fetched unless
+    // RemoteContentFilter refuses them.
+    settings()->setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, true);
 
     connect(this, &QWebEnginePage::loadStarted, this,
             [this] { failPendingReplies(QStringLiteral("the page was reloaded")); });

@@ -1,4 +1,5 @@
 // The reading page and its bridge, in a real offscreen web view.
+#include "app/Preferences.h"
 #include "document/LocalAssetHandler.h"
 #include "document/PageScript.h"
 #include "support/WebTest.h"
@@ -6,6 +7,8 @@
 #include <QDir>
 #include <QImage>
 #include <QJsonArray>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QWebEngineView>
 #include <sys/stat.h>
 
@@ -31,6 +34,7 @@ private Q_SLOTS:
     void noScriptFromADocumentRuns();
     void localImagesLoadOnlyThroughTheAssetScheme();
     void hostileCorpusIsShownInert();
+    void remoteImagesFollowTheirPreference();
     void linkClicksLeaveThePageAlone();
 
 private:
@@ -434,6 +438,41 @@ void TestPreviewPage::hostileCorpusIsShownInert()
                              20000);
     QCOMPARE(eval(diagram + u".querySelectorAll('foreignObject, img, image').length"_s).toInt(), 0);
     QCOMPARE(eval(u"typeof window.pwned"_s).toString(), u"undefined"_s);
+}
+
+void TestPreviewPage::remoteImagesFollowTheirPreference()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    int fetches = 0;
+    connect(&server, &QTcpServer::newConnection, this, [&] {
+        while (QTcpSocket *socket = server.nextPendingConnection()) {
+            ++fetches;
+            socket->abort();
+            socket->deleteLater();
+        }
+    });
+    const QString origin = u"http://127.0.0.1:%1/"_s.arg(server.serverPort());
+    const QString images = u"Array.from(document.querySelectorAll('main img, main svg image'))"_s;
+
+    Preferences::shared().setLoadRemoteImages(false);
+    renderAndWait(u"![r](%1a.png) <img src=\"%1b.png\" srcset=\"%1c.png 2x\">\n\n"
+                  u"<svg width=\"9\" height=\"9\"><image href=\"%1d.png\" width=\"9\" "
+                  u"height=\"9\"/></svg>\n"_s.arg(origin));
+    QTRY_VERIFY(
+        eval(images + u".filter(i => i.localName === 'img').every(i => i.complete)"_s).toBool());
+    QCOMPARE(fetches, 0);
+    // Nothing the page did not show goes into an export.
+    QJsonValue exported;
+    m_page->callAwaited(u"exportHTML"_s, u"{}"_s,
+                        [&](const QJsonValue &value, const QString &) { exported = value; });
+    QTRY_VERIFY(exported.isObject());
+    QVERIFY2(!exported[u"html"_s].toString().contains(origin),
+             qPrintable(exported[u"html"_s].toString()));
+
+    Preferences::shared().setLoadRemoteImages(true);
+    renderAndWait(u"![r](%1e.png)\n"_s.arg(origin));
+    QTRY_VERIFY(fetches > 0);
 }
 
 void TestPreviewPage::linkClicksLeaveThePageAlone()

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QProcess>
 #include <QSettings>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
@@ -325,7 +326,12 @@ void TestLumo::headlessExportOfAHostileFolder()
     QCOMPARE(::mkfifo(QFile::encodeName(repo + u"pipe.png"_s).constData(), 0600), 0);
     const QStringList refused{u"key.jpg"_s,     u"badge.png"_s, u"zero.png"_s,
                               u"outside.png"_s, u"pipe.png"_s,  u"notes.png"_s};
-    QByteArray markdown = "# Hostile\n\n![good](good.png)\n";
+    // Nobody sees a headless export: a web image is not fetched, nor written out.
+    QTcpServer tracker;
+    QVERIFY(tracker.listen(QHostAddress::LocalHost));
+    const QByteArray pixel =
+        "http://127.0.0.1:" + QByteArray::number(tracker.serverPort()) + "/p.png";
+    QByteArray markdown = "# Hostile\n\n![good](good.png) ![pixel](" + pixel + ")\n";
     for (const QString &name : refused)
         markdown += "![" + name.toUtf8() + "](" + name.toUtf8() + ")\n";
     const QString in = fixture(u"repo/README.md"_s, markdown);
@@ -339,6 +345,8 @@ void TestLumo::headlessExportOfAHostileFolder()
     QVERIFY(html.contains("<img src=\"data:image/png;base64,"));
     QVERIFY(!html.contains("hostile-corpus-secret"));
     QVERIFY(!html.contains(secret.toBase64()));
+    QVERIFY(!html.contains(pixel));
+    QVERIFY(!tracker.waitForNewConnection(0));
     for (const QString &name : refused) {
         // Left as a plain link, and said so.
         QVERIFY2(html.contains(QUrl::fromLocalFile(repo + name).toEncoded()), qPrintable(name));
