@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QStandardPaths>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>

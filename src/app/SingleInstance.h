@@ -7,8 +7,8 @@ class QLocalServer;
 
 // One Lumo per user: a later launch hands its request to the running instance over a
 // local socket in a private folder of the user's and exits; either end hangs up on a
-// process of another user. The same socket carries the
-// diagnostic notifications of "lumo --post NAME [ARG]".
+// process of another user. The same socket carries the diagnostic notifications of
+// "lumo --post NAME [ARG]".
 //
 // A request is one JSON object per connection: {"kind": "open", "paths": [...],
 // "urls": [...], "text": "..."} or {"kind": "post", "name": "...", "arg": "..."}.

@@ -45,7 +45,8 @@ bool hasControlCharacter(const QString &path)
 }
 
 // The type the bytes themselves show. An SVG file often starts with an XML
-// declaration and comments that push its root element past the magic rules' reach.
+// declaration and comments that push its root element past the magic rules' reach;
+// shown in an image it runs nothing, so its text is enough.
 QMimeType sniffed(const QByteArray &data, const QString &path)
 {
     const QMimeType type = database().mimeTypeForData(data);
@@ -53,7 +54,7 @@ QMimeType sniffed(const QByteArray &data, const QString &path)
         return type;
     const QMimeType named = database().mimeTypeForFile(path, QMimeDatabase::MatchExtension);
     if (named.inherits(QStringLiteral("image/svg+xml")) &&
-        type.inherits(QStringLiteral("application/xml")) && data.left(64 * 1024).contains("<svg"))
+        type.inherits(QStringLiteral("text/plain")) && data.left(64 * 1024).contains("<svg"))
         return named;
     return type;
 }

@@ -13,10 +13,10 @@
 #include <QJsonDocument>
 #include <QPointer>
 #include <QWebChannel>
-#include <QWebEngineSettings>
 #include <QWebEngineProfile>
 #include <QWebEngineScript>
 #include <QWebEngineScriptCollection>
+#include <QWebEngineSettings>
 
 namespace {
 
