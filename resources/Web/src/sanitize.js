@@ -57,6 +57,17 @@ function documentClasses(node, value) {
 // Code shows exactly its text: nothing inside it may be styled away or hidden.
 const insideCode = (node) => !!node.closest?.('pre, code');
 
+/**
+ * A code block holds text only, so that what Copy takes is what the reader saw:
+ * markup inside it (classes borrowed from the page or KaTeX, colours, sizes, nested
+ * small print) could hide part of it. The code element keeps its language class.
+ */
+function flattenCodeBlock(pre) {
+  const only = pre.children.length === 1 ? pre.firstElementChild : null;
+  const target = only?.localName === 'code' ? only : pre;
+  if (target.childElementCount > 0) target.textContent = target.textContent;
+}
+
 /** Local URLs resolved against the document's folder; inputs other than the converter's task boxes disabled. */
 function finishElement(node, base) {
   const tag = node.nodeName.toLowerCase();
@@ -133,6 +144,10 @@ export function generatedHtmlIsClean(html) {
 export function createSanitizer(win) {
   const purify = createDOMPurify(win);
   let base = null;
+
+  purify.addHook('uponSanitizeElement', (node, data) => {
+    if (data.tagName === 'pre') flattenCodeBlock(node);
+  });
 
   purify.addHook('uponSanitizeAttribute', (node, data) => {
     const name = data.attrName;

