@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -331,7 +332,9 @@ void TestLumo::headlessExportOfAHostileFolder()
     QVERIFY(tracker.listen(QHostAddress::LocalHost));
     const QByteArray pixel =
         "http://127.0.0.1:" + QByteArray::number(tracker.serverPort()) + "/p.png";
-    QByteArray markdown = "# Hostile\n\n![good](good.png) ![pixel](" + pixel + ")\n";
+    QFile corpus(QFINDTESTDATA("hostile/page.md"));
+    QVERIFY(corpus.open(QIODevice::ReadOnly));
+    QByteArray markdown = corpus.readAll() + "\n![good](good.png) ![pixel](" + pixel + ")\n";
     for (const QString &name : refused)
         markdown += "![" + name.toUtf8() + "](" + name.toUtf8() + ")\n";
     const QString in = fixture(u"repo/README.md"_s, markdown);
@@ -346,6 +349,13 @@ void TestLumo::headlessExportOfAHostileFolder()
     QVERIFY(!html.contains("hostile-corpus-secret"));
     QVERIFY(!html.contains(secret.toBase64()));
     QVERIFY(!html.contains(pixel));
+    // The page's rules hold in the exported body too.
+    QVERIFY(html.contains("Shown in the reader, so kept in exports."));
+    const QString body = QString::fromUtf8(html.mid(html.indexOf("<main")));
+    for (const char *leak :
+         {R"(style="[^"]*(position|z-index|inset|display:\s*none))", R"(class="[^"]*lumo-)",
+          R"(\sdata-(lumo|line))", "<foreignObject", "evil\\.invalid/pixel", R"(<span hidden)"})
+        QVERIFY2(!body.contains(QRegularExpression(QString::fromLatin1(leak))), leak);
     QVERIFY(!tracker.waitForNewConnection(0));
     for (const QString &name : refused) {
         // Left as a plain link, and said so.
