@@ -65,15 +65,11 @@ QString usage()
 
 std::optional<QString> folderToOpen(const QString &urlText)
 {
-    static const QLatin1String prefix("lumo://folder");
-    if (!urlText.startsWith(prefix))
-        return std::nullopt;
-    const QChar next = urlText.size() > prefix.size() ? urlText.at(prefix.size()) : QChar();
-    if (!next.isNull() && next != QLatin1Char('?') && next != QLatin1Char('/') &&
-        next != QLatin1Char('#'))
-        return std::nullopt;
     const QUrl url(urlText, QUrl::StrictMode);
-    if (!url.isValid() || !url.hasQuery())
+    // Scheme and host ignore letter case, as in any URL: LUMO://Folder is the same.
+    if (!url.isValid() || url.scheme().compare(QLatin1String("lumo"), Qt::CaseInsensitive) != 0 ||
+        url.host().compare(QLatin1String("folder"), Qt::CaseInsensitive) != 0 ||
+        !url.userInfo().isEmpty() || url.port() != -1 || !url.hasQuery())
         return std::nullopt;
     const QUrlQuery query(url);
     const QList<std::pair<QString, QString>> items = query.queryItems(QUrl::FullyDecoded);

@@ -13,10 +13,26 @@ namespace {
 
 void openContainingFolder(const QString &path)
 {
-    QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
+    const QString folder = folderToShow(path);
+    if (!folder.isEmpty())
+        QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
 }
 
 } // namespace
+
+QString folderToShow(const QString &path)
+{
+    // "tool.jar/x" names no file; its "folder" tool.jar would open with its program.
+    for (QString folder = QFileInfo(path).absolutePath();;) {
+        const QFileInfo info(folder);
+        if (info.isDir())
+            return info.canonicalFilePath();
+        const QString parent = info.absolutePath();
+        if (parent == folder)
+            return {};
+        folder = parent;
+    }
+}
 
 void reveal(const QString &path)
 {

@@ -4,6 +4,7 @@
 #include "document/OpenDocument.h"
 #include "document/PageScript.h"
 #include "document/PreviewPage.h"
+#include "document/RemoteContentFilter.h"
 
 #include <cstdio>
 #include <memory>
@@ -57,6 +58,8 @@ int run(const ExportCommand &command)
 {
     // The engine describes its (missing) graphics at length; a script wants errors.
     QLoggingCategory::setFilterRules(QStringLiteral("qt.webenginecontext=false"));
+    // Nobody sees this page: nothing remote is fetched for it.
+    RemoteContentFilter::forbidAll();
     QString error;
     OpenDocument *document = OpenDocument::open(command.input, &error);
     if (!document) {

@@ -50,7 +50,7 @@ LaunchArguments LaunchArguments::parse(const QStringList &arguments, const QStri
             }
         } else if (argument == QLatin1String("-") && !optionsEnded) {
             result.readStandardInput = true;
-        } else if (argument.startsWith(QLatin1String("lumo:"))) {
+        } else if (argument.startsWith(QLatin1String("lumo:"), Qt::CaseInsensitive)) {
             result.urls.append(argument);
         } else if (argument.startsWith(QLatin1String("file:"))) {
             const QUrl url(argument);

@@ -16,6 +16,7 @@ QVariant defaultFor(const QString &key)
         {QStringLiteral("textScale"), 1.0},
         {QStringLiteral("openInEditMode"), false},
         {QStringLiteral("useCustomCSS"), false},
+        {QStringLiteral("loadRemoteImages"), true},
         {QStringLiteral("showSidebar"), false},
         {QStringLiteral("followChanges"), false},
         {QStringLiteral("sidebarWidth"), 250.0},
@@ -156,6 +157,15 @@ bool Preferences::useCustomCSS() const
 void Preferences::setUseCustomCSS(bool on)
 {
     setValue(QStringLiteral("useCustomCSS"), on);
+}
+
+bool Preferences::loadRemoteImages() const
+{
+    return value(QStringLiteral("loadRemoteImages")).toBool();
+}
+void Preferences::setLoadRemoteImages(bool on)
+{
+    setValue(QStringLiteral("loadRemoteImages"), on);
 }
 
 bool Preferences::showSidebar() const

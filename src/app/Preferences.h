@@ -22,6 +22,8 @@ class Preferences : public QObject
     Q_PROPERTY(bool openInEditMode READ openInEditMode WRITE setOpenInEditMode NOTIFY
                    openInEditModeChanged)
     Q_PROPERTY(bool useCustomCSS READ useCustomCSS WRITE setUseCustomCSS NOTIFY useCustomCSSChanged)
+    Q_PROPERTY(bool loadRemoteImages READ loadRemoteImages WRITE setLoadRemoteImages NOTIFY
+                   loadRemoteImagesChanged)
     Q_PROPERTY(bool showSidebar READ showSidebar WRITE setShowSidebar NOTIFY showSidebarChanged)
     Q_PROPERTY(
         bool followChanges READ followChanges WRITE setFollowChanges NOTIFY followChangesChanged)
@@ -75,6 +77,10 @@ public:
     void setOpenInEditMode(bool on);
     bool useCustomCSS() const;
     void setUseCustomCSS(bool on);
+    // Whether pages fetch the web images a document names (a fetch tells the server
+    // who reads it and when).
+    bool loadRemoteImages() const;
+    void setLoadRemoteImages(bool on);
     bool showSidebar() const;
     void setShowSidebar(bool on);
     // After a change on disk, bring the first changed block into view.
@@ -120,6 +126,7 @@ Q_SIGNALS:
     void textScaleChanged();
     void openInEditModeChanged();
     void useCustomCSSChanged();
+    void loadRemoteImagesChanged();
     void showSidebarChanged();
     void followChangesChanged();
     void sidebarWidthChanged();

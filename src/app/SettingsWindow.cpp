@@ -181,6 +181,8 @@ SettingsWindow::SettingsWindow(Preferences &preferences, QWidget *parent)
             [this] { m_openInEditMode->setChecked(m_preferences.openInEditMode()); });
     connect(&m_preferences, &Preferences::useCustomCSSChanged, this,
             [this] { m_useCustomCSS->setChecked(m_preferences.useCustomCSS()); });
+    connect(&m_preferences, &Preferences::loadRemoteImagesChanged, this,
+            [this] { m_loadRemoteImages->setChecked(m_preferences.loadRemoteImages()); });
 
     showTheme();
     showReaderFont();
@@ -188,6 +190,7 @@ SettingsWindow::SettingsWindow(Preferences &preferences, QWidget *parent)
     showTextScale();
     m_openInEditMode->setChecked(m_preferences.openInEditMode());
     m_useCustomCSS->setChecked(m_preferences.useCustomCSS());
+    m_loadRemoteImages->setChecked(m_preferences.loadRemoteImages());
 
     // Keyboard users start on the current theme, the way a radio group would.
     if (QAbstractButton *current = m_themes->checkedButton())
@@ -269,6 +272,14 @@ void SettingsWindow::buildReadingSection(QWidget *content)
     connect(m_textSize, &QSlider::valueChanged, this, [this](int tenths) {
         m_preferences.setValue(QStringLiteral("textScale"), tenths / 10.0);
     });
+
+    m_loadRemoteImages = new QCheckBox(tr("Load remote images"), content);
+    m_loadRemoteImages->setObjectName(QStringLiteral("loadRemoteImages"));
+    m_loadRemoteImages->setToolTip(
+        tr("Off: a document cannot tell a web server that it was opened"));
+    connect(m_loadRemoteImages, &QCheckBox::clicked, this,
+            [this](bool on) { m_preferences.setLoadRemoteImages(on); });
+    form->addRow(new QLabel(content), m_loadRemoteImages);
 }
 
 void SettingsWindow::buildOpeningSection(QWidget *content)

@@ -51,4 +51,5 @@ private:
     QPushButton *m_makeDefault = nullptr;
     QLabel *m_isDefault = nullptr;
     QCheckBox *m_useCustomCSS = nullptr;
+    QCheckBox *m_loadRemoteImages = nullptr;
 };

@@ -1,10 +1,12 @@
 #include "SingleInstance.h"
 
-#include <QDir>
+#include "PrivateFolder.h"
+
+#include <cstdio>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QStandardPaths>
 #include <unistd.h>
 
 namespace {
@@ -20,6 +22,11 @@ SingleInstance::SingleInstance(QObject *parent)
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
     connect(m_server, &QLocalServer::newConnection, this, [this] {
         while (QLocalSocket *socket = m_server->nextPendingConnection()) {
+            if (!PrivateFolder::peerIsThisUser(socket->socketDescriptor())) {
+                socket->abort();
+                socket->deleteLater();
+                continue;
+            }
             connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
             connect(socket, &QLocalSocket::readyRead, socket, [this, socket] {
                 if (socket->bytesAvailable() > maximumRequestBytes) {
@@ -41,17 +48,19 @@ SingleInstance::SingleInstance(QObject *parent)
 
 QString SingleInstance::socketPath()
 {
-    QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    if (folder.isEmpty())
-        folder = QDir::tempPath();
-    return folder + QStringLiteral("/lumo-%1.socket").arg(::getuid());
+    return PrivateFolder::forSockets() + QStringLiteral("/lumo-%1.socket").arg(::getuid());
 }
 
 bool SingleInstance::send(const QJsonObject &request, int timeoutMilliseconds)
 {
+    const QString path = socketPath();
+    if (!PrivateFolder::problem(QFileInfo(path).path()).isEmpty())
+        return false;
     QLocalSocket socket;
-    socket.connectToServer(socketPath());
-    if (!socket.waitForConnected(timeoutMilliseconds))
+    socket.connectToServer(path);
+    // Paths and piped text go only to a Lumo of this user.
+    if (!socket.waitForConnected(timeoutMilliseconds) ||
+        !PrivateFolder::peerIsThisUser(socket.socketDescriptor()))
         return false;
     socket.write(QJsonDocument(request).toJson(QJsonDocument::Compact) + '\n');
     if (!socket.waitForBytesWritten(timeoutMilliseconds))
@@ -67,6 +76,11 @@ bool SingleInstance::send(const QJsonObject &request, int timeoutMilliseconds)
 bool SingleInstance::listen()
 {
     const QString path = socketPath();
+    if (const QString problem = PrivateFolder::problem(QFileInfo(path).path());
+        !problem.isEmpty()) {
+        std::fprintf(stderr, "lumo: %s\n", qUtf8Printable(problem));
+        return false;
+    }
     if (m_server->listen(path))
         return true;
     // A socket nobody answers on was left behind by an instance that ended abruptly.

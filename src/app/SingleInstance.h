@@ -6,8 +6,9 @@
 class QLocalServer;
 
 // One Lumo per user: a later launch hands its request to the running instance over a
-// local socket in the user's runtime folder and exits. The same socket carries the
-// diagnostic notifications of "lumo --post NAME [ARG]".
+// local socket in a private folder of the user's and exits; either end hangs up on a
+// process of another user. The same socket carries the diagnostic notifications of
+// "lumo --post NAME [ARG]".
 //
 // A request is one JSON object per connection: {"kind": "open", "paths": [...],
 // "urls": [...], "text": "..."} or {"kind": "post", "name": "...", "arg": "..."}.
@@ -18,6 +19,8 @@ class SingleInstance : public QObject
 public:
     explicit SingleInstance(QObject *parent = nullptr);
 
+    // In a folder only this user can enter (see PrivateFolder); neither end uses it
+    // when that folder is not private.
     static QString socketPath();
     // Delivers a request to the running instance; false when none answers.
     static bool send(const QJsonObject &request, int timeoutMilliseconds = 3000);

@@ -5,6 +5,7 @@
 #include "app/DebugHooks.h"
 #include "app/Preferences.h"
 #include "app/TextScale.h"
+#include "AssetPolicy.h"
 #include "editor/MarkdownEditing.h"
 #include "FileWatcher.h"
 #include "HTMLExporter.h"
@@ -17,6 +18,7 @@
 #include "PDFPrint.h"
 #include "PreviewPage.h"
 #include "RichText.h"
+#include "search/Background.h"
 #include "workspace/ReadState.h"
 #include "workspace/RootResolver.h"
 #include "workspace/Workspace.h"
@@ -140,6 +142,12 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
             applyPrefs();
         else if (key == QLatin1String("followChanges") && m_isReady)
             call(PageScript::setFollowChanges(Preferences::shared().followChanges()));
+        // Images already fetched (or refused) go only with the page.
+        if (key == QLatin1String("loadRemoteImages") && this->page()) {
+            m_isReady = false;
+            m_pendingRender = true;
+            this->page()->loadIndex();
+        }
     });
     connect(&CustomCSS::shared(), &CustomCSS::changed, this, &DocumentController::applyPrefs);
 
@@ -150,6 +158,7 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
     if (m_document) {
         connect(m_document, &OpenDocument::textChanged, this, [this] { scheduleRender(); });
         connect(m_document, &OpenDocument::pathChanged, this, [this] {
+            allowAssets();
             watchFile();
             scheduleRender();
             resolveSidebarRoot();
@@ -162,11 +171,13 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
         if (root == m_sidebarRoot)
             return;
         m_sidebarRoot = root;
+        allowAssets();
         Q_EMIT sidebarRootChanged(root);
     });
     connect(&Preferences::shared(), &Preferences::workspaceFoldersChanged, this,
             &DocumentController::resolveSidebarRoot);
     resolveSidebarRoot();
+    allowAssets();
 }
 
 DocumentController::~DocumentController()
@@ -521,6 +532,11 @@ void DocumentController::watchFile()
     m_watcher->watch(m_document ? m_document->path() : QString());
 }
 
+void DocumentController::allowAssets()
+{
+    LocalAssetHandler::allow(this, m_document ? m_document->path() : QString(), m_sidebarRoot);
+}
+
 void DocumentController::whenReady(const QString &path, std::function<void()> action)
 {
     const QString key = keyOf(path);
@@ -556,23 +572,39 @@ QString DocumentController::title() const
 
 void DocumentController::embeddedImages(std::function<void(const QJsonObject &)> done)
 {
+    const QString documentPath = m_document ? m_document->path() : QString();
+    const QString folder = m_sidebarRoot;
     page()->callAwaited(
-        QStringLiteral("localImages"), QString(), [done](const QJsonValue &value, const QString &) {
-            QJsonObject images;
-            for (const QJsonValue &entry : value.toArray()) {
-                const QString source = entry.toString();
-                const auto path = LocalAssetHandler::fileFor(QUrl(source));
-                if (!path)
-                    continue;
-                QFile file(*path);
-                if (!file.open(QIODevice::ReadOnly))
-                    continue;
-                images.insert(source, QStringLiteral("data:") +
-                                          QString::fromUtf8(LocalAssetHandler::mimeTypeOf(*path)) +
-                                          QStringLiteral(";base64,") +
-                                          QString::fromLatin1(file.readAll().toBase64()));
-            }
-            done(images);
+        QStringLiteral("localImages"), QString(),
+        [self = QPointer(this), done, documentPath, folder](const QJsonValue &value,
+                                                            const QString &) {
+            if (!self)
+                return;
+            QStringList sources;
+            for (const QJsonValue &entry : value.toArray())
+                sources.append(entry.toString());
+            // Off the GUI thread: a file may sit on a slow disk.
+            runInBackground(
+                self.data(),
+                [sources, documentPath, folder] {
+                    const QStringList roots = AssetPolicy::roots(documentPath, folder);
+                    QJsonObject images;
+                    for (const QString &source : sources) {
+                        const auto path = AssetPolicy::requestedPath(QUrl(source));
+                        const auto result =
+                            path ? AssetPolicy::read(*path, roots, AssetPolicy::embedLimit)
+                                 : AssetPolicy::Refusal{QStringLiteral("not a media file")};
+                        if (const auto *asset = std::get_if<AssetPolicy::Asset>(&result)) {
+                            images.insert(source, AssetPolicy::dataUrl(*asset));
+                            continue;
+                        }
+                        // Said, so that an export that keeps a plain link is explained.
+                        std::fprintf(stderr, "Lumo: not embedded: %s: %s\n", qUtf8Printable(source),
+                                     qUtf8Printable(std::get<AssetPolicy::Refusal>(result).reason));
+                    }
+                    return images;
+                },
+                done);
         });
 }
 

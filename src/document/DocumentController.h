@@ -175,6 +175,8 @@ private:
     void watchFile();
     void reload(bool force, bool acceptEmpty);
     QString pathKey() const;
+    // Lets the page load media from the document's folders.
+    void allowAssets();
 
     QPointer<OpenDocument> m_document;
     QPointer<QWebEngineView> m_webView;

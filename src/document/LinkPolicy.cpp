@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDesktopServices>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QMessageBox>
 #include <QMimeDatabase>
@@ -98,16 +99,22 @@ Action decideForFile(const QString &path)
 {
     const QFileInfo info(path);
     static const QMimeDatabase database;
-    const QMimeType type = database.mimeTypeForFile(path, QMimeDatabase::MatchExtension);
-    if (type.inherits(QStringLiteral("text/markdown")) ||
+    const QMimeType named = database.mimeTypeForFile(path, QMimeDatabase::MatchExtension);
+    // What is on disk decides, not the name: a folder, a FIFO or a device named like a
+    // document is only shown. A missing Markdown file opens to say it is missing.
+    if (named.inherits(QStringLiteral("text/markdown")) ||
         info.suffix().toLower() == QLatin1String("md"))
-        return Action::OpenDocument;
-    if (info.isSymLink() || info.isDir() || type.isDefault())
+        return info.exists() && !info.isFile() ? Action::Reveal : Action::OpenDocument;
+    if (info.isSymLink() || !info.isFile() || named.isDefault())
         return Action::Reveal;
-    if (!isOpenable(type) || isNeverOpened(type))
+    if (!isOpenable(named) || isNeverOpened(named))
         return Action::Reveal;
-    // A file marked executable is a program whatever its name says.
-    if (info.exists() && info.isExecutable())
+    // A file marked executable is a program whatever its name says, and so is one
+    // whose bytes are a program or a launcher.
+    if (info.isExecutable())
+        return Action::Reveal;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || isNeverOpened(database.mimeTypeForData(file.read(4096))))
         return Action::Reveal;
     return Action::OpenWithDefaultApp;
 }

@@ -1,21 +1,32 @@
 #include "LocalAssetHandler.h"
 
-#include <QDir>
-#include <QFile>
-#include <QMimeDatabase>
+#include "AssetPolicy.h"
+#include "search/Background.h"
+
+#include <QBuffer>
+#include <QHash>
 #include <QWebEngineUrlRequestJob>
 #include <QWebEngineUrlScheme>
 
 namespace {
 
-QMimeType typeOf(const QString &path)
+using Folders = std::pair<QString, QString>; // a document's path, the folder opened around it
+
+QHash<const QObject *, Folders> &allowed()
 {
-    static const QMimeDatabase database;
-    // By name only: content sniffing would read files the page has no business with.
-    return database.mimeTypeForFile(path, QMimeDatabase::MatchExtension);
+    static QHash<const QObject *, Folders> owners;
+    return owners;
 }
 
 } // namespace
+
+void LocalAssetHandler::allow(const QObject *owner, const QString &documentPath,
+                              const QString &openedFolder)
+{
+    if (!allowed().contains(owner))
+        QObject::connect(owner, &QObject::destroyed, [owner] { allowed().remove(owner); });
+    allowed().insert(owner, {documentPath, openedFolder});
+}
 
 void LocalAssetHandler::registerScheme()
 {
@@ -26,40 +37,31 @@ void LocalAssetHandler::registerScheme()
     QWebEngineUrlScheme::registerScheme(assets);
 }
 
-std::optional<QString> LocalAssetHandler::fileFor(const QUrl &url)
-{
-    const QString requestScheme = url.scheme();
-    if (requestScheme != QLatin1String(scheme) && requestScheme != QLatin1String("file"))
-        return std::nullopt;
-    const QString path = url.path(QUrl::FullyDecoded);
-    if (!path.startsWith(QLatin1Char('/')))
-        return std::nullopt;
-    const QString file = QDir::cleanPath(path);
-    const QString type = typeOf(file).name();
-    if (!type.startsWith(QLatin1String("image/")) && !type.startsWith(QLatin1String("audio/")) &&
-        !type.startsWith(QLatin1String("video/")))
-        return std::nullopt;
-    return file;
-}
-
-QByteArray LocalAssetHandler::mimeTypeOf(const QString &path)
-{
-    const QMimeType type = typeOf(path);
-    return type.isDefault() ? QByteArrayLiteral("application/octet-stream") : type.name().toUtf8();
-}
-
 void LocalAssetHandler::requestStarted(QWebEngineUrlRequestJob *job)
 {
-    const std::optional<QString> path = fileFor(job->requestUrl());
+    const std::optional<QString> path = AssetPolicy::requestedPath(job->requestUrl());
     if (!path) {
         job->fail(QWebEngineUrlRequestJob::RequestDenied);
         return;
     }
-    // Streamed, not read whole: a video may be large.
-    auto *file = new QFile(*path, job);
-    if (!file->open(QIODevice::ReadOnly)) {
-        job->fail(QWebEngineUrlRequestJob::UrlNotFound);
-        return;
-    }
-    job->reply(mimeTypeOf(*path), file);
+    const QList<Folders> owners = allowed().values();
+    runInBackground(
+        job,
+        [file = *path, owners] {
+            QStringList roots;
+            for (const auto &[document, folder] : owners)
+                roots += AssetPolicy::roots(document, folder);
+            return AssetPolicy::read(file, roots, AssetPolicy::serveLimit);
+        },
+        [job](std::variant<AssetPolicy::Asset, AssetPolicy::Refusal> result) {
+            auto *asset = std::get_if<AssetPolicy::Asset>(&result);
+            if (!asset) {
+                job->fail(QWebEngineUrlRequestJob::RequestDenied);
+                return;
+            }
+            auto *buffer = new QBuffer(job);
+            buffer->setData(asset->data);
+            buffer->open(QIODevice::ReadOnly);
+            job->reply(asset->mimeType, buffer);
+        });
 }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <optional>
 #include <QWebEngineUrlSchemeHandler>
 
-// Serves the document's local images (and audio and video) to the reading page
-// through "mv-asset:" URLs holding absolute paths. Nothing else on disk is reachable
-// this way: other types and relative paths are refused. Runs on the GUI thread.
+// Serves the open documents' local images (and audio and video) to the reading page
+// through "mv-asset:" URLs holding absolute paths, under AssetPolicy's rule: files in
+// the folders of open documents only (see allow), and only real media. The checks and the read
+// run off the GUI thread, so a slow or hostile file never freezes the window.
 class LocalAssetHandler : public QWebEngineUrlSchemeHandler
 {
     Q_OBJECT
@@ -18,10 +18,10 @@ public:
     // Declares the scheme; must run before the application object exists.
     static void registerScheme();
 
-    // The standardised local path a request may read, or nothing when refused.
-    static std::optional<QString> fileFor(const QUrl &url);
-    // The type to answer with, from the file's extension.
-    static QByteArray mimeTypeOf(const QString &path);
+    // Lets pages load media from a document's folder and from the folder opened around
+    // it, until owner is destroyed or calls again. Main thread only.
+    static void allow(const QObject *owner, const QString &documentPath,
+                      const QString &openedFolder);
 
     void requestStarted(QWebEngineUrlRequestJob *job) override;
 };

@@ -3,6 +3,7 @@
 #include "app/ResourcePaths.h"
 #include "LocalAssetHandler.h"
 #include "PageScript.h"
+#include "RemoteContentFilter.h"
 
 #include <cstdio>
 #include <QColor>
@@ -15,6 +16,7 @@
 #include <QWebEngineProfile>
 #include <QWebEngineScript>
 #include <QWebEngineScriptCollection>
+#include <QWebEngineSettings>
 
 namespace {
 
@@ -85,6 +87,7 @@ QWebEngineProfile *PreviewPage::sharedProfile()
     // Off the record: a reader needs no cookies, cache or history on disk.
     profile = new QWebEngineProfile(QCoreApplication::instance());
     profile->installUrlSchemeHandler(LocalAssetHandler::scheme, new LocalAssetHandler(profile));
+    profile->setUrlRequestInterceptor(new RemoteContentFilter(profile));
     return profile;
 }
 
@@ -101,6 +104,9 @@ PreviewPage::PreviewPage(QObject *parent)
     setWebChannel(channel, QWebEngineScript::ApplicationWorld);
     installRelay();
     setBackgroundColor(Qt::transparent);
+    // The page comes from a file; the web images a document names are fetched unless
+    // RemoteContentFilter refuses them.
+    settings()->setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, true);
 
     connect(this, &QWebEnginePage::loadStarted, this,
             [this] { failPendingReplies(QStringLiteral("the page was reloaded")); });
@@ -197,7 +203,9 @@ void PreviewPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel level,
                                            const QString &sourceId)
 {
     if (level == ErrorMessageLevel)
-        printScriptError(QStringLiteral("%1 (%2:%3)").arg(message, sourceId).arg(lineNumber));
+        // Joined, not formatted: a "%2" in the message must stay as it is.
+        printScriptError(message + QStringLiteral(" (") + sourceId + QLatin1Char(':') +
+                         QString::number(lineNumber) + QLatin1Char(')'));
 }
 
 QWebEnginePage *PreviewPage::createWindow(WebWindowType)

@@ -57,8 +57,10 @@ void TestCommandLine::folderUrls_data()
                              << u"/home/u/My Notes&Co"_s;
     QTest::newRow("first path wins") << u"lumo://folder?path=/a&path=/b"_s << u"/a"_s;
     QTest::newRow("other items ignored") << u"lumo://folder?x=1&path=/a/../b"_s << u"/b"_s;
-    QTest::newRow("scheme case") << u"Lumo://folder?path=/a"_s << QString();
-    QTest::newRow("host case") << u"lumo://Folder?path=/a"_s << QString();
+    QTest::newRow("scheme case") << u"Lumo://folder?path=/a"_s << u"/a"_s;
+    QTest::newRow("host case") << u"LUMO://FOLDER/?path=/a"_s << u"/a"_s;
+    QTest::newRow("user") << u"lumo://u@folder?path=/a"_s << QString();
+    QTest::newRow("port") << u"lumo://folder:1?path=/a"_s << QString();
     QTest::newRow("other host") << u"lumo://file?path=/a"_s << QString();
     QTest::newRow("longer host") << u"lumo://folders?path=/a"_s << QString();
     QTest::newRow("other scheme") << u"https://folder?path=/a"_s << QString();

@@ -50,6 +50,7 @@ void TestPreferences::emptyStoreGivesTheDefaults()
     QCOMPARE(m_prefs->textScale(), 1.0);
     QCOMPARE(m_prefs->openInEditMode(), false);
     QCOMPARE(m_prefs->useCustomCSS(), false);
+    QCOMPARE(m_prefs->loadRemoteImages(), true);
     QCOMPARE(m_prefs->showSidebar(), false);
     QCOMPARE(m_prefs->followChanges(), false);
     QCOMPARE(m_prefs->sidebarWidth(), 250.0);

@@ -48,7 +48,7 @@ void TestSettingsWindow::initTestCase()
 void TestSettingsWindow::init()
 {
     for (const QString &key : {u"theme"_s, u"readerFont"_s, u"readingWidth"_s, u"textScale"_s,
-                               u"openInEditMode"_s, u"useCustomCSS"_s})
+                               u"openInEditMode"_s, u"useCustomCSS"_s, u"loadRemoteImages"_s})
         Preferences::shared().remove(key);
     m_window = std::make_unique<SettingsWindow>(Preferences::shared());
 }
@@ -221,22 +221,25 @@ void TestSettingsWindow::textSize()
 void TestSettingsWindow::switchesWriteAndFollow_data()
 {
     QTest::addColumn<QString>("key");
-    QTest::newRow("edit mode") << u"openInEditMode"_s;
-    QTest::newRow("custom CSS") << u"useCustomCSS"_s;
+    QTest::addColumn<bool>("byDefault");
+    QTest::newRow("edit mode") << u"openInEditMode"_s << false;
+    QTest::newRow("custom CSS") << u"useCustomCSS"_s << false;
+    QTest::newRow("remote images") << u"loadRemoteImages"_s << true;
 }
 
 void TestSettingsWindow::switchesWriteAndFollow()
 {
     QFETCH(QString, key);
+    QFETCH(bool, byDefault);
 
     auto *box = m_window->findChild<QCheckBox *>(key);
-    QVERIFY(!box->isChecked());
+    QCOMPARE(box->isChecked(), byDefault);
     m_window->show();
     QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
-    QCOMPARE(Preferences::shared().value(key).toBool(), true);
+    QCOMPARE(Preferences::shared().value(key).toBool(), !byDefault);
 
-    Preferences::shared().setValue(key, false);
-    QVERIFY(!box->isChecked());
+    Preferences::shared().setValue(key, byDefault);
+    QCOMPARE(box->isChecked(), byDefault);
 }
 
 QTEST_MAIN(TestSettingsWindow)

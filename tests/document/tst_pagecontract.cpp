@@ -1,14 +1,16 @@
 // The native side of the page contract that needs no page: script quoting, link
-// routing, asset access and the names of saved diagrams.
+// routing and the names of saved diagrams.
+#include "app/DesktopIntegration.h"
 #include "document/LinkPolicy.h"
-#include "document/LocalAssetHandler.h"
 #include "document/PageActions.h"
 #include "document/PageScript.h"
 #include "document/TextSplice.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -24,9 +26,9 @@ private Q_SLOTS:
     void splices();
     void linkRouting_data();
     void linkRouting();
+    void filesOnDisk_data();
     void filesOnDisk();
-    void assetAccess_data();
-    void assetAccess();
+    void specialFiles();
     void svgNames_data();
     void svgNames();
     void pngFromDataUrl();
@@ -127,21 +129,9 @@ void TestPageContract::linkRouting_data()
     QTest::newRow("custom scheme asks") << QUrl(u"zoommtg://join?x=1"_s) << A::Confirm;
     QTest::newRow("javascript asks") << QUrl(u"javascript:alert(1)"_s) << A::Confirm;
     QTest::newRow("no scheme asks") << QUrl(u"relative/thing"_s) << A::Confirm;
-    QTest::newRow("markdown in capitals") << QUrl(u"file:///notes/README.MD"_s) << A::OpenDocument;
-    QTest::newRow("markdown long extension") << QUrl(u"file:///n/a.markdown"_s) << A::OpenDocument;
-    QTest::newRow("png opens") << QUrl(u"file:///n/photo.png"_s) << A::OpenWithDefaultApp;
-    QTest::newRow("pdf opens") << QUrl(u"file:///n/paper.pdf"_s) << A::OpenWithDefaultApp;
-    QTest::newRow("csv opens") << QUrl(u"file:///n/data.csv"_s) << A::OpenWithDefaultApp;
-    QTest::newRow("video opens") << QUrl(u"file:///n/clip.mp4"_s) << A::OpenWithDefaultApp;
-    QTest::newRow("shell script revealed") << QUrl(u"file:///n/install.sh"_s) << A::Reveal;
-    QTest::newRow("python revealed") << QUrl(u"file:///n/tool.py"_s) << A::Reveal;
-    QTest::newRow("html revealed") << QUrl(u"file:///n/page.html"_s) << A::Reveal;
-    QTest::newRow("launcher revealed") << QUrl(u"file:///n/app.desktop"_s) << A::Reveal;
-    QTest::newRow("windows program revealed") << QUrl(u"file:///n/setup.exe"_s) << A::Reveal;
-    QTest::newRow("appimage revealed") << QUrl(u"file:///n/App.AppImage"_s) << A::Reveal;
-    QTest::newRow("jar revealed") << QUrl(u"file:///n/tool.jar"_s) << A::Reveal;
-    QTest::newRow("unknown type revealed") << QUrl(u"file:///n/blob.zzqx"_s) << A::Reveal;
-    QTest::newRow("archive revealed") << QUrl(u"file:///n/src.tar.gz"_s) << A::Reveal;
+    QTest::newRow("missing markdown opens to say so")
+        << QUrl(u"file:///notes/README.MD"_s) << A::OpenDocument;
+    QTest::newRow("missing picture revealed") << QUrl(u"file:///n/photo.png"_s) << A::Reveal;
 }
 
 void TestPageContract::linkRouting()
@@ -151,63 +141,81 @@ void TestPageContract::linkRouting()
     QCOMPARE(LinkPolicy::decide(url), action);
 }
 
+void TestPageContract::filesOnDisk_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<LinkPolicy::Action>("action");
+
+    using A = LinkPolicy::Action;
+    const QByteArray text = "plain words\n";
+    QTest::newRow("markdown in capitals") << u"README.MD"_s << text << A::OpenDocument;
+    QTest::newRow("markdown long extension") << u"a.markdown"_s << text << A::OpenDocument;
+    QTest::newRow("png opens") << u"photo.png"_s << "\x89PNG\r\n\x1a\n"_ba << A::OpenWithDefaultApp;
+    QTest::newRow("pdf opens") << u"paper.pdf"_s << "%PDF-1.4\n"_ba << A::OpenWithDefaultApp;
+    QTest::newRow("csv opens") << u"data.csv"_s << "a,b\n1,2\n"_ba << A::OpenWithDefaultApp;
+    QTest::newRow("shell script revealed") << u"install.sh"_s << text << A::Reveal;
+    QTest::newRow("python revealed") << u"tool.py"_s << text << A::Reveal;
+    QTest::newRow("html revealed") << u"page.html"_s << text << A::Reveal;
+    QTest::newRow("launcher revealed") << u"app.desktop"_s << text << A::Reveal;
+    QTest::newRow("windows program revealed") << u"setup.exe"_s << text << A::Reveal;
+    QTest::newRow("appimage revealed") << u"App.AppImage"_s << text << A::Reveal;
+    QTest::newRow("jar revealed") << u"tool.jar"_s << text << A::Reveal;
+    QTest::newRow("unknown type revealed") << u"blob.zzqx"_s << text << A::Reveal;
+    QTest::newRow("archive revealed") << u"src.tar.gz"_s << text << A::Reveal;
+    QTest::newRow("script named as text")
+        << u"notes.txt"_s << "#!/bin/sh\nrm -rf ~\n"_ba << A::Reveal;
+    // Below a file: nothing is there, and its name says nothing.
+    QTest::newRow("path through a jar") << u"tool.jar/x"_s << QByteArray() << A::Reveal;
+    QTest::newRow("path through a launcher") << u"evil.desktop/x"_s << QByteArray() << A::Reveal;
+    QTest::newRow("path through a page") << u"page.html/x.png"_s << QByteArray() << A::Reveal;
+    QTest::newRow("folder named as markdown") << u"notes.md/"_s << QByteArray() << A::Reveal;
+}
+
 void TestPageContract::filesOnDisk()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, content);
+    QFETCH(LinkPolicy::Action, action);
+
+    QTemporaryDir dir;
+    const QString path = dir.filePath(name.endsWith(u'/') ? name.chopped(1) : name);
+    if (name.endsWith(u'/')) {
+        QVERIFY(QDir().mkpath(path));
+    } else {
+        // "a/x": a is the file, x is what the link names below it.
+        const QString file = dir.filePath(name.section(u'/', 0, 0));
+        QFile out(file);
+        QVERIFY(out.open(QIODevice::WriteOnly));
+        out.write(content.isEmpty() ? "data"_ba : content);
+    }
+    QCOMPARE(LinkPolicy::decide(QUrl::fromLocalFile(path)), action);
+    // Nothing but a real folder is opened when no file manager shows the link.
+    QCOMPARE(DesktopIntegration::folderToShow(path), QDir(dir.path()).canonicalPath());
+}
+
+void TestPageContract::specialFiles()
 {
     QTemporaryDir dir;
     const QString picture = dir.filePath(u"picture.png"_s);
     QFile file(picture);
     QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("\x89PNG\r\n\x1a\n");
     file.close();
     QCOMPARE(LinkPolicy::decideForFile(picture), LinkPolicy::Action::OpenWithDefaultApp);
 
-    // A symbolic link or a file marked executable is never opened, whatever its name.
+    // A symbolic link, a file marked executable, a FIFO or a device is never opened,
+    // whatever its name.
     const QString link = dir.filePath(u"link.png"_s);
     QVERIFY(QFile::link(picture, link));
     QCOMPARE(LinkPolicy::decideForFile(link), LinkPolicy::Action::Reveal);
     QVERIFY(file.setPermissions(file.permissions() | QFile::ExeOwner));
     QCOMPARE(LinkPolicy::decideForFile(picture), LinkPolicy::Action::Reveal);
     QCOMPARE(LinkPolicy::decideForFile(dir.path()), LinkPolicy::Action::Reveal);
-}
-
-void TestPageContract::assetAccess_data()
-{
-    QTest::addColumn<QUrl>("url");
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QByteArray>("mime");
-
-    QTest::newRow("image") << QUrl(u"mv-asset:///home/u/doc/img.png"_s) << u"/home/u/doc/img.png"_s
-                           << QByteArray("image/png");
-    QTest::newRow("standardised") << QUrl(u"mv-asset:///home/u/doc/../pic/a.JPG"_s)
-                                  << u"/home/u/pic/a.JPG"_s << QByteArray("image/jpeg");
-    QTest::newRow("encoded spaces") << QUrl(u"mv-asset:///a%20b/c%23d.svg"_s) << u"/a b/c#d.svg"_s
-                                    << QByteArray("image/svg+xml");
-    QTest::newRow("file scheme") << QUrl(u"file:///x/y.gif"_s) << u"/x/y.gif"_s
-                                 << QByteArray("image/gif");
-    QTest::newRow("audio") << QUrl(u"mv-asset:///m/s.mp3"_s) << u"/m/s.mp3"_s
-                           << QByteArray("audio/mpeg");
-    QTest::newRow("video") << QUrl(u"mv-asset:///m/v.webm"_s) << u"/m/v.webm"_s
-                           << QByteArray("video/webm");
-    QTest::newRow("text refused") << QUrl(u"mv-asset:///home/u/.ssh/id_rsa.txt"_s) << QString()
-                                  << QByteArray();
-    QTest::newRow("markdown refused")
-        << QUrl(u"mv-asset:///home/u/notes.md"_s) << QString() << QByteArray();
-    QTest::newRow("no extension refused")
-        << QUrl(u"mv-asset:///etc/passwd"_s) << QString() << QByteArray();
-    QTest::newRow("relative refused") << QUrl(u"mv-asset:img.png"_s) << QString() << QByteArray();
-    QTest::newRow("other scheme refused")
-        << QUrl(u"https://x/y.png"_s) << QString() << QByteArray();
-}
-
-void TestPageContract::assetAccess()
-{
-    QFETCH(QUrl, url);
-    QFETCH(QString, file);
-    QFETCH(QByteArray, mime);
-
-    const auto resolved = LocalAssetHandler::fileFor(url);
-    QCOMPARE(resolved.value_or(QString()), file);
-    if (resolved)
-        QCOMPARE(LocalAssetHandler::mimeTypeOf(*resolved), mime);
+    const QString fifo = dir.filePath(u"notes.md"_s);
+    QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    QCOMPARE(LinkPolicy::decideForFile(fifo), LinkPolicy::Action::Reveal);
+    QCOMPARE(LinkPolicy::decideForFile(u"/dev/zero"_s), LinkPolicy::Action::Reveal);
 }
 
 void TestPageContract::svgNames_data()

@@ -1,11 +1,16 @@
 // The reading page and its bridge, in a real offscreen web view.
+#include "app/Preferences.h"
+#include "document/LocalAssetHandler.h"
 #include "document/PageScript.h"
 #include "support/WebTest.h"
 
 #include <QDir>
 #include <QImage>
 #include <QJsonArray>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QWebEngineView>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -28,6 +33,8 @@ private Q_SLOTS:
     void malformedMessagesAreIgnored();
     void noScriptFromADocumentRuns();
     void localImagesLoadOnlyThroughTheAssetScheme();
+    void hostileCorpusIsShownInert();
+    void remoteImagesFollowTheirPreference();
     void linkClicksLeaveThePageAlone();
 
 private:
@@ -353,19 +360,119 @@ void TestPreviewPage::localImagesLoadOnlyThroughTheAssetScheme()
     QVERIFY(secret.open(QIODevice::WriteOnly));
     secret.write("secret");
     secret.close();
+    // Hostile neighbours: a FIFO that would block its reader, a link out of the folder
+    // (to a real image), and a NUL that hides the real extension.
+    QVERIFY(QDir().mkpath(m_dir.filePath(u"docs"_s)));
+    QCOMPARE(::mkfifo(QFile::encodeName(m_dir.filePath(u"docs/pipe.png"_s)).constData(), 0600), 0);
+    QVERIFY(QFile::link(m_dir.filePath(u"pic.png"_s), m_dir.filePath(u"docs/out.png"_s)));
+    QVERIFY(image.save(m_dir.filePath(u"docs/in.png"_s)));
+    QVERIFY(image.save(m_dir.filePath(u"docs/picture.dat"_s), "PNG"));
+    QObject owner;
+    LocalAssetHandler::allow(&owner, m_dir.filePath(u"docs/README.md"_s), QString());
 
-    const QString base = QUrl::fromLocalFile(m_dir.path() + u"/"_s).toString();
-    renderAndWait(
-        u"![ok](pic.png) ![no](secret.txt) ![abs](%1)\n"_s.arg(m_dir.filePath(u"pic.png"_s)), base);
+    const QString base = QUrl::fromLocalFile(m_dir.path() + u"/docs/"_s).toString();
+    const QString nul = u"mv-asset://"_s + m_dir.filePath(u"docs/picture.dat"_s) + u"%00.png"_s;
+    const QString in = m_dir.filePath(u"docs/in.png"_s);
+    renderAndWait(u"![ok](in.png) ![no](../secret.txt) ![abs]("_s + in +
+                      u") ![fifo](pipe.png) ![out](out.png) <img src=\""_s + in +
+                      u"\"> <img src=\""_s + nul + u"\">\n"_s,
+                  base);
     const QString sources = u"Array.from(document.querySelectorAll('main img')).map(i => i.src)"_s;
     const QStringList srcs = eval(sources).toStringList();
-    QCOMPARE(srcs.size(), 3);
+    QCOMPARE(srcs.size(), 7);
     QVERIFY2(srcs.at(0).startsWith(u"mv-asset:"_s), qPrintable(srcs.at(0)));
-    QVERIFY(srcs.at(0).endsWith(u"/pic.png"_s));
+    QVERIFY(srcs.at(0).endsWith(u"/in.png"_s));
 
     const QString widths =
         u"Array.from(document.querySelectorAll('main img')).map(i => i.complete ? i.naturalWidth : -1)"_s;
-    QTRY_COMPARE(eval(widths).toList(), (QVariantList{3, 0, 3}));
+    QTRY_COMPARE(eval(widths).toList(), (QVariantList{3, 0, 3, 0, 0, 3, 0}));
+}
+
+void TestPreviewPage::hostileCorpusIsShownInert()
+{
+    QFile corpus(QFINDTESTDATA("hostile/page.md"));
+    QVERIFY(corpus.open(QIODevice::ReadOnly));
+    renderAndWait(QString::fromUtf8(corpus.readAll()));
+    QSignalSpy messages(m_page, &PreviewPage::messageReceived);
+    const auto sent = [&](const QString &type) {
+        QList<QJsonObject> found;
+        for (const QList<QVariant> &arguments : std::as_const(messages)) {
+            if (arguments.at(0).toJsonObject().value(u"type"_s) == type)
+                found.append(arguments.at(0).toJsonObject());
+        }
+        return found;
+    };
+
+    // Copy takes what the code block shows, and the block shows all its text.
+    eval(
+        u"document.getElementById('hidden-code').parentElement.querySelector('.code-copy').click()"_s);
+    QTRY_COMPARE(sent(u"copy"_s).size(), 1);
+    const QString shown = eval(u"document.getElementById('hidden-code').innerText"_s).toString();
+    QCOMPARE(sent(u"copy"_s).at(0).value(u"text"_s).toString(), shown);
+    QVERIFY2(shown.contains(u"| sh; rm -rf ~"_s), qPrintable(shown));
+
+    // Nothing lies over the page.
+    QCOMPARE(eval(u"getComputedStyle(document.getElementById('cover')).position"_s).toString(),
+             u"static"_s);
+    QVERIFY(eval(u"document.elementFromPoint(400, 300)?.id !== 'cover'"_s).toBool());
+
+    // Only the converter's box toggles a line.
+    eval(u"document.getElementById('forged').click()"_s);
+    eval(u"document.querySelector('main input.task-list-item-checkbox').click()"_s);
+    QTRY_COMPARE(sent(u"toggleTask"_s).size(), 1);
+    QCOMPARE(sent(u"toggleTask"_s).at(0).value(u"line"_s).toInt(), 9);
+    QVERIFY(eval(u"document.getElementById('forged').disabled"_s).toBool());
+
+    // The page's own classes are not the document's: what is shown is exported.
+    QJsonValue exported;
+    m_page->callAwaited(u"exportHTML"_s, u"{}"_s,
+                        [&](const QJsonValue &value, const QString &) { exported = value; });
+    QTRY_VERIFY(exported.isObject());
+    QVERIFY(exported[u"html"_s].toString().contains(u"Shown in the reader, so kept"_s));
+
+    // A diagram's directive cannot turn HTML labels back on.
+    const QString diagram = u"document.querySelector('main .mermaid-diagram')"_s;
+    QTRY_VERIFY_WITH_TIMEOUT(eval(diagram + u".classList.contains('rendered') || "_s + diagram +
+                                  u".classList.contains('failed')"_s)
+                                 .toBool(),
+                             20000);
+    QCOMPARE(eval(diagram + u".querySelectorAll('foreignObject, img, image').length"_s).toInt(), 0);
+    QCOMPARE(eval(u"typeof window.pwned"_s).toString(), u"undefined"_s);
+}
+
+void TestPreviewPage::remoteImagesFollowTheirPreference()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    int fetches = 0;
+    connect(&server, &QTcpServer::newConnection, this, [&] {
+        while (QTcpSocket *socket = server.nextPendingConnection()) {
+            ++fetches;
+            socket->abort();
+            socket->deleteLater();
+        }
+    });
+    const QString origin = u"http://127.0.0.1:%1/"_s.arg(server.serverPort());
+    const QString images = u"Array.from(document.querySelectorAll('main img, main svg image'))"_s;
+
+    Preferences::shared().setLoadRemoteImages(false);
+    renderAndWait(u"![r](%1a.png) <img src=\"%1b.png\" srcset=\"%1c.png 2x\">\n\n"
+                  u"<svg width=\"9\" height=\"9\"><image href=\"%1d.png\" width=\"9\" "
+                  u"height=\"9\"/></svg>\n"_s.arg(origin));
+    QTRY_VERIFY(
+        eval(images + u".filter(i => i.localName === 'img').every(i => i.complete)"_s).toBool());
+    QCOMPARE(fetches, 0);
+    // Nothing the page did not show goes into an export.
+    QJsonValue exported;
+    m_page->callAwaited(u"exportHTML"_s, u"{}"_s,
+                        [&](const QJsonValue &value, const QString &) { exported = value; });
+    QTRY_VERIFY(exported.isObject());
+    QVERIFY2(!exported[u"html"_s].toString().contains(origin),
+             qPrintable(exported[u"html"_s].toString()));
+
+    Preferences::shared().setLoadRemoteImages(true);
+    renderAndWait(u"![r](%1e.png)\n"_s.arg(origin));
+    QTRY_VERIFY(fetches > 0);
 }
 
 void TestPreviewPage::linkClicksLeaveThePageAlone()

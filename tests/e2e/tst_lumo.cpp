@@ -5,10 +5,13 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -29,6 +32,7 @@ private Q_SLOTS:
     void headlessExport_data();
     void headlessExport();
     void exportHooks();
+    void headlessExportOfAHostileFolder();
     void launcherScriptReachesTheRunningLumo();
     void conventionsNeedNoDisplay_data();
     void conventionsNeedNoDisplay();
@@ -215,6 +219,8 @@ void TestLumo::hooksOpenFiles()
     start({fixture(u"first.md"_s, "# First\n")});
     QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
                               QStringList{u"First"_s}, 30000);
+    // Console messages are printed as they are, placeholders and all.
+    QCOMPARE(probe(u"'100%2 of %1'"_s), QStringList{u"100%2 of %1"_s});
     // In place of the current document...
     QCOMPARE(run({u"--post"_s, u"lumoapp.debug.openFile"_s, fixture(u"second.md"_s, "# Second\n")}),
              0);
@@ -252,7 +258,7 @@ void TestLumo::opensFolders()
                               QStringList{u"New"_s}, 30000);
     fixture(u"more notes/other.md"_s, "# Other\n");
     const QString url =
-        u"lumo://folder?path="_s +
+        u"LUMO://Folder?path="_s +
         QString::fromUtf8(QUrl::toPercentEncoding(m_home->filePath(u"more notes"_s)));
     QCOMPARE(run({url}), 0);
     QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
@@ -310,6 +316,62 @@ void TestLumo::headlessExport()
     QFile file(out);
     QVERIFY(file.open(QIODevice::ReadOnly));
     QVERIFY(file.readAll().startsWith(output));
+}
+
+void TestLumo::headlessExportOfAHostileFolder()
+{
+    // A cloned repository whose "images" point at secrets, devices and pipes.
+    const QByteArray secret = "AWS_SECRET_ACCESS_KEY=hostile-corpus-secret\n";
+    fixture(u"home/.ssh/id_rsa"_s, secret);
+    fixture(u"repo/notes.png"_s, secret);
+    QImage image(5, 4, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    QVERIFY(image.save(m_home->filePath(u"repo/good.png"_s)));
+    QVERIFY(image.save(m_home->filePath(u"home/outside.png"_s)));
+    const QString repo = m_home->filePath(u"repo/"_s);
+    QVERIFY(QFile::link(u"../home/.ssh/id_rsa"_s, repo + u"key.jpg"_s));
+    QVERIFY(QFile::link(u"/proc/self/environ"_s, repo + u"badge.png"_s));
+    QVERIFY(QFile::link(u"/dev/zero"_s, repo + u"zero.png"_s));
+    QVERIFY(QFile::link(m_home->filePath(u"home/outside.png"_s), repo + u"outside.png"_s));
+    QCOMPARE(::mkfifo(QFile::encodeName(repo + u"pipe.png"_s).constData(), 0600), 0);
+    const QStringList refused{u"key.jpg"_s,     u"badge.png"_s, u"zero.png"_s,
+                              u"outside.png"_s, u"pipe.png"_s,  u"notes.png"_s};
+    // Nobody sees a headless export: a web image is not fetched, nor written out.
+    QTcpServer tracker;
+    QVERIFY(tracker.listen(QHostAddress::LocalHost));
+    const QByteArray pixel =
+        "http://127.0.0.1:" + QByteArray::number(tracker.serverPort()) + "/p.png";
+    QFile corpus(QFINDTESTDATA("hostile/page.md"));
+    QVERIFY(corpus.open(QIODevice::ReadOnly));
+    QByteArray markdown = corpus.readAll() + "\n![good](good.png) ![pixel](" + pixel + ")\n";
+    for (const QString &name : refused)
+        markdown += "![" + name.toUtf8() + "](" + name.toUtf8() + ")\n";
+    const QString in = fixture(u"repo/README.md"_s, markdown);
+    const QString out = m_home->filePath(u"out.html"_s);
+
+    QByteArray errors;
+    QCOMPARE(run({u"--export"_s, u"html"_s, in, out}, {}, &errors), 0);
+    QFile file(out);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray html = file.readAll();
+    QVERIFY(html.contains("<img src=\"data:image/png;base64,"));
+    QVERIFY(!html.contains("hostile-corpus-secret"));
+    QVERIFY(!html.contains(secret.toBase64()));
+    QVERIFY(!html.contains(pixel));
+    // The page's rules hold in the exported body too.
+    QVERIFY(html.contains("Shown in the reader, so kept in exports."));
+    const QString body = QString::fromUtf8(html.mid(html.indexOf("<main")));
+    for (const char *leak :
+         {R"(style="[^"]*(position|z-index|inset|display:\s*none))", R"(class="[^"]*lumo-)",
+          R"(\sdata-(lumo|line))", "<foreignObject", "evil\\.invalid/pixel", R"(<span hidden)"})
+        QVERIFY2(!body.contains(QRegularExpression(QString::fromLatin1(leak))), leak);
+    QVERIFY(!tracker.waitForNewConnection(0));
+    for (const QString &name : refused) {
+        // Left as a plain link, and said so.
+        QVERIFY2(html.contains(QUrl::fromLocalFile(repo + name).toEncoded()), qPrintable(name));
+        QVERIFY2(errors.contains("not embedded: file://" + QFile::encodeName(repo + name)),
+                 errors.constData());
+    }
 }
 
 void TestLumo::exportHooks()

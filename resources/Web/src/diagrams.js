@@ -61,6 +61,9 @@ export function renderDiagram(el, dark) {
         mermaid.initialize({
           startOnLoad: false,
           securityLevel: 'strict',
+          // Keys a diagram's own directives and front matter may not set, at any depth:
+          // Mermaid's defaults, then what would let labels carry HTML or restyle the page.
+          secure: ['secure', 'securityLevel', 'startOnLoad', 'maxTextSize', 'suppressErrorRendering', 'maxEdges', 'htmlLabels', 'dompurifyConfig', 'themeCSS', 'fontFamily'],
           theme,
           // SVG text instead of HTML labels: copying as PNG needs an untainted canvas.
           htmlLabels: false,

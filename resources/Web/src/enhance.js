@@ -34,7 +34,8 @@ function addCopyButton(pre, post) {
   button.setAttribute('aria-label', 'Copy code');
   button.addEventListener('click', () => {
     const code = pre.querySelector(':scope > code');
-    let text = code ? code.textContent : '';
+    // What is rendered, not every text node: a hidden span must not reach the clipboard.
+    let text = code ? (code.innerText ?? code.textContent) : '';
     if (!code) {
       const clone = pre.cloneNode(true);
       clone.querySelectorAll('.lumo-ui').forEach((n) => n.remove());

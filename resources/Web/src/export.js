@@ -32,19 +32,53 @@ function lookup(images, src) {
   return null;
 }
 
-/** A copy of the rendered body without page machinery, local media swapped for the given data URLs. */
+const REMOTE = /^\s*(?:https?|ftp):|^\s*\/\//i;
+const REMOTE_ATTRS = ['src', 'poster', 'href', 'xlink:href'];
+
+// Whether the page showed what a media element fetched: with "Load remote images"
+// off (or in a headless export) nothing was, and the copy must not fetch it later.
+function shown(el) {
+  const tag = el.localName;
+  if (tag === 'img') return el.complete && el.naturalWidth > 0;
+  if (tag === 'video' || tag === 'audio') return el.readyState > 0;
+  if (tag === 'source' || tag === 'track') return el.parentElement?.readyState > 0;
+  return false;
+}
+
+/** Remote references of media the live page did not show are left out of the copy. */
+function dropUnshownRemoteMedia(container, clone) {
+  const live = container.querySelectorAll('*');
+  const copies = clone.querySelectorAll('*');
+  for (let i = 0; i < copies.length; i++) {
+    const copy = copies[i];
+    if (copy.localName === 'a' || copy.localName === 'area') continue; // links fetch nothing
+    for (const attr of REMOTE_ATTRS) {
+      const value = copy.getAttribute(attr);
+      if (value && REMOTE.test(value) && !shown(live[i])) copy.removeAttribute(attr);
+    }
+  }
+}
+
+/**
+ * A copy of the rendered body without page machinery, local media swapped for the
+ * given data URLs. The copy lives in a document of its own that loads nothing: a
+ * media file left out of the map (a pipe, a device) is never fetched by the copy.
+ */
 export function cleanClone(container, images) {
-  const clone = container.cloneNode(true);
+  const inert = container.ownerDocument.implementation.createHTMLDocument('');
+  const clone = inert.importNode(container, true);
+  dropUnshownRemoteMedia(container, clone);
   clone.querySelectorAll('.lumo-ui').forEach((n) => n.remove());
   clone.querySelectorAll('[data-line], [data-line-end]').forEach((n) => {
     n.removeAttribute('data-line');
     n.removeAttribute('data-line-end');
   });
   clone.querySelectorAll('.lumo-changed').forEach((n) => n.classList.remove('lumo-changed'));
-  clone.querySelectorAll('[data-lumo-float], [data-lumo-wrap], [data-lumo-rows]').forEach((n) => {
+  clone.querySelectorAll('[data-lumo-float], [data-lumo-wrap], [data-lumo-rows], [data-lumo-task]').forEach((n) => {
     n.removeAttribute('data-lumo-float');
     n.removeAttribute('data-lumo-wrap');
     n.removeAttribute('data-lumo-rows');
+    n.removeAttribute('data-lumo-task');
   });
   clone.querySelectorAll('[class=""]').forEach((n) => n.removeAttribute('class'));
   const live = container.querySelectorAll('input[type="checkbox"]');

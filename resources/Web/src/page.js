@@ -10,6 +10,7 @@ import { createEnhancer } from './enhance.js';
 import { createAppearance } from './appearance.js';
 import { installDiagramMenu } from './diagrams.js';
 import { exportHTML, localImages, richHTML } from './export.js';
+import { TASK_BOX_MARK } from './plugins/tasks.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -111,7 +112,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
 
   container.addEventListener('click', (event) => {
     const target = event.target;
-    if (target instanceof HTMLInputElement && target.classList.contains('task-list-item-checkbox')) {
+    if (target instanceof HTMLInputElement && target.getAttribute('data-lumo-task') === TASK_BOX_MARK) {
       const item = target.closest('li[data-line]');
       if (!item) return;
       const block = topBlock(item);

@@ -3,6 +3,7 @@
 // forms or restyle the page around it. Local URLs are resolved on the way.
 import createDOMPurify from 'dompurify';
 import { resolveAsset, resolveLink, resolveSrcset } from './urls.js';
+import { TASK_BOX_MARK } from './plugins/tasks.js';
 
 const FORBID_TAGS = [
   'script', 'style', 'link', 'meta', 'base', 'iframe', 'frame', 'frameset', 'object', 'embed',
@@ -22,7 +23,10 @@ const SAFE_ID = /^[\p{L}\p{M}\p{N}_:.-]+$/u;
 const ASSET_ATTRS = { img: ['src'], video: ['src', 'poster'], audio: ['src'], source: ['src'], track: ['src'], input: ['src'] };
 
 const BAD_VALUE = /url\s*\(|expression\s*\(|image-set|@import|javascript:|-moz-binding|behavior\s*:/i;
-const BAD_POSITION = /^\s*position\s*:\s*(?:fixed|sticky)/i;
+// Anything that takes an element out of its own place in the flow, or moves it
+// over its neighbours: raw HTML must not lay an invisible link over the page.
+const BAD_PLACEMENT = /^(?:position\s*:\s*(?!static\s*$|relative\s*$)|z-index|inset|top|right|bottom|left|transform|translate|rotate|scale|zoom)\b/i;
+const NEGATIVE_MARGIN = /^margin[a-z-]*\s*:.*(?:^|[\s:(,])-\s*\.?\d/i;
 
 /** Keeps harmless inline declarations; drops anything that fetches, escapes or overlays. */
 export function cleanStyle(value) {
@@ -30,11 +34,41 @@ export function cleanStyle(value) {
   return value
     .split(';')
     .map((d) => d.trim())
-    .filter((d) => /^[a-z-]+\s*:/i.test(d) && !BAD_VALUE.test(d) && !BAD_POSITION.test(d) && !/^\s*--/.test(d))
+    .filter((d) => /^[a-z-]+\s*:/i.test(d) && !BAD_VALUE.test(d) && !BAD_PLACEMENT.test(d) && !NEGATIVE_MARGIN.test(d) && !/^\s*--/.test(d))
     .join('; ');
 }
 
-/** Local URLs resolved against the document's folder; inputs other than task boxes disabled. */
+// The page's own classes and attributes: documents may not borrow its machinery
+// (hidden from export, task boxes, copy buttons, change marks).
+const PAGE_CLASS = /^(?:lumo-.*|code-copy|task-list-item-checkbox)$/;
+const PAGE_ATTR = /^data-lumo-/;
+
+const isTaskBox = (node) => node.nodeName.toLowerCase() === 'input' && node.getAttribute('data-lumo-task') === TASK_BOX_MARK;
+
+function ownedByPage(node, name) {
+  return PAGE_ATTR.test(name) && !(name === 'data-lumo-task' && isTaskBox(node));
+}
+
+function documentClasses(node, value) {
+  const box = isTaskBox(node);
+  return value.split(/\s+/).filter((c) => c && (!PAGE_CLASS.test(c) || (box && c === 'task-list-item-checkbox'))).join(' ');
+}
+
+// Code shows exactly its text: nothing inside it may be styled away or hidden.
+const insideCode = (node) => !!node.closest?.('pre, code');
+
+/**
+ * A code block holds text only, so that what Copy takes is what the reader saw:
+ * markup inside it (classes borrowed from the page or KaTeX, colours, sizes, nested
+ * small print) could hide part of it. The code element keeps its language class.
+ */
+function flattenCodeBlock(pre) {
+  const only = pre.children.length === 1 ? pre.firstElementChild : null;
+  const target = only?.localName === 'code' ? only : pre;
+  if (target.childElementCount > 0) target.textContent = target.textContent;
+}
+
+/** Local URLs resolved against the document's folder; inputs other than the converter's task boxes disabled. */
 function finishElement(node, base) {
   const tag = node.nodeName.toLowerCase();
   if (tag === 'a' || tag === 'area') {
@@ -47,7 +81,7 @@ function finishElement(node, base) {
     if (v) node.setAttribute(attr, resolveAsset(v, base));
   }
   if (node.hasAttribute('srcset')) node.setAttribute('srcset', resolveSrcset(node.getAttribute('srcset'), base));
-  if (tag === 'input' && node.getAttribute('type') !== 'checkbox') node.setAttribute('disabled', '');
+  if (tag === 'input' && !isTaskBox(node)) node.setAttribute('disabled', '');
 }
 
 // What the converter itself writes for Markdown without raw HTML. Such HTML
@@ -111,9 +145,18 @@ export function createSanitizer(win) {
   const purify = createDOMPurify(win);
   let base = null;
 
+  purify.addHook('uponSanitizeElement', (node, data) => {
+    if (data.tagName === 'pre') flattenCodeBlock(node);
+  });
+
   purify.addHook('uponSanitizeAttribute', (node, data) => {
     const name = data.attrName;
-    if (name === 'style') {
+    if (ownedByPage(node, name) || ((name === 'style' || name === 'hidden') && insideCode(node))) {
+      data.keepAttr = false;
+    } else if (name === 'class') {
+      data.attrValue = documentClasses(node, data.attrValue);
+      if (data.attrValue === '') data.keepAttr = false;
+    } else if (name === 'style') {
       data.attrValue = cleanStyle(data.attrValue);
       if (data.attrValue === '') data.keepAttr = false;
     } else if (name === 'id' && !NAMED_ACCESS.has(node.nodeName.toLowerCase()) && SAFE_ID.test(data.attrValue)) {

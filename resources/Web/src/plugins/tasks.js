@@ -3,6 +3,12 @@
 
 const MARK = /^\[([ xX])\](?:[ \t]|$)/;
 
+/**
+ * Carried by the boxes the converter makes, so that only they toggle a line: a
+ * document written before the page loaded cannot know it.
+ */
+export const TASK_BOX_MARK = Math.random().toString(36).slice(2, 12);
+
 export default function tasks(md) {
   md.core.ruler.push('lumo_tasks', (state) => {
     const tokens = state.tokens;
@@ -18,7 +24,7 @@ export default function tasks(md) {
       const checked = m[1] !== ' ';
       first.content = first.content.slice(m[0].length);
       const box = new state.Token('html_inline', '', 0);
-      box.content = `<input type="checkbox" class="task-list-item-checkbox"${checked ? ' checked' : ''}>`;
+      box.content = `<input type="checkbox" class="task-list-item-checkbox" data-lumo-task="${TASK_BOX_MARK}"${checked ? ' checked' : ''}>`;
       box.meta = { generated: true }; // not the document's raw HTML
       inline.children.unshift(box);
       const item = tokens[i - 2];

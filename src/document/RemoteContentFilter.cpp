@@ -1,0 +1,30 @@
+#include "RemoteContentFilter.h"
+
+#include "app/Preferences.h"
+
+#include <QUrl>
+
+namespace {
+
+bool forbidden = false;
+
+bool isRemote(const QUrl &url)
+{
+    static const QStringList network{QStringLiteral("http"), QStringLiteral("https"),
+                                     QStringLiteral("ftp"), QStringLiteral("ws"),
+                                     QStringLiteral("wss")};
+    return network.contains(url.scheme().toLower());
+}
+
+} // namespace
+
+void RemoteContentFilter::forbidAll()
+{
+    forbidden = true;
+}
+
+void RemoteContentFilter::interceptRequest(QWebEngineUrlRequestInfo &info)
+{
+    if ((forbidden || !Preferences::shared().loadRemoteImages()) && isRemote(info.requestUrl()))
+        info.block(true);
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QWebEngineUrlRequestInterceptor>
+
+// Keeps reading pages off the network when the user said so ("Load remote images"
+// off) and always for pages nobody sees (a headless export): a fetched image tells its
+// server who opened the document and when. Links are not requests of the page and
+// are unaffected. Installed once on the shared profile; runs on the GUI thread.
+class RemoteContentFilter : public QWebEngineUrlRequestInterceptor
+{
+    Q_OBJECT
+
+public:
+    using QWebEngineUrlRequestInterceptor::QWebEngineUrlRequestInterceptor;
+
+    // From now on no page of this process fetches anything remote.
+    static void forbidAll();
+
+    void interceptRequest(QWebEngineUrlRequestInfo &info) override;
+};
