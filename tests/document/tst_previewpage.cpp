@@ -78,7 +78,8 @@ QJsonObject TestPreviewPage::renderAndWait(const QString &text, const std::optio
     m_page->call(PageScript::render(text, base, diff, m_revision));
     const QJsonObject rendered = WebTest::waitForMessage(m_page, u"rendered"_s);
     [&] { QCOMPARE(rendered.value(u"rev"_s).toInteger(), m_revision); }();
-    (void)QTest::qWaitFor([&] { return !outline.isEmpty(); }, 5000);
+    // Posted right after "rendered", and only when the headings changed.
+    (void)QTest::qWaitFor([&] { return !outline.isEmpty(); }, 500);
     disconnect(connection);
     return outline;
 }
