@@ -1,7 +1,8 @@
 // What a change made on disk by another program does to the reader's view.
 // A reader at the bottom stays at the bottom, however the page grows (tail).
 // With "follow changes" on, the first changed block is brought into view when
-// none is on screen, unless the reader touched the page a moment ago. A reader
+// none is on screen (for a reader at the bottom: when it lies above them),
+// unless the reader touched the page a moment ago. A reader
 // whose place vanished because the file was briefly shorter (truncated, then
 // written again) is brought back to it once the text above it is back.
 // Anyone else is never moved.
@@ -28,7 +29,7 @@ function onScreen(node) {
 
 /**
  * @param {{scroll: {topLine: () => number, scrollToLine: (n: number) => void,
- *   scrollToBottom: () => void, scrollToElement: (el: Element) => void},
+ *   scrollToBottom: () => void, scrollToElement: (el: Element, room: number) => void},
  *   now?: () => number}} options
  */
 export function createChangeFollower({ scroll, now = () => performance.now() }) {
@@ -46,6 +47,9 @@ export function createChangeFollower({ scroll, now = () => performance.now() }) 
       { passive: true, capture: true },
     );
   }
+
+  // A quarter down the window, with what came before it still in sight.
+  const show = (element) => scroll.scrollToElement(element, window.innerHeight / 4);
 
   function atBottom() {
     const root = document.documentElement;
@@ -76,8 +80,12 @@ export function createChangeFollower({ scroll, now = () => performance.now() }) 
           return;
         }
       }
+      const elements = changed.filter((node) => node.nodeType === 1);
+      const following = followChanges && now() - touched >= TOUCH_QUIET_MS && elements.length > 0 && !elements.some(onScreen);
       if (view.atBottom) {
-        scroll.scrollToBottom();
+        // What grows below is tailed; a change above the reader is shown when changes are followed.
+        if (following && elements[0].getBoundingClientRect().top < 0) show(elements[0]);
+        else scroll.scrollToBottom();
         return;
       }
       if (view.line >= 1 && total <= view.line) {
@@ -86,10 +94,7 @@ export function createChangeFollower({ scroll, now = () => performance.now() }) 
         if (end >= 0) lost = { line: view.line, prefix: view.text.slice(0, end), at: now() };
         return;
       }
-      if (!followChanges || now() - touched < TOUCH_QUIET_MS) return;
-      const elements = changed.filter((node) => node.nodeType === 1);
-      if (!elements.length || elements.some(onScreen)) return;
-      scroll.scrollToElement(elements[0]);
+      if (following) show(elements[0]);
     },
   };
 }

@@ -211,9 +211,10 @@ export function createScrollSync({ container, post }) {
         (y) => window.scrollTo({ top: Math.round(y), behavior: 'instant' }),
       );
     },
-    scrollToElement(el) {
+    /** `room`: how far below the top of the window the element is to stand. */
+    scrollToElement(el, room = 0) {
       // A jump the user asked for: the native side hears the new top line.
-      const margin = parseFloat(getComputedStyle(el).scrollMarginTop) || 0;
+      const margin = (parseFloat(getComputedStyle(el).scrollMarginTop) || 0) + room;
       follow(
         () => el.getBoundingClientRect().top + window.scrollY - margin,
         (y) => window.scrollTo({ top: Math.round(y), behavior: 'instant' }),

@@ -46,6 +46,8 @@ test('tail, follow changes and the reader left alone', () => {
     // name, scrollY, follow on, ms since the reader touched the page, changed blocks, expected calls
     ['at the bottom: tail', 4500, false, null, [block('new', 900)], [['bottom']]],
     ['at the bottom, following: still tail', 4500, true, null, [block('new', 900)], [['bottom']]],
+    ['at the bottom, following, a change above: shown', 4500, true, null, [block('above', -2000)], [['element', 'above']]],
+    ['at the bottom, a change above: tail', 4500, false, null, [block('above', -2000)], [['bottom']]],
     ['scrolled up: never moved', 1000, false, null, [block('new', 900)], []],
     ['following, change off screen: shown', 1000, true, null, [block('text', 0).appendChild(window.document.createTextNode('x')), block('far', 2000)], [['element', 'far']]],
     ['following, one change on screen: left alone', 1000, true, null, [block('far', 2000), block('near', 100)], []],
