@@ -66,6 +66,16 @@ export function createChangeFollower({ scroll, now = () => performance.now() }) 
       return { atBottom: atBottom(), line: scroll.topLine(), text };
     },
 
+    /**
+     * Whether the change needs no mark: text that arrived below a reader at the
+     * bottom, who is taken to it. A mark on every write of a stream would keep
+     * the page repainting for as long as the stream lasts.
+     */
+    isTailed(view, changed) {
+      const first = view?.atBottom ? changed.find((node) => node.nodeType === 1) : null;
+      return !!first && first.getBoundingClientRect().top >= 0;
+    },
+
     /** After the change: `text` now on the page in `total` lines, `changed` its new nodes. */
     after(view, text, total, changed) {
       if (lost) {

@@ -164,7 +164,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
 
   function done(result, added, diff, view) {
     markWraps(added);
-    if (diff) markChanged(added);
+    if (diff && !follower.isTailed(view, added)) markChanged(added);
     enhancer.add(added);
     announce(rev, result.blocks, result.tail);
     if (view) follower.after(view, lastText, result.total, added);
@@ -186,7 +186,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     const added = state.stream.flush();
     state.flushed = performance.now();
     markWraps(added);
-    if (state.diff) markChanged(added);
+    if (state.diff && !follower.isTailed(state.view, added)) markChanged(added);
     if (state.view) state.changed.push(...added);
     enhancer.add(added);
   }

@@ -43,19 +43,19 @@ const TEXT = Array.from({ length: 250 }, (_, i) => `line ${i}`).join('\n');
 
 test('tail, follow changes and the reader left alone', () => {
   const cases = [
-    // name, scrollY, follow on, ms since the reader touched the page, changed blocks, expected calls
-    ['at the bottom: tail', 4500, false, null, [block('new', 900)], [['bottom']]],
-    ['at the bottom, following: still tail', 4500, true, null, [block('new', 900)], [['bottom']]],
-    ['at the bottom, following, a change above: shown', 4500, true, null, [block('above', -2000)], [['element', 'above']]],
-    ['at the bottom, a change above: tail', 4500, false, null, [block('above', -2000)], [['bottom']]],
-    ['scrolled up: never moved', 1000, false, null, [block('new', 900)], []],
-    ['following, change off screen: shown', 1000, true, null, [block('text', 0).appendChild(window.document.createTextNode('x')), block('far', 2000)], [['element', 'far']]],
-    ['following, one change on screen: left alone', 1000, true, null, [block('far', 2000), block('near', 100)], []],
-    ['following, reader touched the page a second ago', 1000, true, 1000, [block('far', 2000)], []],
-    ['following, reader touched the page three seconds ago', 1000, true, 3000, [block('far', 2000)], [['element', 'far']]],
-    ['following, nothing new (lines removed)', 1000, true, null, [], []],
+    // name, scrollY, follow on, ms since the reader touched the page, changed blocks, left unmarked, expected calls
+    ['at the bottom: tail', 4500, false, null, [block('new', 900)], true, [['bottom']]],
+    ['at the bottom, following: still tail', 4500, true, null, [block('new', 900)], true, [['bottom']]],
+    ['at the bottom, following, a change above: shown', 4500, true, null, [block('above', -2000)], false, [['element', 'above']]],
+    ['at the bottom, a change above: tail', 4500, false, null, [block('above', -2000)], false, [['bottom']]],
+    ['scrolled up: never moved', 1000, false, null, [block('new', 900)], false, []],
+    ['following, change off screen: shown', 1000, true, null, [block('text', 0).appendChild(window.document.createTextNode('x')), block('far', 2000)], false, [['element', 'far']]],
+    ['following, one change on screen: left alone', 1000, true, null, [block('far', 2000), block('near', 100)], false, []],
+    ['following, reader touched the page a second ago', 1000, true, 1000, [block('far', 2000)], false, []],
+    ['following, reader touched the page three seconds ago', 1000, true, 3000, [block('far', 2000)], false, [['element', 'far']]],
+    ['following, nothing new (lines removed)', 1000, true, null, [], false, []],
   ];
-  for (const [name, scrollY, follow, touchedAgo, changed, expected] of cases) {
+  for (const [name, scrollY, follow, touchedAgo, changed, unmarked, expected] of cases) {
     const { follower, calls, advance } = setup();
     follower.setFollowChanges(follow);
     if (touchedAgo !== null) {
@@ -64,6 +64,7 @@ test('tail, follow changes and the reader left alone', () => {
     }
     layout.scrollY = scrollY;
     const view = follower.before(TEXT);
+    assert.equal(follower.isTailed(view, changed), unmarked, name);
     follower.after(view, TEXT + '\nmore', 251, changed);
     assert.deepEqual(calls, expected, name);
   }

@@ -29,6 +29,8 @@ before(async () => {
   // A fake layout: every source line is 20px tall, blocks sit where their lines are.
   let scrollY = 0;
   Object.defineProperty(window, 'scrollY', { get: () => scrollY, configurable: true });
+  // Taller than the window: a reader at the top is not at the bottom.
+  Object.defineProperty(window.document.documentElement, 'scrollHeight', { get: () => 100000, configurable: true });
   window.scrollTo = (x, y) => {
     scrollY = Math.max(0, typeof x === 'object' ? x.top : y);
   };
