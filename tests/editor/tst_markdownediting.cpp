@@ -57,6 +57,8 @@ private Q_SLOTS:
     void assists_data();
     void assists();
     void aReadOnlyViewRefuses();
+    void tabKeysStayInTheEditor_data();
+    void tabKeysStayInTheEditor();
     void toggledTask_data();
     void toggledTask();
     void pastedImages();
@@ -118,6 +120,38 @@ void TestMarkdownEditing::assists()
     QCOMPARE(view.text(), view.toPlainText());
     view.undo();
     QCOMPARE(view.toPlainText(), original);
+}
+
+void TestMarkdownEditing::tabKeysStayInTheEditor_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("after");
+
+    QTest::newRow("backtab on a plain line") << u"plain|"_s << int(Qt::Key_Backtab) << u"plain|"_s;
+    QTest::newRow("shift+tab on a plain line") << u"plain|"_s << int(Qt::Key_Tab) << u"plain|"_s;
+    QTest::newRow("backtab on an item") << u"  - a|"_s << int(Qt::Key_Backtab) << u"- a|"_s;
+}
+
+void TestMarkdownEditing::tabKeysStayInTheEditor()
+{
+    QFETCH(QString, before);
+    QFETCH(int, key);
+    QFETCH(QString, after);
+    // Beside other widgets that would take focus, as in the window.
+    QWidget window;
+    auto *view = new MarkdownTextView(&window);
+    auto *other = new MarkdownTextView(&window);
+    other->move(0, 200);
+    window.show();
+    QApplication::setActiveWindow(&window);
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    load(*view, before);
+    view->setFocus();
+    QTRY_VERIFY(view->hasFocus());
+    QTest::keyClick(view, Qt::Key(key), Qt::ShiftModifier);
+    QCOMPARE(QApplication::focusWidget(), view);
+    QCOMPARE(marked(*view), after);
 }
 
 void TestMarkdownEditing::aReadOnlyViewRefuses()
