@@ -15,10 +15,10 @@
 #include "PageScript.h"
 #include "PDFPrint.h"
 #include "PreviewPage.h"
+#include "RichText.h"
 #include "workspace/ReadState.h"
 #include "workspace/RootResolver.h"
 #include "workspace/Workspace.h"
-#include "RichText.h"
 
 #include <cmath>
 #include <cstdio>
@@ -344,6 +344,9 @@ void DocumentController::handleMessage(const QJsonObject &message)
         if (!revision.isDouble())
             return;
         m_completedRevision = revision.toInteger();
+        // A render reflows the page: keep it on the line the editor shows.
+        if (m_mode == Mode::Edit && m_editor.topLine)
+            scrollPreview(m_editor.topLine());
         Q_EMIT renderCompleted(m_completedRevision);
         runPendingActions();
     } else if (type == QLatin1String("outline")) {
@@ -352,6 +355,10 @@ void DocumentController::handleMessage(const QJsonObject &message)
     } else if (type == QLatin1String("topLine")) {
         const QJsonValue line = message.value(QLatin1String("line"));
         if (!line.isDouble() || !std::isfinite(line.toDouble()))
+            return;
+        // While editing, the editor leads: the page moving by itself (layout settling
+        // after a render, a find) must not drag the editor along.
+        if (m_mode == Mode::Edit && !message.value(QLatin1String("user")).toBool(true))
             return;
         m_previewTopLine = line.toDouble();
         if (elapsedMoreThan(m_lastEditorDrivenScroll, scrollQuietMilliseconds)) {

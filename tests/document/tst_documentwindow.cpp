@@ -1,10 +1,12 @@
 // The window around the documents: its commands follow the current tab.
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"
+#include "document/PreviewPage.h"
 #include "editor/EditorView.h"
 #include "support/WebTest.h"
 
 #include <QAction>
+#include <QJsonObject>
 #include <QMenuBar>
 #include <QPlainTextEdit>
 
@@ -20,6 +22,7 @@ private Q_SLOTS:
     void modeSwitchKeepsThePage();
     void modeSwitchKeepsTheLine();
     void ctrlBIsBoldWhileEditing();
+    void thePageFollowsTheEditor();
 
 private:
     static QAction *action(QWidget *window, const QString &text)
@@ -138,6 +141,45 @@ void TestDocumentWindow::ctrlBIsBoldWhileEditing()
     tab->controller()->toggleMode();
     QVERIFY(!bold->isEnabled());
 }
+
+void TestDocumentWindow::thePageFollowsTheEditor()
+{
+    DocumentWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QString text;
+    for (int i = 0; i < 300; ++i)
+        text += u"Paragraph %1.\n\n"_s.arg(i);
+    DocumentTab *tab = window.addDocument(new OpenDocument(text));
+    DocumentController *controller = tab->controller();
+    QSignalSpy rendered(controller, &DocumentController::renderCompleted);
+    QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000);
+    controller->toggleMode();
+    QTRY_VERIFY(tab->editor()->hasFocus());
+    const auto pageTop = [controller] {
+        return WebTest::evaluate(controller->page(), u"mv.topLine()"_s).toDouble();
+    };
+
+    // The caret keys scroll the editor without its scroll bar saying so.
+    for (int i = 0; i < 4; ++i)
+        QTest::keyClick(tab->editor(), Qt::Key_PageDown);
+    const double top = EditorView::topLine(tab->editor());
+    QVERIFY(top > 20);
+    QTRY_VERIFY(std::abs(pageTop() - top) < 1);
+
+    // The page moving by itself (a find, layout) leaves the editor where it is...
+    QTest::qWait(DocumentController::scrollQuietMilliseconds + 50);
+    Q_EMIT controller->page()->messageReceived(
+        {{u"type"_s, u"topLine"_s}, {u"line"_s, 3}, {u"user"_s, false}});
+    QCOMPARE(EditorView::topLine(tab->editor()), top);
+    // ...and a render puts the page back on the editor's line.
+    WebTest::evaluate(controller->page(), u"window.scrollTo(0, 0)"_s);
+    QTest::keyClicks(tab->editor(), u"x"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 2, 10000);
+    QTRY_VERIFY(std::abs(pageTop() - EditorView::topLine(tab->editor())) < 1);
+}
+
+
 
 LUMO_WEB_TEST_MAIN(TestDocumentWindow)
 #include "tst_documentwindow.moc"
