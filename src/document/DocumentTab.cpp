@@ -9,6 +9,7 @@
 #include "workspace/SidebarView.h"
 
 #include <algorithm>
+#include <QApplication>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -124,6 +125,12 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
         m_editor->setFocus();
     });
 
+    // Focus given before the engine made its widget stays on the bare view, deaf to keys.
+    connect(page, &QWebEngineView::loadFinished, this, [page] {
+        if (QApplication::focusWidget() == page && page->focusProxy())
+            page->focusProxy()->setFocus();
+    });
+
     showMode(m_controller->mode());
     showSidebar(m_controller->sidebarVisible());
     m_controller->scheduleRender(true);
@@ -131,12 +138,22 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
 
 void DocumentTab::showMode(DocumentController::Mode mode)
 {
-    const bool editing = mode == DocumentController::Mode::Edit;
-    m_editorPane->setVisible(editing);
-    if (editing)
+    m_editorPane->setVisible(mode == DocumentController::Mode::Edit);
+    focusDocument(true);
+}
+
+void DocumentTab::focusDocument(bool always)
+{
+    const QWidget *focus = QApplication::focusWidget();
+    if (!always && focus && isAncestorOf(focus) && !m_panes->isAncestorOf(focus))
+        return;
+    if (m_controller->mode() == DocumentController::Mode::Edit) {
         m_editor->setFocus();
-    else
-        m_controller->webView()->setFocus();
+        return;
+    }
+    // The page's keys go to the engine's own widget, which exists once a page loads.
+    QWidget *page = m_controller->webView();
+    (page->focusProxy() ? page->focusProxy() : page)->setFocus();
 }
 
 void DocumentTab::showFind()
@@ -182,6 +199,18 @@ void DocumentTab::findInEditor(const QString &text, bool backwards, bool fromSel
     m_editorFind->setFound(!match.isNull());
     if (!match.isNull())
         m_editor->setTextCursor(match);
+}
+
+QJsonObject DocumentTab::probe() const
+{
+    const bool editing = m_controller->mode() == DocumentController::Mode::Edit;
+    QJsonObject state;
+    state.insert(QLatin1String("mode"), editing ? QLatin1String("edit") : QLatin1String("read"));
+    state.insert(QLatin1String("editorTop"), EditorView::topLine(m_editor));
+    state.insert(QLatin1String("caretLine"), m_editor->textCursor().blockNumber());
+    state.insert(QLatin1String("pageFind"), m_pageFind->isVisible());
+    state.insert(QLatin1String("editorFind"), m_editorFind->isVisible());
+    return state;
 }
 
 void DocumentTab::showSidebar(bool visible)

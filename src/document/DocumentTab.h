@@ -3,6 +3,7 @@
 #include "DocumentController.h"
 #include "editor/EditorView.h"
 
+#include <QJsonObject>
 #include <QWidget>
 
 class DiskChangeBanner;
@@ -24,9 +25,17 @@ public:
     OpenDocument *document() const { return m_controller->document(); }
     EditorView *editor() const { return m_editor; }
 
+    // Gives the keyboard to the document: the editor while editing, else the page.
+    // Unless `always`, leaves it where it is while the user types in this tab's
+    // sidebar, a panel or a find bar.
+    void focusDocument(bool always);
+
     // Find: the editor's own bar while editing with the editor focused, else the page's.
     void showFind();
     void findNext(bool backwards);
+
+    // For the diagnostic state: mode, editor position, find bars.
+    QJsonObject probe() const;
 
     static constexpr int sidebarMinimumWidth = 180;
     static constexpr int sidebarMaximumWidth = 420;

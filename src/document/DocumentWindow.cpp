@@ -2,6 +2,7 @@
 
 #include "app/Brand.h"
 #include "app/CustomCSS.h"
+#include "app/DebugHooks.h"
 #include "app/DesktopCommands.h"
 #include "app/Preferences.h"
 #include "app/ReaderPreferences.h"
@@ -10,10 +11,11 @@
 #include "editor/FormatMenu.h"
 #include "ExportCommands.h"
 #include "OutlinePopover.h"
+#include "search/SearchCommands.h"
+#include "WindowProbe.h"
 #include "workspace/FolderOpener.h"
 #include "workspace/FolderOpening.h"
 #include "workspace/WorkspaceCommands.h"
-#include "search/SearchCommands.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -57,6 +59,10 @@ DocumentWindow::DocumentWindow(QWidget *parent)
     setCentralWidget(m_tabs);
     connect(m_tabs, &QTabWidget::tabCloseRequested, this, &DocumentWindow::closeTab);
     connect(m_tabs, &QTabWidget::currentChanged, this, &DocumentWindow::updateForCurrentTab);
+    connect(m_tabs, &QTabWidget::currentChanged, this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->focusDocument(true);
+    });
 
     setMinimumSize(minimumWindowSize);
     QSize size = firstWindowSize;
@@ -70,6 +76,12 @@ DocumentWindow::DocumentWindow(QWidget *parent)
 
     buildMenus();
     updateForCurrentTab();
+
+    if (Preferences::shared().debugHooks())
+        connect(&DebugHooks::shared(), &DebugHooks::posted, this, [this](const QString &name) {
+            if (name == QLatin1String("lumoapp.debug.state"))
+                WindowProbe::print(this);
+        });
 }
 
 void DocumentWindow::buildMenus()
@@ -342,6 +354,8 @@ DocumentTab *DocumentWindow::tabFor(const QString &path) const
 
 void DocumentWindow::showTab(DocumentTab *tab)
 {
+    if (tab == currentTab())
+        tab->focusDocument(false);
     m_tabs->setCurrentWidget(tab);
     raise();
     activateWindow();

@@ -23,6 +23,7 @@ private Q_SLOTS:
     void modeSwitchKeepsTheLine();
     void ctrlBIsBoldWhileEditing();
     void thePageFollowsTheEditor();
+    void shownDocumentsTakeTheKeyboard();
 
 private:
     static QAction *action(QWidget *window, const QString &text)
@@ -179,7 +180,28 @@ void TestDocumentWindow::thePageFollowsTheEditor()
     QTRY_VERIFY(std::abs(pageTop() - EditorView::topLine(tab->editor())) < 1);
 }
 
+void TestDocumentWindow::shownDocumentsTakeTheKeyboard()
+{
+    DocumentWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    const auto focusIn = [](const QWidget *widget) {
+        const QWidget *focus = QApplication::focusWidget();
+        return focus && (focus == widget || widget->isAncestorOf(focus));
+    };
+    DocumentTab *first = window.addDocument(new OpenDocument(u"# One"_s));
+    QSignalSpy loaded(first->controller()->webView(), &QWebEngineView::loadFinished);
+    QTRY_VERIFY_WITH_TIMEOUT(loaded.count() > 0, 20000);
+    QTRY_VERIFY(focusIn(first->controller()->webView()));
 
+    first->controller()->toggleMode();
+    DocumentTab *second = window.addDocument(new OpenDocument(u"# Two"_s));
+    QTRY_VERIFY(focusIn(second->controller()->webView()));
+    window.showTab(first);
+    QTRY_VERIFY(first->editor()->hasFocus());
+    window.showTab(second);
+    QTRY_VERIFY(focusIn(second->controller()->webView()));
+}
 
 LUMO_WEB_TEST_MAIN(TestDocumentWindow)
 #include "tst_documentwindow.moc"
