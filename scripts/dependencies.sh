@@ -13,6 +13,7 @@ lumo_packages=(
     desktop-file-utils appstream  # checking the desktop entry and AppStream metadata
     libbenchmark-dev  # the benchmarks under bench/
     xvfb xauth        # a display for the GUI tests
+    xdotool           # real key events in the keyboard tests
     fonts-dejavu-core fonts-noto-color-emoji # text and emoji in the page
 )
 
