@@ -42,6 +42,7 @@ private Q_SLOTS:
     void shiftTabStaysInTheEditor();
     void thePageFollowsTheEditor();
     void shownDocumentsTakeTheKeyboard();
+    void zoomKeepsThePlace();
 
 private:
     QProcessEnvironment environment() const;
@@ -308,6 +309,27 @@ void TestKeyboard::shownDocumentsTakeTheKeyboard()
     QTRY_COMPARE(focus(), u"page"_s);
     keys({u"Next"_s});
     QTRY_VERIFY(probe(scrolled).contains(u"Third=true"_s));
+}
+
+void TestKeyboard::zoomKeepsThePlace()
+{
+    start({fixture(u"long.md"_s, longDocument(150))});
+    keys({u"Next"_s, u"Next"_s, u"Next"_s, u"Next"_s});
+    QTRY_VERIFY(number(u"mv.topLine()"_s) > 50);
+    const double reading = number(u"mv.topLine()"_s);
+    for (const QString &key : {u"ctrl+plus"_s, u"ctrl+plus"_s, u"ctrl+minus"_s, u"ctrl+0"_s}) {
+        keys({key});
+        QTRY_VERIFY2(std::abs(number(u"mv.topLine()"_s) - reading) < 0.5, qPrintable(key));
+    }
+    // While editing, the editor keeps its line too, and the page with it.
+    keys({u"ctrl+e"_s, u"Next"_s, u"Next"_s});
+    QTRY_VERIFY(tab().value(u"editorTop"_s).toDouble() > reading);
+    const double editing = tab().value(u"editorTop"_s).toDouble();
+    for (const QString &key : {u"ctrl+plus"_s, u"ctrl+minus"_s, u"ctrl+minus"_s}) {
+        keys({key});
+        QCOMPARE(tab().value(u"editorTop"_s).toDouble(), editing);
+        QTRY_VERIFY2(std::abs(number(u"mv.topLine()"_s) - editing) < 0.5, qPrintable(key));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestKeyboard)
