@@ -298,7 +298,10 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
             [this](const QString &path) {
                 // Unsaved edits are never replaced away: the file opens beside them.
                 const DocumentTab *current = currentTab();
-                if (tabFor(path) || (current && current->document()->isModified())) {
+                const OpenDocument *shown = current ? current->document() : nullptr;
+                if (tabFor(path) ||
+                    (shown &&
+                     (shown->isModified() || (shown->isUntitled() && !shown->text().isEmpty())))) {
                     Q_EMIT openFilesRequested({path}, this);
                     return;
                 }

@@ -43,6 +43,7 @@ private Q_SLOTS:
     void thePageFollowsTheEditor();
     void shownDocumentsTakeTheKeyboard();
     void zoomKeepsThePlace();
+    void undoBackToTheSavedText();
 
 private:
     QProcessEnvironment environment() const;
@@ -330,6 +331,27 @@ void TestKeyboard::zoomKeepsThePlace()
         QCOMPARE(tab().value(u"editorTop"_s).toDouble(), editing);
         QTRY_VERIFY2(std::abs(number(u"mv.topLine()"_s) - editing) < 0.5, qPrintable(key));
     }
+}
+
+void TestKeyboard::undoBackToTheSavedText()
+{
+    start({fixture(u"notes.md"_s, "# Notes\n")});
+    keys({u"ctrl+e"_s, u"ctrl+End"_s});
+    type(u"more"_s);
+    QTRY_VERIFY(state().value(u"modified"_s).toBool());
+    QCOMPARE(state().value(u"tabs"_s).toArray().at(0).toString(), u"notes.md •"_s);
+    for (int i = 0; i < 4 && state().value(u"modified"_s).toBool(); ++i)
+        keys({u"ctrl+z"_s});
+    QTRY_VERIFY(!state().value(u"modified"_s).toBool());
+    QCOMPARE(state().value(u"tabs"_s).toArray().at(0).toString(), u"notes.md"_s);
+
+    // What a tool pipes in is not an edit: it closes without asking.
+    QCOMPARE(run({u"-"_s}, "# Piped\n"), 0);
+    QTRY_COMPARE(state().value(u"tabs"_s).toArray().size(), 2);
+    QVERIFY(!state().value(u"modified"_s).toBool());
+    keys({u"ctrl+w"_s});
+    QTRY_COMPARE(state().value(u"tabs"_s).toArray().size(), 1);
+    QCOMPARE(focus(), u"editor"_s);
 }
 
 QTEST_GUILESS_MAIN(TestKeyboard)
