@@ -12,6 +12,7 @@
 #include "ExportCommands.h"
 #include "OutlinePopover.h"
 #include "search/SearchCommands.h"
+#include "TabNames.h"
 #include "WindowProbe.h"
 #include "workspace/FolderOpener.h"
 #include "workspace/FolderOpening.h"
@@ -206,6 +207,17 @@ void DocumentWindow::buildMenus()
     view->addAction(bigger);
     view->addAction(smaller);
     view->addAction(actual);
+    view->addSeparator();
+    const auto switchTab = [this](int step) {
+        if (m_tabs->count() > 1)
+            m_tabs->setCurrentIndex((m_tabs->currentIndex() + step + m_tabs->count()) %
+                                    m_tabs->count());
+    };
+    QAction *nextTab = view->addAction(tr("Show &Next Tab"), this, [switchTab] { switchTab(1); });
+    nextTab->setShortcuts({QKeySequence(tr("Ctrl+PgDown")), QKeySequence(tr("Ctrl+Tab"))});
+    QAction *previousTab =
+        view->addAction(tr("Show &Previous Tab"), this, [switchTab] { switchTab(-1); });
+    previousTab->setShortcuts({QKeySequence(tr("Ctrl+PgUp")), QKeySequence(tr("Ctrl+Shift+Tab"))});
 
     m_documentActions = {closeTabAction, m_saveAction, saveAsAction,   m_revertAction, exportAction,
                          m_modeAction,   bigger,       smaller,        actual,         find,
@@ -261,13 +273,7 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
     auto *tab = new DocumentTab(document, Preferences::shared().openInEditMode(), m_tabs);
     SearchCommands::attachPanels(tab);
     const auto refresh = [this, tab] {
-        const int index = m_tabs->indexOf(tab);
-        if (index < 0)
-            return;
-        const OpenDocument *doc = tab->document();
-        m_tabs->setTabText(index, doc->displayName() +
-                                      (doc->isModified() ? QStringLiteral(" •") : QString()));
-        m_tabs->setTabToolTip(index, doc->path());
+        updateTabNames();
         if (tab == currentTab())
             updateForCurrentTab();
     };
@@ -318,6 +324,21 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
     return tab;
 }
 
+void DocumentWindow::updateTabNames()
+{
+    const QList<DocumentTab *> all = tabs();
+    QStringList paths;
+    for (const DocumentTab *tab : all)
+        paths.append(tab->document()->isUntitled() ? QString() : tab->document()->path());
+    const QStringList names = TabNames::of(paths, tr("Untitled"));
+    for (int i = 0; i < all.size(); ++i) {
+        const OpenDocument *document = all.at(i)->document();
+        m_tabs->setTabText(i, names.at(i) +
+                                  (document->isModified() ? QStringLiteral(" •") : QString()));
+        m_tabs->setTabToolTip(i, document->path());
+    }
+}
+
 DocumentTab *DocumentWindow::replaceCurrent(OpenDocument *document)
 {
     const int index = m_tabs->currentIndex();
@@ -327,6 +348,7 @@ DocumentTab *DocumentWindow::replaceCurrent(OpenDocument *document)
         QWidget *old = m_tabs->widget(index + 1);
         m_tabs->removeTab(index + 1);
         old->deleteLater();
+        updateTabNames();
     }
     showTab(tab);
     return tab;
@@ -418,6 +440,7 @@ bool DocumentWindow::closeTab(int index)
         return false;
     m_tabs->removeTab(m_tabs->indexOf(tab));
     tab->deleteLater();
+    updateTabNames();
     if (m_tabs->count() == 0)
         close();
     return true;

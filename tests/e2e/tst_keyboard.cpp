@@ -44,6 +44,7 @@ private Q_SLOTS:
     void shownDocumentsTakeTheKeyboard();
     void zoomKeepsThePlace();
     void undoBackToTheSavedText();
+    void tabsToldApartAndSwitched();
 
 private:
     QProcessEnvironment environment() const;
@@ -352,6 +353,26 @@ void TestKeyboard::undoBackToTheSavedText()
     keys({u"ctrl+w"_s});
     QTRY_COMPARE(state().value(u"tabs"_s).toArray().size(), 1);
     QCOMPARE(focus(), u"editor"_s);
+}
+
+void TestKeyboard::tabsToldApartAndSwitched()
+{
+    start({fixture(u"pyenv/README.md"_s, "# Py\n")});
+    QCOMPARE(run({fixture(u"rbenv/README.md"_s, "# Rb\n")}), 0);
+    QTRY_COMPARE(state().value(u"tabs"_s).toArray(),
+                 (QJsonArray{u"README.md — pyenv"_s, u"README.md — rbenv"_s}));
+    QCOMPARE(state().value(u"current"_s).toInt(), 1);
+    keys({u"ctrl+Prior"_s});
+    QTRY_COMPARE(state().value(u"current"_s).toInt(), 0);
+    QCOMPARE(focus(), u"page"_s);
+    keys({u"ctrl+Next"_s});
+    QTRY_COMPARE(state().value(u"current"_s).toInt(), 1);
+    // From the editor too.
+    keys({u"ctrl+e"_s, u"ctrl+Next"_s});
+    QTRY_COMPARE(state().value(u"current"_s).toInt(), 0);
+    QCOMPARE(focus(), u"page"_s);
+    keys({u"ctrl+Prior"_s});
+    QTRY_COMPARE(focus(), u"editor"_s);
 }
 
 QTEST_GUILESS_MAIN(TestKeyboard)
