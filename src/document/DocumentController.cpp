@@ -262,7 +262,8 @@ void DocumentController::findInPreview(const QString &text, bool backwards)
     page()->findText(text, backwards ? QWebEnginePage::FindBackward : QWebEnginePage::FindFlags(),
                      [self](const QWebEngineFindTextResult &result) {
                          if (self)
-                             Q_EMIT self->findFinished(result.numberOfMatches() > 0);
+                             Q_EMIT self->findFinished(result.activeMatch(),
+                                                       result.numberOfMatches());
                      });
 }
 

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <QApplication>
+#include <QEvent>
+#include <QShortcut>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -108,14 +110,14 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
         else {
             m_pageFind->hide();
             m_controller->page()->findText(QString()); // clears the highlighted matches
-            m_controller->webView()->setFocus();
+            focusDocument(true);
         }
     });
     connect(m_pageFind, &FindBar::searchRequested, m_controller,
             &DocumentController::findInPreview);
     connect(m_pageFind, &FindBar::closeRequested, this,
             [this] { m_controller->setShowFind(false); });
-    connect(m_controller, &DocumentController::findFinished, m_pageFind, &FindBar::setFound);
+    connect(m_controller, &DocumentController::findFinished, m_pageFind, &FindBar::setCount);
     connect(m_editorFind, &FindBar::searchRequested, this,
             [this](const QString &text, bool backwards) { findInEditor(text, backwards, false); });
     connect(m_editorFind, &FindBar::textTyped, this,
@@ -124,6 +126,19 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
         m_editorFind->hide();
         m_editor->setFocus();
     });
+    // Escape closes a find bar from anywhere in the tab; only while one is open, so
+    // that the sidebar and the panels keep their own Escape.
+    m_closeFind = new QShortcut(QKeySequence(Qt::Key_Escape), this, nullptr, nullptr,
+                                Qt::WidgetWithChildrenShortcut);
+    m_closeFind->setEnabled(false);
+    connect(m_closeFind, &QShortcut::activated, this, [this] {
+        if (m_editorFind->isVisible())
+            Q_EMIT m_editorFind->closeRequested();
+        else
+            m_controller->setShowFind(false);
+    });
+    m_pageFind->installEventFilter(this);
+    m_editorFind->installEventFilter(this);
 
     // Focus given before the engine made its widget stays on the bare view, deaf to keys.
     connect(page, &QWebEngineView::loadFinished, this, [page] {
@@ -209,8 +224,16 @@ QJsonObject DocumentTab::probe() const
     state.insert(QLatin1String("editorTop"), EditorView::topLine(m_editor));
     state.insert(QLatin1String("caretLine"), m_editor->textCursor().blockNumber());
     state.insert(QLatin1String("pageFind"), m_pageFind->isVisible());
+    state.insert(QLatin1String("findCount"), m_pageFind->countText());
     state.insert(QLatin1String("editorFind"), m_editorFind->isVisible());
     return state;
+}
+
+bool DocumentTab::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Show || event->type() == QEvent::Hide)
+        m_closeFind->setEnabled(m_pageFind->isVisibleTo(this) || m_editorFind->isVisibleTo(this));
+    return QWidget::eventFilter(watched, event);
 }
 
 void DocumentTab::showSidebar(bool visible)

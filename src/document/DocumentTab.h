@@ -8,6 +8,7 @@
 
 class DiskChangeBanner;
 class FindBar;
+class QShortcut;
 class QSplitter;
 class SidebarView;
 
@@ -45,6 +46,9 @@ Q_SIGNALS:
     // The page asked to open a Markdown file.
     void openRequested(const QString &path);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void showMode(DocumentController::Mode mode);
     void showSidebar(bool visible);
@@ -56,6 +60,7 @@ private:
     DiskChangeBanner *m_banner;
     FindBar *m_pageFind;
     FindBar *m_editorFind;
+    QShortcut *m_closeFind = nullptr;
     QSplitter *m_panes;
     QWidget *m_editorPane;
     EditorView *m_editor;

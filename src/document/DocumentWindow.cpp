@@ -119,15 +119,16 @@ void DocumentWindow::buildMenus()
         if (DocumentTab *tab = currentTab())
             tab->showFind();
     });
-    QAction *findNext = edit->addAction(tr("Find &Next"), QKeySequence::FindNext, this, [this] {
+    QAction *findNext = edit->addAction(tr("Find &Next"), this, [this] {
         if (DocumentTab *tab = currentTab())
             tab->findNext(false);
     });
-    QAction *findPrevious =
-        edit->addAction(tr("Find &Previous"), QKeySequence::FindPrevious, this, [this] {
-            if (DocumentTab *tab = currentTab())
-                tab->findNext(true);
-        });
+    findNext->setShortcuts({QKeySequence(Qt::Key_F3), QKeySequence(tr("Ctrl+G"))});
+    QAction *findPrevious = edit->addAction(tr("Find &Previous"), this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->findNext(true);
+    });
+    findPrevious->setShortcuts({QKeySequence(tr("Shift+F3")), QKeySequence(tr("Ctrl+Shift+G"))});
     edit->addSeparator();
     QAction *settings = edit->addAction(tr("&Settings…"), QKeySequence(tr("Ctrl+,")), this,
                                         &SettingsWindow::showShared);

@@ -45,12 +45,14 @@ private Q_SLOTS:
     void zoomKeepsThePlace();
     void undoBackToTheSavedText();
     void tabsToldApartAndSwitched();
+    void findInThePage();
 
 private:
     QProcessEnvironment environment() const;
     void start(const QStringList &arguments);
     int run(const QStringList &arguments, const QByteArray &input = {});
     QString fixture(const QString &name, const QByteArray &bytes);
+    void xdotool(const QStringList &arguments);
     // xdotool key names, each pressed and released in turn.
     void keys(const QStringList &names);
     void type(const QString &text);
@@ -172,24 +174,24 @@ QString TestKeyboard::fixture(const QString &name, const QByteArray &bytes)
     return path;
 }
 
-void TestKeyboard::keys(const QStringList &names)
+void TestKeyboard::xdotool(const QStringList &arguments)
 {
     QProcess xdotool;
     xdotool.setProcessEnvironment(environment());
-    xdotool.start(m_xdotool, QStringList{u"key"_s, u"--delay"_s, u"40"_s} + names);
+    xdotool.start(m_xdotool, arguments);
     QVERIFY(xdotool.waitForFinished(20000));
     QCOMPARE(xdotool.exitCode(), 0);
     QTest::qWait(150);
 }
 
+void TestKeyboard::keys(const QStringList &names)
+{
+    xdotool(QStringList{u"key"_s, u"--delay"_s, u"40"_s} + names);
+}
+
 void TestKeyboard::type(const QString &text)
 {
-    QProcess xdotool;
-    xdotool.setProcessEnvironment(environment());
-    xdotool.start(m_xdotool, {u"type"_s, u"--delay"_s, u"20"_s, u"--"_s, text});
-    QVERIFY(xdotool.waitForFinished(20000));
-    QCOMPARE(xdotool.exitCode(), 0);
-    QTest::qWait(150);
+    xdotool({u"type"_s, u"--delay"_s, u"20"_s, u"--"_s, text});
 }
 
 QJsonObject TestKeyboard::state()
@@ -373,6 +375,33 @@ void TestKeyboard::tabsToldApartAndSwitched()
     QCOMPARE(focus(), u"page"_s);
     keys({u"ctrl+Prior"_s});
     QTRY_COMPARE(focus(), u"editor"_s);
+}
+
+void TestKeyboard::findInThePage()
+{
+    start({fixture(u"hay.md"_s,
+                   "# Needle\n\nhay needle hay\n\n" + longDocument(40) + "\n\nthe last NEEDLE\n")});
+    const auto count = [this] { return tab().value(u"findCount"_s).toString(); };
+    keys({u"ctrl+f"_s});
+    QTRY_COMPARE(focus(), u"find"_s);
+    type(u"needle"_s);
+    keys({u"Return"_s});
+    QTRY_COMPARE(count(), u"1 of 3"_s);
+    keys({u"ctrl+g"_s});
+    QTRY_COMPARE(count(), u"2 of 3"_s);
+    keys({u"F3"_s});
+    QTRY_COMPARE(count(), u"3 of 3"_s);
+    keys({u"ctrl+shift+g"_s});
+    QTRY_COMPARE(count(), u"2 of 3"_s);
+    keys({u"shift+F3"_s, u"shift+F3"_s});
+    QTRY_COMPARE(count(), u"3 of 3"_s);
+    // Escape from the page, not only from the field.
+    xdotool({u"mousemove"_s, u"600"_s, u"500"_s, u"click"_s, u"1"_s});
+    QTRY_COMPARE(focus(), u"page"_s);
+    QVERIFY(tab().value(u"pageFind"_s).toBool());
+    keys({u"Escape"_s});
+    QTRY_VERIFY(!tab().value(u"pageFind"_s).toBool());
+    QCOMPARE(focus(), u"page"_s);
 }
 
 QTEST_GUILESS_MAIN(TestKeyboard)
