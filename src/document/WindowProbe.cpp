@@ -21,8 +21,14 @@ QString focusRole(const DocumentWindow *window)
         {"SearchPanel", "search"}, {"SidebarView", "sidebar"},    {"EditorView", "editor"},
         {"QWebEngineView", "page"}};
     const QWidget *focus = QApplication::focusWidget();
-    if (!focus || focus->window() != window)
-        return focus ? QStringLiteral("elsewhere") : QStringLiteral("none");
+    if (!focus)
+        return QStringLiteral("none");
+    // Popups (the outline) are windows of their own, children of this one.
+    const QWidget *owner = focus;
+    while (owner && owner != window)
+        owner = owner->parentWidget();
+    if (!owner)
+        return QStringLiteral("elsewhere");
     for (const QWidget *widget = focus; widget; widget = widget->parentWidget()) {
         for (const auto &[className, role] : roles) {
             if (widget->inherits(className))

@@ -1,4 +1,5 @@
 // The outline, find and the user stylesheet, against real pages.
+#include "app/Brand.h"
 #include "app/CustomCSS.h"
 #include "app/Preferences.h"
 #include "document/DocumentController.h"
@@ -20,6 +21,8 @@ private Q_SLOTS:
     void filtering_data();
     void filtering();
     void popoverChoosesHeadings();
+    void nestedHeadingsStayReadable_data();
+    void nestedHeadingsStayReadable();
     // First: the shared stylesheet watches only a file that exists when it is created.
     void stylesheetEditsReachOpenPages();
     void findInThePage();
@@ -97,6 +100,42 @@ void TestFurniture::popoverChoosesHeadings()
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
     QCOMPARE(chosen.count(), 2);
     QCOMPARE(chosen.at(1).at(0).value<OutlineItem>().text, u"Alpha"_s);
+
+    // The arrow keys move a selection from the field, and Return opens that row.
+    popover.showBelow(&anchor);
+    QCOMPARE(popover.selectedRow(), 0);
+    QWidget *field = QApplication::focusWidget();
+    QTest::keyClick(field, Qt::Key_Down);
+    QTest::keyClick(field, Qt::Key_Down);
+    QTest::keyClick(field, Qt::Key_Down);
+    QCOMPARE(popover.selectedRow(), 2);
+    QTest::keyClick(field, Qt::Key_Up);
+    QCOMPARE(popover.selectedRow(), 1);
+    QCOMPARE(QApplication::focusWidget(), field);
+    QTest::keyClick(field, Qt::Key_Return);
+    QCOMPARE(chosen.count(), 3);
+    QCOMPARE(chosen.at(2).at(0).value<OutlineItem>().text, u"Beta"_s);
+}
+
+void TestFurniture::nestedHeadingsStayReadable_data()
+{
+    QTest::addColumn<QColor>("text");
+    QTest::addColumn<QColor>("background");
+    QTest::newRow("light") << QColor(0x1f, 0x23, 0x28) << QColor(Qt::white);
+    QTest::newRow("dark") << QColor(0xe6, 0xed, 0xf3) << QColor(0x2a, 0x2a, 0x2e);
+    QTest::newRow("grey on grey") << QColor(0x70, 0x70, 0x70) << QColor(0xe0, 0xe0, 0xe0);
+}
+
+void TestFurniture::nestedHeadingsStayReadable()
+{
+    QFETCH(QColor, text);
+    QFETCH(QColor, background);
+    QCOMPARE(Brand::contrastRatio(Qt::black, Qt::white), 21.0);
+    const QColor muted = Brand::mutedText(text, background, Brand::minimumTextContrast);
+    QVERIFY(Brand::contrastRatio(muted, background) >= Brand::minimumTextContrast || muted == text);
+    // Softer than the text when there is room for it.
+    if (Brand::contrastRatio(text, background) > 7)
+        QVERIFY(muted != text);
 }
 
 DocumentController *TestFurniture::openRendered(const QString &text)

@@ -46,6 +46,7 @@ private Q_SLOTS:
     void undoBackToTheSavedText();
     void tabsToldApartAndSwitched();
     void findInThePage();
+    void outlineFromTheKeyboard();
 
 private:
     QProcessEnvironment environment() const;
@@ -402,6 +403,24 @@ void TestKeyboard::findInThePage()
     keys({u"Escape"_s});
     QTRY_VERIFY(!tab().value(u"pageFind"_s).toBool());
     QCOMPARE(focus(), u"page"_s);
+}
+
+void TestKeyboard::outlineFromTheKeyboard()
+{
+    start({fixture(u"long.md"_s, longDocument(60))});
+    keys({u"ctrl+shift+o"_s});
+    QTRY_COMPARE(focus(), u"outline"_s);
+    keys({u"Down"_s, u"Down"_s, u"Down"_s, u"Down"_s, u"Up"_s, u"Return"_s});
+    // The third section, the fourth row, is at the top.
+    QTRY_VERIFY(std::abs(number(
+                    u"document.getElementById('section-3').getBoundingClientRect().top"_s)) < 40);
+    QTRY_COMPARE(focus(), u"page"_s);
+    keys({u"ctrl+shift+o"_s});
+    QTRY_COMPARE(focus(), u"outline"_s);
+    type(u"section 4"_s);
+    keys({u"Down"_s, u"Return"_s});
+    QTRY_VERIFY(std::abs(number(
+                    u"document.getElementById('section-40').getBoundingClientRect().top"_s)) < 40);
 }
 
 QTEST_GUILESS_MAIN(TestKeyboard)
