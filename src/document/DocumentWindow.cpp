@@ -4,10 +4,12 @@
 #include "app/CustomCSS.h"
 #include "app/DebugHooks.h"
 #include "app/DesktopCommands.h"
+#include "app/HelpMenu.h"
 #include "app/Preferences.h"
 #include "app/ReaderPreferences.h"
 #include "app/SettingsWindow.h"
 #include "DocumentTab.h"
+#include "EditCommands.h"
 #include "editor/FormatMenu.h"
 #include "ExportCommands.h"
 #include "OutlinePopover.h"
@@ -228,6 +230,9 @@ void DocumentWindow::buildMenus()
     m_documentActions +=
         SearchCommands::addTo(file, m_recentMenu->menuAction(), edit, findPrevious, this);
     m_documentActions += ExportCommands::addTo(this, file, exportAction, edit);
+    EditCommands::addTo(edit, this);
+
+    HelpMenu::addTo(this);
 
     QToolBar *toolbar = addToolBar(tr("Document"));
     toolbar->setObjectName(QStringLiteral("documentToolbar"));

@@ -24,6 +24,7 @@ private Q_SLOTS:
     void ctrlBIsBoldWhileEditing();
     void thePageFollowsTheEditor();
     void shownDocumentsTakeTheKeyboard();
+    void editCommandsActOnTheFocusedView();
 
 private:
     static QAction *action(QWidget *window, const QString &text)
@@ -201,6 +202,35 @@ void TestDocumentWindow::shownDocumentsTakeTheKeyboard()
     QTRY_VERIFY(first->editor()->hasFocus());
     window.showTab(second);
     QTRY_VERIFY(focusIn(second->controller()->webView()));
+}
+
+void TestDocumentWindow::editCommandsActOnTheFocusedView()
+{
+    DocumentWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    DocumentTab *tab = window.addDocument(new OpenDocument(u"one two"_s));
+    QVERIFY(action(&window, u"About Lumo"_s));
+    QVERIFY(action(&window, u"Keyboard Shortcuts"_s));
+
+    tab->controller()->toggleMode();
+    QTRY_VERIFY(tab->editor()->hasFocus());
+    action(&window, u"Select All"_s)->trigger();
+    QCOMPARE(tab->editor()->textCursor().selectedText(), u"one two"_s);
+    action(&window, u"Cut"_s)->trigger();
+    QCOMPARE(tab->document()->text(), QString());
+    action(&window, u"Undo"_s)->trigger();
+    QCOMPARE(tab->document()->text(), u"one two"_s);
+
+    // The page, when it has the keyboard.
+    tab->controller()->toggleMode();
+    QTRY_VERIFY_WITH_TIMEOUT(tab->controller()->completedRevision() > 0, 20000);
+    QTRY_VERIFY(!tab->editor()->isVisible());
+    action(&window, u"Select All"_s)->trigger();
+    QTRY_COMPARE(WebTest::evaluate(tab->controller()->page(), u"String(getSelection())"_s)
+                     .toString()
+                     .trimmed(),
+                 u"one two"_s);
 }
 
 LUMO_WEB_TEST_MAIN(TestDocumentWindow)
