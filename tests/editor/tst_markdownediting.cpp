@@ -82,6 +82,7 @@ void TestMarkdownEditing::assists_data()
         << u"12345678901234567890. a|"_s << u"Return"_s << u"12345678901234567890. a\n1. |"_s;
     QTest::newRow("quote") << u"> > quoted|"_s << u"Return"_s << u"> > quoted\n> > |"_s;
     QTest::newRow("plain line") << u"plain|"_s << u"Return"_s << u"plain\n|"_s;
+    QTest::newRow("unicode blank") << u"-\u3000a|"_s << u"Return"_s << u"-\u3000a\n-\u3000|"_s;
     QTest::newRow("indent") << u"- a|"_s << u"Tab"_s << u"  - a|"_s;
     QTest::newRow("indent keeps selection") << u"- «a»"_s << u"Tab"_s << u"  - «a»"_s;
     QTest::newRow("tab elsewhere") << u"plain|"_s << u"Tab"_s << u"plain\t|"_s;
