@@ -26,6 +26,7 @@ private Q_SLOTS:
     void textSize();
     void switchesWriteAndFollow_data();
     void switchesWriteAndFollow();
+    void rowLabels();
 
 private:
     // The theme tiles or the segments of a picker, in case order.
@@ -51,6 +52,16 @@ void TestSettingsWindow::init()
                                u"openInEditMode"_s, u"useCustomCSS"_s})
         Preferences::shared().remove(key);
     m_window = std::make_unique<SettingsWindow>(Preferences::shared());
+}
+
+void TestSettingsWindow::rowLabels()
+{
+    QStringList labels;
+    for (const QLabel *label : m_window->findChildren<QLabel *>())
+        labels.append(label->text());
+    for (const QString &expected :
+         {u"Font"_s, u"Line width"_s, u"Text size"_s, u"Default app for .md"_s})
+        QVERIFY2(labels.contains(expected), qPrintable(labels.join(u" | "_s)));
 }
 
 QList<QAbstractButton *> TestSettingsWindow::buttonsOf(const QString &picker) const

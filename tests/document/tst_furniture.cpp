@@ -2,6 +2,7 @@
 #include "app/Brand.h"
 #include "app/CustomCSS.h"
 #include "app/Preferences.h"
+#include "document/DiskChangeBanner.h"
 #include "document/DocumentController.h"
 #include "document/OutlineFilter.h"
 #include "document/OutlinePopover.h"
@@ -9,6 +10,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QLabel>
+#include <QLayout>
+#include <QPushButton>
 #include <QWebEngineFindTextResult>
 
 using namespace Qt::StringLiterals;
@@ -21,6 +25,7 @@ private Q_SLOTS:
     void filtering_data();
     void filtering();
     void popoverChoosesHeadings();
+    void bannerReadsInOrder();
     void nestedHeadingsStayReadable_data();
     void nestedHeadingsStayReadable();
     // First: the shared stylesheet watches only a file that exists when it is created.
@@ -115,6 +120,20 @@ void TestFurniture::popoverChoosesHeadings()
     QTest::keyClick(field, Qt::Key_Return);
     QCOMPARE(chosen.count(), 3);
     QCOMPARE(chosen.at(2).at(0).value<OutlineItem>().text, u"Beta"_s);
+}
+
+void TestFurniture::bannerReadsInOrder()
+{
+    DiskChangeBanner banner;
+    QStringList texts;
+    for (int i = 0; i < banner.layout()->count(); ++i) {
+        const QWidget *widget = banner.layout()->itemAt(i)->widget();
+        if (const auto *label = qobject_cast<const QLabel *>(widget))
+            texts.append(label->text());
+        else if (const auto *button = qobject_cast<const QPushButton *>(widget))
+            texts.append(button->text());
+    }
+    QCOMPARE(texts, (QStringList{u"Changed on disk"_s, u"Reload"_s, u"Keep Mine"_s}));
 }
 
 void TestFurniture::nestedHeadingsStayReadable_data()
