@@ -197,6 +197,30 @@ void DocumentWindow::buildMenus()
     };
     connect(&Preferences::shared(), &Preferences::themeChanged, this, checkTheme);
     checkTheme();
+    QMenu *appearance = view->addMenu(tr("Appearan&ce"));
+    auto *appearanceGroup = new QActionGroup(this);
+    for (const auto &[value, text] : {std::pair{QStringLiteral("system"), tr("&System")},
+                                      std::pair{QStringLiteral("light"), tr("&Light")},
+                                      std::pair{QStringLiteral("dark"), tr("&Dark")}}) {
+        QAction *item = appearance->addAction(text, this, [value] {
+            Preferences::shared().setValue(QStringLiteral("appearance"), value);
+        });
+        item->setCheckable(true);
+        item->setData(value);
+        appearanceGroup->addAction(item);
+    }
+    const auto checkAppearance = [appearanceGroup] {
+        const QString current =
+            Preferences::shared().value(QStringLiteral("appearance")).toString();
+        for (QAction *item : appearanceGroup->actions())
+            item->setChecked(item->data().toString() == current);
+    };
+    connect(&Preferences::shared(), &Preferences::valueChanged, this,
+            [checkAppearance](const QString &key) {
+                if (key == QLatin1String("appearance"))
+                    checkAppearance();
+            });
+    checkAppearance();
     QAction *useCSS = view->addAction(tr("Use Custom CSS"));
     useCSS->setCheckable(true);
     useCSS->setChecked(Preferences::shared().useCustomCSS());
@@ -477,6 +501,13 @@ void DocumentWindow::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
         Q_EMIT activated(this);
+    // The accent follows light and dark.
+    if (event->type() == QEvent::PaletteChange &&
+        palette().color(QPalette::Highlight) != Brand::accent().current()) {
+        QPalette tinted = palette();
+        tinted.setColor(QPalette::Highlight, Brand::accent().current());
+        setPalette(tinted);
+    }
     QMainWindow::changeEvent(event);
 }
 
