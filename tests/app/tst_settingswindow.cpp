@@ -27,6 +27,7 @@ private Q_SLOTS:
     void switchesWriteAndFollow_data();
     void switchesWriteAndFollow();
     void rowLabels();
+    void themeTilesAnswerTheArrows();
 
 private:
     // The theme tiles or the segments of a picker, in case order.
@@ -183,6 +184,20 @@ void TestSettingsWindow::onlyTheCurrentTileWearsTheRing()
         QCOMPARE(image.pixelColor(image.width() / 2, 1) == accent,
                  tile->theme() == ReaderTheme::GitHub);
     }
+}
+
+void TestSettingsWindow::themeTilesAnswerTheArrows()
+{
+    Preferences::shared().setTheme(u"lumo"_s);
+    const QList<QAbstractButton *> tiles = buttonsOf(u"themePicker"_s);
+    QTest::keyClick(tiles.at(0), Qt::Key_Right);
+    QCOMPARE(Preferences::shared().theme(), ReaderTheme::rawValue(ReaderTheme::allCases().at(1)));
+    QTest::keyClick(tiles.at(1), Qt::Key_Down);
+    QTest::keyClick(tiles.at(2), Qt::Key_Left);
+    QCOMPARE(Preferences::shared().theme(), ReaderTheme::rawValue(ReaderTheme::allCases().at(1)));
+    // The first tile has no left neighbour.
+    QTest::keyClick(tiles.at(0), Qt::Key_Left);
+    QCOMPARE(Preferences::shared().theme(), ReaderTheme::rawValue(ReaderTheme::allCases().at(1)));
 }
 
 void TestSettingsWindow::textSize_data()
