@@ -4,6 +4,7 @@
 #include "app/TextScale.h"
 #include "DiskChangeBanner.h"
 #include "editor/EditorView.h"
+#include "EmptyHint.h"
 #include "FindBar.h"
 #include "PreviewPage.h"
 #include "workspace/SidebarView.h"
@@ -145,6 +146,19 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
         if (QApplication::focusWidget() == page && page->focusProxy())
             page->focusProxy()->setFocus();
     });
+
+    // Nothing to read yet: say how to begin.
+    auto *hint = new EmptyHint(page);
+    const auto showHint = [this, hint] {
+        const OpenDocument *shown = this->document();
+        hint->setVisible(m_controller->mode() == DocumentController::Mode::Read && shown &&
+                         shown->isUntitled() && shown->text().isEmpty());
+        hint->raise();
+    };
+    connect(document, &OpenDocument::textChanged, hint, showHint);
+    connect(document, &OpenDocument::pathChanged, hint, showHint);
+    connect(m_controller, &DocumentController::modeChanged, hint, showHint);
+    showHint();
 
     showMode(m_controller->mode());
     showSidebar(m_controller->sidebarVisible());

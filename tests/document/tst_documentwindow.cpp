@@ -1,6 +1,7 @@
 // The window around the documents: its commands follow the current tab.
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"
+#include "document/EmptyHint.h"
 #include "document/PreviewPage.h"
 #include "editor/EditorView.h"
 #include "support/WebTest.h"
@@ -25,6 +26,7 @@ private Q_SLOTS:
     void thePageFollowsTheEditor();
     void shownDocumentsTakeTheKeyboard();
     void editCommandsActOnTheFocusedView();
+    void anEmptyWindowSaysHowToBegin();
 
 private:
     static QAction *action(QWidget *window, const QString &text)
@@ -231,6 +233,25 @@ void TestDocumentWindow::editCommandsActOnTheFocusedView()
                      .toString()
                      .trimmed(),
                  u"one two"_s);
+}
+
+void TestDocumentWindow::anEmptyWindowSaysHowToBegin()
+{
+    DocumentWindow window;
+    window.show();
+    DocumentTab *tab = window.addDocument(new OpenDocument());
+    auto *hint = tab->findChild<EmptyHint *>();
+    QVERIFY(hint);
+    QVERIFY(hint->isVisibleTo(&window));
+    QVERIFY(hint->text().contains(u"Ctrl+E"_s));
+    tab->controller()->toggleMode();
+    QVERIFY(!hint->isVisibleTo(&window));
+    tab->document()->setText(u"# Now"_s);
+    tab->controller()->toggleMode();
+    QVERIFY(!hint->isVisibleTo(&window));
+    // A file is never empty of purpose, even when it is empty of text.
+    DocumentTab *file = window.addDocument(new OpenDocument(MarkdownDocument{}, u"/tmp/x.md"_s));
+    QVERIFY(!file->findChild<EmptyHint *>()->isVisibleTo(&window));
 }
 
 LUMO_WEB_TEST_MAIN(TestDocumentWindow)
