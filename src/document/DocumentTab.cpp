@@ -30,12 +30,12 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
 {
     document->setParent(m_controller);
 
-    m_editor->setMinimumWidth(paneMinimumWidth);
+    m_editor->setMinimumWidth(editorMinimumWidth);
     m_editor->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     m_editor->setDocumentPath([document] { return document->path(); });
 
     QWebEngineView *page = m_controller->webView();
-    page->setMinimumWidth(paneMinimumWidth);
+    page->setMinimumWidth(pageMinimumWidth);
     // The editor keeps a find bar of its own above it.
     m_editorPane = new QWidget(m_panes);
     auto *editorLayout = new QVBoxLayout(m_editorPane);
@@ -94,7 +94,7 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
 
     connect(m_controller, &DocumentController::modeChanged, this, &DocumentTab::showMode);
     connect(m_controller, &DocumentController::sidebarVisibleChanged, this,
-            &DocumentTab::showSidebar);
+            &DocumentTab::updateSidebar);
     connect(m_controller, &DocumentController::diskChangePendingChanged, m_banner,
             &QWidget::setVisible);
     connect(m_controller, &DocumentController::openRequested, this, &DocumentTab::openRequested);
@@ -161,13 +161,14 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     showHint();
 
     showMode(m_controller->mode());
-    showSidebar(m_controller->sidebarVisible());
+    updateSidebar();
     m_controller->scheduleRender(true);
 }
 
 void DocumentTab::showMode(DocumentController::Mode mode)
 {
     m_editorPane->setVisible(mode == DocumentController::Mode::Edit);
+    updateSidebar();
     focusDocument(true);
 }
 
@@ -250,7 +251,19 @@ bool DocumentTab::eventFilter(QObject *watched, QEvent *event)
     return QWidget::eventFilter(watched, event);
 }
 
-void DocumentTab::showSidebar(bool visible)
+void DocumentTab::updateSidebar()
 {
-    m_sidebar->setVisible(visible);
+    const int sidebar = std::clamp(static_cast<int>(Preferences::shared().sidebarWidth()),
+                                   sidebarMinimumWidth, sidebarMaximumWidth);
+    const int room =
+        m_controller->mode() == DocumentController::Mode::Edit ? editingRoom : readingRoom;
+    // A tab not on screen has no width that means anything yet.
+    const bool fits = !isVisible() || width() - sidebar >= room;
+    m_sidebar->setVisible(m_controller->sidebarVisible() && fits);
+}
+
+void DocumentTab::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    updateSidebar();
 }

@@ -40,7 +40,14 @@ public:
 
     static constexpr int sidebarMinimumWidth = 180;
     static constexpr int sidebarMaximumWidth = 420;
-    static constexpr int paneMinimumWidth = 280;
+    // The editor and the page side by side fit the smallest window; the page gives
+    // way first.
+    static constexpr int editorMinimumWidth = 240;
+    static constexpr int pageMinimumWidth = 160;
+    // What each face needs beside an open sidebar, else the sidebar steps aside
+    // (the choice to show it stands, and it returns once there is room).
+    static constexpr int readingRoom = 360;
+    static constexpr int editingRoom = 720;
 
 Q_SIGNALS:
     // The page asked to open a Markdown file.
@@ -48,10 +55,12 @@ Q_SIGNALS:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void showMode(DocumentController::Mode mode);
-    void showSidebar(bool visible);
+    // Shows the sidebar while it is asked for and leaves the document its room.
+    void updateSidebar();
     void findInEditor(const QString &text, bool backwards, bool fromSelectionStart);
 
     DocumentController *m_controller;

@@ -5,6 +5,7 @@
 #include "document/PreviewPage.h"
 #include "editor/EditorView.h"
 #include "support/WebTest.h"
+#include "workspace/SidebarView.h"
 
 #include <QAction>
 #include <QJsonObject>
@@ -27,6 +28,8 @@ private Q_SLOTS:
     void shownDocumentsTakeTheKeyboard();
     void editCommandsActOnTheFocusedView();
     void anEmptyWindowSaysHowToBegin();
+    void nothingIsClippedAtAnyWidth_data();
+    void nothingIsClippedAtAnyWidth();
 
 private:
     static QAction *action(QWidget *window, const QString &text)
@@ -252,6 +255,40 @@ void TestDocumentWindow::anEmptyWindowSaysHowToBegin()
     // A file is never empty of purpose, even when it is empty of text.
     DocumentTab *file = window.addDocument(new OpenDocument(MarkdownDocument{}, u"/tmp/x.md"_s));
     QVERIFY(!file->findChild<EmptyHint *>()->isVisibleTo(&window));
+}
+
+void TestDocumentWindow::nothingIsClippedAtAnyWidth_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<bool>("editing");
+    QTest::addColumn<bool>("sidebarShown");
+    QTest::newRow("smallest, reading") << 420 << false << false;
+    QTest::newRow("smallest, editing") << 420 << true << false;
+    QTest::newRow("600, editing") << 600 << true << false;
+    QTest::newRow("first size, reading") << 920 << false << true;
+    QTest::newRow("first size, editing") << 920 << true << false;
+    QTest::newRow("wide, editing") << 1400 << true << true;
+}
+
+void TestDocumentWindow::nothingIsClippedAtAnyWidth()
+{
+    QFETCH(int, width);
+    QFETCH(bool, editing);
+    QFETCH(bool, sidebarShown);
+    DocumentWindow window;
+    DocumentTab *tab = window.addDocument(new OpenDocument(u"# Wide enough"_s));
+    tab->controller()->setSidebarVisible(true);
+    if (editing)
+        tab->controller()->toggleMode();
+    window.resize(width, 600);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QWidget *page = tab->controller()->webView();
+    QTRY_COMPARE(page->mapTo(&window, QPoint(page->width(), 0)).x() <= window.width(), true);
+    if (editing)
+        QVERIFY(tab->editor()->width() >= DocumentTab::editorMinimumWidth);
+    QCOMPARE(tab->findChild<SidebarView *>()->isVisible(), sidebarShown);
+    QVERIFY(tab->controller()->sidebarVisible());
 }
 
 LUMO_WEB_TEST_MAIN(TestDocumentWindow)
