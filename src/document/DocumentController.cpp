@@ -630,6 +630,8 @@ void DocumentController::runPrint(const QString &path, Appearance appearance, Do
             done(false, QStringLiteral("the page is not ready yet"));
         return;
     }
+    // The PDF takes the page's title as its own.
+    call(QStringLiteral("document.title = ") + PageScript::json(title()));
     PDFPrint::toFile(page(), path, appearance, [done](bool ok, const QString &error) {
         if (done)
             done(ok, error);
