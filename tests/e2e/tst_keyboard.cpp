@@ -314,6 +314,14 @@ void TestKeyboard::shownDocumentsTakeTheKeyboard()
     QTRY_COMPARE(focus(), u"page"_s);
     keys({u"Next"_s});
     QTRY_VERIFY(probe(scrolled).contains(u"Third=true"_s));
+    // Return in the sidebar (Ctrl+Shift+J takes the keyboard there).
+    keys({u"ctrl+shift+j"_s});
+    QTRY_COMPARE(focus(), u"sidebar"_s);
+    keys({u"Up"_s, u"Up"_s, u"Return"_s});
+    QTRY_VERIFY(probe(scrolled).contains(u"First=false"_s));
+    QTRY_COMPARE(focus(), u"page"_s);
+    keys({u"Next"_s});
+    QTRY_VERIFY(probe(scrolled).contains(u"First=true"_s));
 }
 
 void TestKeyboard::zoomKeepsThePlace()
