@@ -15,6 +15,7 @@ lumo_packages=(
     libbenchmark-dev  # the benchmarks under bench/
     xvfb xauth        # a display for the GUI tests
     weston qt6-wayland  # checking Lumo as a native Wayland client
+    xdotool           # real key events in the keyboard tests
     fonts-dejavu-core fonts-noto-color-emoji # text and emoji in the page
 )
 

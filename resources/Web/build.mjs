@@ -5,7 +5,7 @@
 // Copies are skipped when the target is already up to date, so a second run
 // only pays for the bundle check.
 import { build } from 'esbuild';
-import { copyFile, mkdir, readdir, stat } from 'node:fs/promises';
+import { copyFile, mkdir, readdir, readFile, stat, writeFile } from 'node:fs/promises';
 import { dirname, join, resolve } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { createRequire } from 'node:module';
@@ -89,6 +89,25 @@ async function vendor() {
   return (await Promise.all(jobs)).filter(Boolean).length;
 }
 
+// The licences of the libraries the page ships, which redistribution must carry;
+// shown by Help → About Lumo.
+async function licenses() {
+  const to = join(target, 'licenses.txt');
+  const manifest = join(here, 'package.json');
+  if ((await mtime(to)) >= Math.max(await mtime(manifest), await mtime(join(here, 'package-lock.json')))) return false;
+  const names = Object.keys(JSON.parse(await readFile(manifest, 'utf8')).dependencies).sort();
+  const parts = [];
+  for (const name of names) {
+    const dir = join(here, 'node_modules', name); // not every package exports its package.json
+    const info = JSON.parse(await readFile(join(dir, 'package.json'), 'utf8'));
+    const file = (await readdir(dir)).find((entry) => /^(licen[cs]e|copying)(\.(md|txt))?$/i.test(entry));
+    const text = file ? (await readFile(join(dir, file), 'utf8')).trim() : `Licensed under ${info.license}.`;
+    parts.push(`${name} ${info.version} (${info.license})\n\n${text}\n`);
+  }
+  await writeFile(to, parts.join('\n' + '-'.repeat(72) + '\n\n'));
+  return true;
+}
+
 async function pageFiles() {
   const jobs = ['index.html', 'themes.css', 'style.css'].map((name) => copyIfNewer(join(here, name), join(target, name)));
   return (await Promise.all(jobs)).filter(Boolean).length;
@@ -96,7 +115,7 @@ async function pageFiles() {
 
 const started = performance.now();
 await mkdir(target, { recursive: true });
-const [bundled, lowered, vendored, copied] = await Promise.all([bundle(), mermaid(), vendor(), pageFiles()]);
+const [bundled, lowered, vendored, copied] = await Promise.all([bundle(), mermaid(), vendor(), pageFiles(), licenses()]);
 const ms = Math.round(performance.now() - started);
 console.log(
   `lumo web: ${target} (mv.js ${bundled ? 'built' : 'up to date'}, mermaid ${lowered ? 'built' : 'up to date'}, ` +

@@ -1,5 +1,7 @@
 #include "Brand.h"
 
+#include <algorithm>
+#include <cmath>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QStyleHints>
@@ -52,6 +54,40 @@ Appearance currentAppearance()
     const bool dark = palette.color(QPalette::Window).lightness() <
                       palette.color(QPalette::WindowText).lightness();
     return dark ? Appearance::Dark : Appearance::Light;
+}
+
+namespace {
+
+double luminance(const QColor &color)
+{
+    const auto channel = [](double c) {
+        return c <= 0.03928 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * channel(color.redF()) + 0.7152 * channel(color.greenF()) +
+           0.0722 * channel(color.blueF());
+}
+
+} // namespace
+
+double contrastRatio(const QColor &a, const QColor &b)
+{
+    const double first = luminance(a);
+    const double second = luminance(b);
+    return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
+}
+
+QColor mutedText(const QColor &text, const QColor &background, double minimum)
+{
+    // From a third of the way toward the background back to the text itself.
+    for (double toward = 0.35; toward > 0; toward -= 0.05) {
+        const auto mix = [toward](float from, float to) { return from + (to - from) * toward; };
+        const QColor muted = QColor::fromRgbF(mix(text.redF(), background.redF()),
+                                              mix(text.greenF(), background.greenF()),
+                                              mix(text.blueF(), background.blueF()));
+        if (contrastRatio(muted, background) >= minimum)
+            return muted;
+    }
+    return text;
 }
 
 } // namespace Brand

@@ -36,4 +36,12 @@ const BrandColor &selection();
 // platform says so), light otherwise, including when there is no application.
 Appearance currentAppearance();
 
+// WCAG contrast of two opaque colours, from 1 (alike) to 21 (black on white).
+double contrastRatio(const QColor &a, const QColor &b);
+// The least readable text contrast for body-sized text.
+constexpr double minimumTextContrast = 4.5;
+// Text softened toward its background for secondary rows, never below `minimum`
+// contrast (the text colour itself when it has no more to give).
+QColor mutedText(const QColor &text, const QColor &background, double minimum);
+
 } // namespace Brand

@@ -11,6 +11,7 @@ QVariant defaultFor(const QString &key)
 {
     static const QVariantMap defaults{
         {QStringLiteral("theme"), QStringLiteral("lumo")},
+        {QStringLiteral("appearance"), QStringLiteral("system")},
         {QStringLiteral("readerFont"), QStringLiteral("sans")},
         {QStringLiteral("readingWidth"), QStringLiteral("comfortable")},
         {QStringLiteral("textScale"), 1.0},

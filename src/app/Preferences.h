@@ -9,8 +9,9 @@
 // Each key is a property whose NOTIFY signal fires after a change made through this
 // object, so every window follows a change at once. Main thread only.
 //
-// The enumerated values ("theme", "readerFont", "readingWidth") are plain strings
-// here: a string that names no case is kept and handed on as it is.
+// The enumerated values ("theme", "readerFont", "readingWidth", and "appearance":
+// "system", "light" or "dark") are plain strings here: a string that names no case
+// is kept and handed on as it is.
 class Preferences : public QObject
 {
     Q_OBJECT

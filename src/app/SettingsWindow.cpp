@@ -234,7 +234,7 @@ void SettingsWindow::buildReadingSection(QWidget *content)
     auto *fontRow = new QWidget(content);
     fontRow->setObjectName(QStringLiteral("fontPicker"));
     m_fonts = addSegments<ReaderFont>(fontRow, tr("Font"));
-    form->addRow(tr("Font:"), fontRow);
+    form->addRow(tr("Font"), fontRow);
     connect(m_fonts, &QButtonGroup::idClicked, this, [this](int id) {
         m_preferences.setReaderFont(ReaderFont::rawValue(static_cast<ReaderFont::Case>(id)));
     });
@@ -242,7 +242,7 @@ void SettingsWindow::buildReadingSection(QWidget *content)
     auto *widthRow = new QWidget(content);
     widthRow->setObjectName(QStringLiteral("widthPicker"));
     m_widths = addSegments<ReadingWidth>(widthRow, tr("Line width"));
-    form->addRow(tr("Line width:"), widthRow);
+    form->addRow(tr("Line width"), widthRow);
     connect(m_widths, &QButtonGroup::idClicked, this, [this](int id) {
         m_preferences.setReadingWidth(ReadingWidth::rawValue(static_cast<ReadingWidth::Case>(id)));
     });
@@ -268,7 +268,7 @@ void SettingsWindow::buildReadingSection(QWidget *content)
         TextScale::label(TextScale::maximum) + QLatin1Char(' ')));
     sizeLayout->addWidget(m_textSize);
     sizeLayout->addWidget(m_textSizeLabel);
-    form->addRow(tr("Text size:"), sizeRow);
+    form->addRow(tr("Text size"), sizeRow);
     connect(m_textSize, &QSlider::valueChanged, this, [this](int tenths) {
         m_preferences.setValue(QStringLiteral("textScale"), tenths / 10.0);
     });
@@ -313,7 +313,7 @@ void SettingsWindow::buildOpeningSection(QWidget *content)
     defaultLayout->addWidget(m_makeDefault);
     defaultLayout->addWidget(m_isDefault);
     defaultLayout->addStretch();
-    form->addRow(tr("Default app for .md:"), defaultRow);
+    form->addRow(tr("Default app for .md"), defaultRow);
     connect(m_makeDefault, &QPushButton::clicked, this, [this] {
         m_makeDefault->setEnabled(false);
         QPointer<SettingsWindow> self(this);

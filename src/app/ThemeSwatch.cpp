@@ -1,5 +1,6 @@
 #include "ThemeSwatch.h"
 
+#include <QButtonGroup>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -76,6 +77,20 @@ void ThemeSwatchTile::keyPressEvent(QKeyEvent *event)
     // Space is handled by QAbstractButton; Enter selects too, as on a list.
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
         click();
+        event->accept();
+        return;
+    }
+    // The arrows choose the neighbouring theme, as in a row of radio buttons.
+    const int step = event->key() == Qt::Key_Left || event->key() == Qt::Key_Up      ? -1
+                     : event->key() == Qt::Key_Right || event->key() == Qt::Key_Down ? 1
+                                                                                     : 0;
+    if (step != 0 && group()) {
+        const QList<QAbstractButton *> tiles = group()->buttons();
+        const qsizetype next = tiles.indexOf(this) + step;
+        if (next >= 0 && next < tiles.size()) {
+            tiles.at(next)->setFocus(Qt::TabFocusReason);
+            tiles.at(next)->click();
+        }
         event->accept();
         return;
     }

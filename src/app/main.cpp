@@ -7,6 +7,7 @@
 #include "app/Preferences.h"
 #include "app/SingleInstance.h"
 #include "app/WebEngineSetup.h"
+#include "DesktopAppearance.h"
 #include "document/TextEncoding.h"
 
 #include <cstdio>
@@ -117,6 +118,7 @@ int main(int argc, char *argv[])
                      qUtf8Printable(SingleInstance::socketPath()));
 
     LegacyMigration::run(Preferences::shared());
+    DesktopAppearance::install();
     Application lumo;
     QObject::connect(&instance, &SingleInstance::requestReceived, &lumo,
                      &Application::handleRequest);

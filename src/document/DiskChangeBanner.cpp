@@ -28,7 +28,7 @@ DiskChangeBanner::DiskChangeBanner(QWidget *parent)
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(12, 6, 8, 6);
     row->addWidget(message);
-    row->addStretch();
-    row->addWidget(keepMine);
     row->addWidget(reload);
+    row->addWidget(keepMine);
+    row->addStretch();
 }

@@ -280,7 +280,8 @@ void DocumentController::findInPreview(const QString &text, bool backwards)
     page()->findText(text, backwards ? QWebEnginePage::FindBackward : QWebEnginePage::FindFlags(),
                      [self](const QWebEngineFindTextResult &result) {
                          if (self)
-                             Q_EMIT self->findFinished(result.numberOfMatches() > 0);
+                             Q_EMIT self->findFinished(result.activeMatch(),
+                                                       result.numberOfMatches());
                      });
 }
 
@@ -373,6 +374,9 @@ void DocumentController::handleMessage(const QJsonObject &message)
         if (!revision.isDouble())
             return;
         m_completedRevision = revision.toInteger();
+        // A render reflows the page: keep it on the line the editor shows.
+        if (m_mode == Mode::Edit && m_editor.topLine)
+            scrollPreview(m_editor.topLine());
         Q_EMIT renderCompleted(m_completedRevision);
         runPendingActions();
     } else if (type == QLatin1String("resync")) {
@@ -387,6 +391,10 @@ void DocumentController::handleMessage(const QJsonObject &message)
     } else if (type == QLatin1String("topLine")) {
         const QJsonValue line = message.value(QLatin1String("line"));
         if (!line.isDouble() || !std::isfinite(line.toDouble()))
+            return;
+        // While editing, the editor leads: the page moving by itself (layout settling
+        // after a render, a find) must not drag the editor along.
+        if (m_mode == Mode::Edit && !message.value(QLatin1String("user")).toBool(true))
             return;
         m_previewTopLine = line.toDouble();
         if (elapsedMoreThan(m_lastEditorDrivenScroll, scrollQuietMilliseconds)) {
@@ -692,6 +700,8 @@ void DocumentController::runPrint(const QString &path, Appearance appearance, Do
             done(false, QStringLiteral("the page is not ready yet"));
         return;
     }
+    // The PDF takes the page's title as its own.
+    call(QStringLiteral("document.title = ") + PageScript::json(title()));
     PDFPrint::toFile(page(), path, appearance, [done](bool ok, const QString &error) {
         if (done)
             done(ok, error);

@@ -117,7 +117,7 @@ public:
     void zoom(std::optional<double> step);
     void reloadFromDisk(bool force);
     // Searches the page's text, ignoring case and wrapping around; an empty text does
-    // nothing. findFinished reports whether anything matched.
+    // nothing. findFinished reports the match now selected (from 1) and how many.
     void findInPreview(const QString &text, bool backwards);
     // Evaluates a script in the page; failures are printed as "Lumo JS error: ".
     void call(const QString &script);
@@ -151,7 +151,7 @@ Q_SIGNALS:
     void showQuickOpenChanged(bool show);
     void showSearchChanged(bool show);
     void renderCompleted(qint64 revision);
-    void findFinished(bool found);
+    void findFinished(int activeMatch, int matches);
     // The page asks to open a Markdown file (a link in it was clicked).
     void openRequested(const QString &path);
     // A diagnostic hook asks to open a file and report how that went.

@@ -4,11 +4,15 @@
 #include "app/TextScale.h"
 #include "DiskChangeBanner.h"
 #include "editor/EditorView.h"
+#include "EmptyHint.h"
 #include "FindBar.h"
 #include "PreviewPage.h"
 #include "workspace/SidebarView.h"
 
 #include <algorithm>
+#include <QApplication>
+#include <QEvent>
+#include <QShortcut>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -26,12 +30,12 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
 {
     document->setParent(m_controller);
 
-    m_editor->setMinimumWidth(paneMinimumWidth);
+    m_editor->setMinimumWidth(editorMinimumWidth);
     m_editor->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     m_editor->setDocumentPath([document] { return document->path(); });
 
     QWebEngineView *page = m_controller->webView();
-    page->setMinimumWidth(paneMinimumWidth);
+    page->setMinimumWidth(pageMinimumWidth);
     // The editor keeps a find bar of its own above it.
     m_editorPane = new QWidget(m_panes);
     auto *editorLayout = new QVBoxLayout(m_editorPane);
@@ -90,7 +94,7 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
 
     connect(m_controller, &DocumentController::modeChanged, this, &DocumentTab::showMode);
     connect(m_controller, &DocumentController::sidebarVisibleChanged, this,
-            &DocumentTab::showSidebar);
+            &DocumentTab::updateSidebar);
     connect(m_controller, &DocumentController::diskChangePendingChanged, m_banner,
             &QWidget::setVisible);
     connect(m_controller, &DocumentController::openRequested, this, &DocumentTab::openRequested);
@@ -107,14 +111,14 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
         else {
             m_pageFind->hide();
             m_controller->page()->findText(QString()); // clears the highlighted matches
-            m_controller->webView()->setFocus();
+            focusDocument(true);
         }
     });
     connect(m_pageFind, &FindBar::searchRequested, m_controller,
             &DocumentController::findInPreview);
     connect(m_pageFind, &FindBar::closeRequested, this,
             [this] { m_controller->setShowFind(false); });
-    connect(m_controller, &DocumentController::findFinished, m_pageFind, &FindBar::setFound);
+    connect(m_controller, &DocumentController::findFinished, m_pageFind, &FindBar::setCount);
     connect(m_editorFind, &FindBar::searchRequested, this,
             [this](const QString &text, bool backwards) { findInEditor(text, backwards, false); });
     connect(m_editorFind, &FindBar::textTyped, this,
@@ -123,20 +127,63 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
         m_editorFind->hide();
         m_editor->setFocus();
     });
+    // Escape closes a find bar from anywhere in the tab; only while one is open, so
+    // that the sidebar and the panels keep their own Escape.
+    m_closeFind = new QShortcut(QKeySequence(Qt::Key_Escape), this, nullptr, nullptr,
+                                Qt::WidgetWithChildrenShortcut);
+    m_closeFind->setEnabled(false);
+    connect(m_closeFind, &QShortcut::activated, this, [this] {
+        if (m_editorFind->isVisible())
+            Q_EMIT m_editorFind->closeRequested();
+        else
+            m_controller->setShowFind(false);
+    });
+    m_pageFind->installEventFilter(this);
+    m_editorFind->installEventFilter(this);
+
+    // Focus given before the engine made its widget stays on the bare view, deaf to keys.
+    connect(page, &QWebEngineView::loadFinished, this, [page] {
+        if (QApplication::focusWidget() == page && page->focusProxy())
+            page->focusProxy()->setFocus();
+    });
+
+    // Nothing to read yet: say how to begin.
+    auto *hint = new EmptyHint(page);
+    const auto showHint = [this, hint] {
+        const OpenDocument *shown = this->document();
+        hint->setVisible(m_controller->mode() == DocumentController::Mode::Read && shown &&
+                         shown->isUntitled() && shown->text().isEmpty());
+        hint->raise();
+    };
+    connect(document, &OpenDocument::textChanged, hint, showHint);
+    connect(document, &OpenDocument::pathChanged, hint, showHint);
+    connect(m_controller, &DocumentController::modeChanged, hint, showHint);
+    showHint();
 
     showMode(m_controller->mode());
-    showSidebar(m_controller->sidebarVisible());
+    updateSidebar();
     m_controller->scheduleRender(true);
 }
 
 void DocumentTab::showMode(DocumentController::Mode mode)
 {
-    const bool editing = mode == DocumentController::Mode::Edit;
-    m_editorPane->setVisible(editing);
-    if (editing)
+    m_editorPane->setVisible(mode == DocumentController::Mode::Edit);
+    updateSidebar();
+    focusDocument(true);
+}
+
+void DocumentTab::focusDocument(bool always)
+{
+    const QWidget *focus = QApplication::focusWidget();
+    if (!always && focus && isAncestorOf(focus) && !m_panes->isAncestorOf(focus))
+        return;
+    if (m_controller->mode() == DocumentController::Mode::Edit) {
         m_editor->setFocus();
-    else
-        m_controller->webView()->setFocus();
+        return;
+    }
+    // The page's keys go to the engine's own widget, which exists once a page loads.
+    QWidget *page = m_controller->webView();
+    (page->focusProxy() ? page->focusProxy() : page)->setFocus();
 }
 
 void DocumentTab::showFind()
@@ -184,7 +231,39 @@ void DocumentTab::findInEditor(const QString &text, bool backwards, bool fromSel
         m_editor->setTextCursor(match);
 }
 
-void DocumentTab::showSidebar(bool visible)
+QJsonObject DocumentTab::probe() const
 {
-    m_sidebar->setVisible(visible);
+    const bool editing = m_controller->mode() == DocumentController::Mode::Edit;
+    QJsonObject state;
+    state.insert(QLatin1String("mode"), editing ? QLatin1String("edit") : QLatin1String("read"));
+    state.insert(QLatin1String("editorTop"), EditorView::topLine(m_editor));
+    state.insert(QLatin1String("caretLine"), m_editor->textCursor().blockNumber());
+    state.insert(QLatin1String("pageFind"), m_pageFind->isVisible());
+    state.insert(QLatin1String("findCount"), m_pageFind->countText());
+    state.insert(QLatin1String("editorFind"), m_editorFind->isVisible());
+    return state;
+}
+
+bool DocumentTab::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Show || event->type() == QEvent::Hide)
+        m_closeFind->setEnabled(m_pageFind->isVisibleTo(this) || m_editorFind->isVisibleTo(this));
+    return QWidget::eventFilter(watched, event);
+}
+
+void DocumentTab::updateSidebar()
+{
+    const int sidebar = std::clamp(static_cast<int>(Preferences::shared().sidebarWidth()),
+                                   sidebarMinimumWidth, sidebarMaximumWidth);
+    const int room =
+        m_controller->mode() == DocumentController::Mode::Edit ? editingRoom : readingRoom;
+    // A tab not on screen has no width that means anything yet.
+    const bool fits = !isVisible() || width() - sidebar >= room;
+    m_sidebar->setVisible(m_controller->sidebarVisible() && fits);
+}
+
+void DocumentTab::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    updateSidebar();
 }

@@ -3,10 +3,12 @@
 #include "DocumentController.h"
 #include "editor/EditorView.h"
 
+#include <QJsonObject>
 #include <QWidget>
 
 class DiskChangeBanner;
 class FindBar;
+class QShortcut;
 class QSplitter;
 class SidebarView;
 
@@ -24,21 +26,41 @@ public:
     OpenDocument *document() const { return m_controller->document(); }
     EditorView *editor() const { return m_editor; }
 
+    // Gives the keyboard to the document: the editor while editing, else the page.
+    // Unless `always`, leaves it where it is while the user types in this tab's
+    // sidebar, a panel or a find bar.
+    void focusDocument(bool always);
+
     // Find: the editor's own bar while editing with the editor focused, else the page's.
     void showFind();
     void findNext(bool backwards);
 
+    // For the diagnostic state: mode, editor position, find bars.
+    QJsonObject probe() const;
+
     static constexpr int sidebarMinimumWidth = 180;
     static constexpr int sidebarMaximumWidth = 420;
-    static constexpr int paneMinimumWidth = 280;
+    // The editor and the page side by side fit the smallest window; the page gives
+    // way first.
+    static constexpr int editorMinimumWidth = 240;
+    static constexpr int pageMinimumWidth = 160;
+    // What each face needs beside an open sidebar, else the sidebar steps aside
+    // (the choice to show it stands, and it returns once there is room).
+    static constexpr int readingRoom = 360;
+    static constexpr int editingRoom = 720;
 
 Q_SIGNALS:
     // The page asked to open a Markdown file.
     void openRequested(const QString &path);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
     void showMode(DocumentController::Mode mode);
-    void showSidebar(bool visible);
+    // Shows the sidebar while it is asked for and leaves the document its room.
+    void updateSidebar();
     void findInEditor(const QString &text, bool backwards, bool fromSelectionStart);
 
     DocumentController *m_controller;
@@ -47,6 +69,7 @@ private:
     DiskChangeBanner *m_banner;
     FindBar *m_pageFind;
     FindBar *m_editorFind;
+    QShortcut *m_closeFind = nullptr;
     QSplitter *m_panes;
     QWidget *m_editorPane;
     EditorView *m_editor;

@@ -2,18 +2,23 @@
 
 #include "app/Brand.h"
 #include "app/CustomCSS.h"
+#include "app/DebugHooks.h"
 #include "app/DesktopCommands.h"
+#include "app/HelpMenu.h"
 #include "app/Preferences.h"
 #include "app/ReaderPreferences.h"
 #include "app/SettingsWindow.h"
 #include "DocumentTab.h"
+#include "EditCommands.h"
 #include "editor/FormatMenu.h"
 #include "ExportCommands.h"
 #include "OutlinePopover.h"
+#include "search/SearchCommands.h"
+#include "TabNames.h"
+#include "WindowProbe.h"
 #include "workspace/FolderOpener.h"
 #include "workspace/FolderOpening.h"
 #include "workspace/WorkspaceCommands.h"
-#include "search/SearchCommands.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -57,6 +62,10 @@ DocumentWindow::DocumentWindow(QWidget *parent)
     setCentralWidget(m_tabs);
     connect(m_tabs, &QTabWidget::tabCloseRequested, this, &DocumentWindow::closeTab);
     connect(m_tabs, &QTabWidget::currentChanged, this, &DocumentWindow::updateForCurrentTab);
+    connect(m_tabs, &QTabWidget::currentChanged, this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->focusDocument(true);
+    });
 
     setMinimumSize(minimumWindowSize);
     QSize size = firstWindowSize;
@@ -70,6 +79,12 @@ DocumentWindow::DocumentWindow(QWidget *parent)
 
     buildMenus();
     updateForCurrentTab();
+
+    if (Preferences::shared().debugHooks())
+        connect(&DebugHooks::shared(), &DebugHooks::posted, this, [this](const QString &name) {
+            if (name == QLatin1String("lumoapp.debug.state"))
+                WindowProbe::print(this);
+        });
 }
 
 void DocumentWindow::buildMenus()
@@ -106,15 +121,16 @@ void DocumentWindow::buildMenus()
         if (DocumentTab *tab = currentTab())
             tab->showFind();
     });
-    QAction *findNext = edit->addAction(tr("Find &Next"), QKeySequence::FindNext, this, [this] {
+    QAction *findNext = edit->addAction(tr("Find &Next"), this, [this] {
         if (DocumentTab *tab = currentTab())
             tab->findNext(false);
     });
-    QAction *findPrevious =
-        edit->addAction(tr("Find &Previous"), QKeySequence::FindPrevious, this, [this] {
-            if (DocumentTab *tab = currentTab())
-                tab->findNext(true);
-        });
+    findNext->setShortcuts({QKeySequence(Qt::Key_F3), QKeySequence(tr("Ctrl+G"))});
+    QAction *findPrevious = edit->addAction(tr("Find &Previous"), this, [this] {
+        if (DocumentTab *tab = currentTab())
+            tab->findNext(true);
+    });
+    findPrevious->setShortcuts({QKeySequence(tr("Shift+F3")), QKeySequence(tr("Ctrl+Shift+G"))});
     edit->addSeparator();
     QAction *settings = edit->addAction(tr("&Settings…"), QKeySequence(tr("Ctrl+,")), this,
                                         &SettingsWindow::showShared);
@@ -190,6 +206,30 @@ void DocumentWindow::buildMenus()
     };
     connect(&Preferences::shared(), &Preferences::themeChanged, this, checkTheme);
     checkTheme();
+    QMenu *appearance = view->addMenu(tr("Appearan&ce"));
+    auto *appearanceGroup = new QActionGroup(this);
+    for (const auto &[value, text] : {std::pair{QStringLiteral("system"), tr("&System")},
+                                      std::pair{QStringLiteral("light"), tr("&Light")},
+                                      std::pair{QStringLiteral("dark"), tr("&Dark")}}) {
+        QAction *item = appearance->addAction(text, this, [value] {
+            Preferences::shared().setValue(QStringLiteral("appearance"), value);
+        });
+        item->setCheckable(true);
+        item->setData(value);
+        appearanceGroup->addAction(item);
+    }
+    const auto checkAppearance = [appearanceGroup] {
+        const QString current =
+            Preferences::shared().value(QStringLiteral("appearance")).toString();
+        for (QAction *item : appearanceGroup->actions())
+            item->setChecked(item->data().toString() == current);
+    };
+    connect(&Preferences::shared(), &Preferences::valueChanged, this,
+            [checkAppearance](const QString &key) {
+                if (key == QLatin1String("appearance"))
+                    checkAppearance();
+            });
+    checkAppearance();
     QAction *useCSS = view->addAction(tr("Use Custom CSS"));
     useCSS->setCheckable(true);
     useCSS->setChecked(Preferences::shared().useCustomCSS());
@@ -203,6 +243,17 @@ void DocumentWindow::buildMenus()
     view->addAction(bigger);
     view->addAction(smaller);
     view->addAction(actual);
+    view->addSeparator();
+    const auto switchTab = [this](int step) {
+        if (m_tabs->count() > 1)
+            m_tabs->setCurrentIndex((m_tabs->currentIndex() + step + m_tabs->count()) %
+                                    m_tabs->count());
+    };
+    QAction *nextTab = view->addAction(tr("Show &Next Tab"), this, [switchTab] { switchTab(1); });
+    nextTab->setShortcuts({QKeySequence(tr("Ctrl+PgDown")), QKeySequence(tr("Ctrl+Tab"))});
+    QAction *previousTab =
+        view->addAction(tr("Show &Previous Tab"), this, [switchTab] { switchTab(-1); });
+    previousTab->setShortcuts({QKeySequence(tr("Ctrl+PgUp")), QKeySequence(tr("Ctrl+Shift+Tab"))});
 
     m_documentActions = {closeTabAction, m_saveAction, saveAsAction,   m_revertAction, exportAction,
                          m_modeAction,   bigger,       smaller,        actual,         find,
@@ -212,6 +263,9 @@ void DocumentWindow::buildMenus()
     m_documentActions +=
         SearchCommands::addTo(file, m_recentMenu->menuAction(), edit, findPrevious, this);
     m_documentActions += ExportCommands::addTo(this, file, exportAction, edit);
+    EditCommands::addTo(edit, this);
+
+    HelpMenu::addTo(this);
 
     QToolBar *toolbar = addToolBar(tr("Document"));
     toolbar->setObjectName(QStringLiteral("documentToolbar"));
@@ -258,13 +312,7 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
     auto *tab = new DocumentTab(document, Preferences::shared().openInEditMode(), m_tabs);
     SearchCommands::attachPanels(tab);
     const auto refresh = [this, tab] {
-        const int index = m_tabs->indexOf(tab);
-        if (index < 0)
-            return;
-        const OpenDocument *doc = tab->document();
-        m_tabs->setTabText(index, doc->displayName() +
-                                      (doc->isModified() ? QStringLiteral(" •") : QString()));
-        m_tabs->setTabToolTip(index, doc->path());
+        updateTabNames();
         if (tab == currentTab())
             updateForCurrentTab();
     };
@@ -295,7 +343,10 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
             [this](const QString &path) {
                 // Unsaved edits are never replaced away: the file opens beside them.
                 const DocumentTab *current = currentTab();
-                if (tabFor(path) || (current && current->document()->isModified())) {
+                const OpenDocument *shown = current ? current->document() : nullptr;
+                if (tabFor(path) ||
+                    (shown &&
+                     (shown->isModified() || (shown->isUntitled() && !shown->text().isEmpty())))) {
                     Q_EMIT openFilesRequested({path}, this);
                     return;
                 }
@@ -312,6 +363,21 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
     return tab;
 }
 
+void DocumentWindow::updateTabNames()
+{
+    const QList<DocumentTab *> all = tabs();
+    QStringList paths;
+    for (const DocumentTab *tab : all)
+        paths.append(tab->document()->isUntitled() ? QString() : tab->document()->path());
+    const QStringList names = TabNames::of(paths, tr("Untitled"));
+    for (int i = 0; i < all.size(); ++i) {
+        const OpenDocument *document = all.at(i)->document();
+        m_tabs->setTabText(i, names.at(i) +
+                                  (document->isModified() ? QStringLiteral(" •") : QString()));
+        m_tabs->setTabToolTip(i, document->path());
+    }
+}
+
 DocumentTab *DocumentWindow::replaceCurrent(OpenDocument *document)
 {
     const int index = m_tabs->currentIndex();
@@ -321,6 +387,7 @@ DocumentTab *DocumentWindow::replaceCurrent(OpenDocument *document)
         QWidget *old = m_tabs->widget(index + 1);
         m_tabs->removeTab(index + 1);
         old->deleteLater();
+        updateTabNames();
     }
     showTab(tab);
     return tab;
@@ -351,6 +418,8 @@ DocumentTab *DocumentWindow::tabFor(const QString &path) const
 
 void DocumentWindow::showTab(DocumentTab *tab)
 {
+    if (tab == currentTab())
+        tab->focusDocument(false);
     m_tabs->setCurrentWidget(tab);
     raise();
     activateWindow();
@@ -410,6 +479,7 @@ bool DocumentWindow::closeTab(int index)
         return false;
     m_tabs->removeTab(m_tabs->indexOf(tab));
     tab->deleteLater();
+    updateTabNames();
     if (m_tabs->count() == 0)
         close();
     return true;
@@ -440,6 +510,13 @@ void DocumentWindow::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
         Q_EMIT activated(this);
+    // The accent follows light and dark.
+    if (event->type() == QEvent::PaletteChange &&
+        palette().color(QPalette::Highlight) != Brand::accent().current()) {
+        QPalette tinted = palette();
+        tinted.setColor(QPalette::Highlight, Brand::accent().current());
+        setPalette(tinted);
+    }
     QMainWindow::changeEvent(event);
 }
 

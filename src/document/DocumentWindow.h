@@ -55,6 +55,8 @@ private:
     void buildMenus();
     void updateRecentMenu();
     void updateForCurrentTab();
+    // Names every tab anew: two files of the same name get their folders.
+    void updateTabNames();
     bool closeTab(int index);
     bool confirmClose(DocumentTab *tab);
     bool save(DocumentTab *tab);

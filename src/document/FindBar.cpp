@@ -7,10 +7,12 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QToolButton>
 
 FindBar::FindBar(bool incremental, QWidget *parent)
     : QFrame(parent)
     , m_field(new QLineEdit(this))
+    , m_count(new QLabel(this))
 {
     setObjectName(QStringLiteral("findBar"));
     setFrameShape(QFrame::StyledPanel);
@@ -23,6 +25,19 @@ FindBar::FindBar(bool incremental, QWidget *parent)
     m_field->setAccessibleName(tr("Find"));
     m_field->setClearButtonEnabled(true);
     m_field->installEventFilter(this);
+    m_count->hide();
+    const auto stepButton = [this](const char *iconName, const QString &tip, bool backwards) {
+        auto *button = new QToolButton(this);
+        button->setIcon(QIcon::fromTheme(QLatin1String(iconName)));
+        button->setArrowType(backwards ? Qt::UpArrow : Qt::DownArrow);
+        button->setToolTip(tip);
+        button->setAutoRaise(true);
+        connect(button, &QToolButton::clicked, this,
+                [this, backwards] { Q_EMIT searchRequested(m_field->text(), backwards); });
+        return button;
+    };
+    QToolButton *previous = stepButton("go-up", tr("Previous match (Shift+F3)"), true);
+    QToolButton *next = stepButton("go-down", tr("Next match (F3)"), false);
     auto *done = new QPushButton(tr("Done"), this);
     done->setAutoDefault(false);
 
@@ -30,9 +45,13 @@ FindBar::FindBar(bool incremental, QWidget *parent)
     row->setContentsMargins(10, 4, 6, 4);
     row->addWidget(icon);
     row->addWidget(m_field, 1);
+    row->addWidget(m_count);
+    row->addWidget(previous);
+    row->addWidget(next);
     row->addWidget(done);
 
     connect(done, &QPushButton::clicked, this, &FindBar::closeRequested);
+    connect(m_field, &QLineEdit::textChanged, m_count, &QWidget::hide);
     if (incremental)
         connect(m_field, &QLineEdit::textEdited, this, &FindBar::textTyped);
 }
@@ -62,6 +81,18 @@ void FindBar::setFound(bool found)
                          : QColor(mix(base.red(), red.red()), mix(base.green(), red.green()),
                                   mix(base.blue(), red.blue())));
     m_field->setPalette(palette);
+}
+
+void FindBar::setCount(int active, int matches)
+{
+    m_count->setText(matches > 0 ? tr("%1 of %2").arg(active).arg(matches) : tr("Not found"));
+    m_count->setVisible(!m_field->text().isEmpty());
+    setFound(matches > 0);
+}
+
+QString FindBar::countText() const
+{
+    return m_count->isVisible() ? m_count->text() : QString();
 }
 
 bool FindBar::eventFilter(QObject *watched, QEvent *event)

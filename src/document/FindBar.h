@@ -2,11 +2,13 @@
 
 #include <QFrame>
 
+class QLabel;
 class QLineEdit;
 
-// A small search bar: a field with the placeholder "Find", a clear button, and
-// "Done" (or Escape) to close it. Return searches forward, Shift+Return backward;
-// an incremental bar also searches as the text changes.
+// A small search bar: a field with the placeholder "Find", a clear button, the match
+// count, previous and next buttons, and "Done" (or Escape) to close it. Return
+// searches forward, Shift+Return backward; an incremental bar also searches as the
+// text changes.
 class FindBar : public QFrame
 {
     Q_OBJECT
@@ -19,6 +21,9 @@ public:
     void open();
     // Marks the field when the last search found nothing.
     void setFound(bool found);
+    // Shows "n of m" beside the field, and marks it when nothing matched.
+    void setCount(int active, int matches);
+    QString countText() const;
 
 Q_SIGNALS:
     void searchRequested(const QString &text, bool backwards);
@@ -31,4 +36,5 @@ protected:
 
 private:
     QLineEdit *m_field;
+    QLabel *m_count;
 };

@@ -6,12 +6,13 @@
 OpenDocument::OpenDocument(const QString &text, QObject *parent)
     : QObject(parent)
     , m_document{text, TextEncoding::utf8()}
-    , m_modified(!text.isEmpty())
+    , m_savedText(text)
 {}
 
 OpenDocument::OpenDocument(const MarkdownDocument &document, const QString &path, QObject *parent)
     : QObject(parent)
     , m_document(document)
+    , m_savedText(document.text)
     , m_path(path)
 {}
 
@@ -34,7 +35,7 @@ void OpenDocument::setText(const QString &text)
     if (text == m_document.text)
         return;
     m_document.text = text;
-    setModified(true);
+    setModified(text != m_savedText);
     Q_EMIT textChanged();
 }
 
@@ -44,6 +45,7 @@ bool OpenDocument::save(QString *error)
         return false;
     if (!m_document.write(m_path, error))
         return false;
+    m_savedText = m_document.text;
     setModified(false);
     return true;
 }
@@ -53,6 +55,7 @@ bool OpenDocument::saveAs(const QString &path, QString *error)
     const QString absolute = QFileInfo(path).absoluteFilePath();
     if (!m_document.write(absolute, error))
         return false;
+    m_savedText = m_document.text;
     if (absolute != m_path) {
         m_path = absolute;
         Q_EMIT pathChanged(m_path);
@@ -65,6 +68,7 @@ void OpenDocument::revertTo(const MarkdownDocument &document)
 {
     const bool changed = document.text != m_document.text;
     m_document = document;
+    m_savedText = document.text;
     setModified(false);
     if (changed) {
         Q_EMIT textChanged();

@@ -12,7 +12,8 @@ class OpenDocument : public QObject
     Q_OBJECT
 
 public:
-    // A new, untitled document, optionally with text (which then counts as unsaved).
+    // A new, untitled document, optionally with text (what a tool piped in: nothing
+    // to save until it is edited).
     explicit OpenDocument(const QString &text = {}, QObject *parent = nullptr);
     OpenDocument(const MarkdownDocument &document, const QString &path, QObject *parent = nullptr);
 
@@ -27,7 +28,7 @@ public:
     TextEncoding encoding() const { return m_document.encoding; }
     bool isModified() const { return m_modified; }
 
-    // An edit of the text.
+    // An edit of the text; editing back to the saved text is no longer modified.
     void setText(const QString &text);
 
     bool save(QString *error = nullptr);
@@ -48,6 +49,8 @@ private:
     void setModified(bool modified);
 
     MarkdownDocument m_document;
+    // The text as last read or saved.
+    QString m_savedText;
     QString m_path;
     bool m_modified = false;
 };

@@ -4,6 +4,7 @@
 #include "OutlineFilter.h"
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPainter>
@@ -45,8 +46,10 @@ public:
             font.setWeight(QFont::DemiBold);
         painter->setFont(font);
         const QPalette &palette = option.palette;
-        painter->setPen(indent == 0 ? palette.color(QPalette::Text)
-                                    : palette.color(QPalette::PlaceholderText));
+        const QColor textColor = palette.color(QPalette::Text);
+        painter->setPen(indent == 0 ? textColor
+                                    : Brand::mutedText(textColor, palette.color(QPalette::Base),
+                                                       Brand::minimumTextContrast));
         const QRect text = option.rect.adjusted(14 * indent + 8, 0, -8, 0);
         painter->drawText(
             text, Qt::AlignVCenter | Qt::AlignLeft,
@@ -80,6 +83,7 @@ OutlinePopover::OutlinePopover(QWidget *parent)
     m_list->setUniformItemSizes(true);
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_list->setFocusPolicy(Qt::NoFocus);
+    m_filter->installEventFilter(this);
     m_list->viewport()->setAttribute(Qt::WA_Hover);
 
     auto *line = new QFrame(this);
@@ -96,7 +100,8 @@ OutlinePopover::OutlinePopover(QWidget *parent)
     layout->addWidget(m_list);
 
     connect(m_filter, &QLineEdit::textChanged, this, &OutlinePopover::refill);
-    connect(m_filter, &QLineEdit::returnPressed, this, [this] { choose(0); });
+    connect(m_filter, &QLineEdit::returnPressed, this,
+            [this] { choose(std::max(0, m_list->currentRow())); });
     connect(m_list, &QListWidget::itemClicked, this,
             [this](QListWidgetItem *item) { choose(m_list->row(item)); });
 }
@@ -110,6 +115,11 @@ void OutlinePopover::setOutline(const QList<OutlineItem> &outline)
 QString OutlinePopover::filterText() const
 {
     return m_filter->text();
+}
+
+int OutlinePopover::selectedRow() const
+{
+    return m_list->currentRow();
 }
 
 void OutlinePopover::setFilterText(const QString &text)
@@ -127,6 +137,7 @@ void OutlinePopover::refill()
         row->setData(indentRole, std::max(0, item.level - minimum));
         row->setToolTip(item.text);
     }
+    m_list->setCurrentRow(m_shown.isEmpty() ? -1 : 0);
     const int rows = std::max(1, static_cast<int>(m_shown.size()));
     const int rowHeight = QFontMetrics(m_list->font()).height() + 10;
     m_list->setFixedHeight(
@@ -155,6 +166,36 @@ void OutlinePopover::showBelow(QWidget *anchor)
     move(position);
     show();
     m_filter->setFocus();
+}
+
+bool OutlinePopover::eventFilter(QObject *watched, QEvent *event)
+{
+    // The field keeps the focus; the arrow and page keys move the selection in the list.
+    if (watched == m_filter && event->type() == QEvent::KeyPress && !m_shown.isEmpty()) {
+        const int last = static_cast<int>(m_shown.size()) - 1;
+        const int page =
+            std::max(1, m_list->viewport()->height() / std::max(1, m_list->sizeHintForRow(0)));
+        int row = m_list->currentRow();
+        switch (static_cast<QKeyEvent *>(event)->key()) {
+        case Qt::Key_Down:
+            row += 1;
+            break;
+        case Qt::Key_Up:
+            row -= 1;
+            break;
+        case Qt::Key_PageDown:
+            row += page;
+            break;
+        case Qt::Key_PageUp:
+            row -= page;
+            break;
+        default:
+            return QFrame::eventFilter(watched, event);
+        }
+        m_list->setCurrentRow(std::clamp(row, 0, last));
+        return true;
+    }
+    return QFrame::eventFilter(watched, event);
 }
 
 void OutlinePopover::hideEvent(QHideEvent *event)

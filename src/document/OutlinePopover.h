@@ -9,7 +9,8 @@ class QListWidget;
 
 // The headings of the page under the toolbar's Outline button: a filter field that
 // has the focus, and the list, indented from the shallowest heading. Choosing a
-// heading (click, or Return for the first match) reports it and closes the popover.
+// heading (click, or Return for the selected row, which the arrow keys move from the
+// filter field) reports it and closes the popover.
 class OutlinePopover : public QFrame
 {
     Q_OBJECT
@@ -25,12 +26,15 @@ public:
     void setFilterText(const QString &text);
     // The headings listed now, in order.
     QList<OutlineItem> shownItems() const { return m_shown; }
+    // The row selected now, or -1.
+    int selectedRow() const;
 
 Q_SIGNALS:
     void headingChosen(const OutlineItem &item);
     void closed();
 
 protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void hideEvent(QHideEvent *event) override;
 
 private:

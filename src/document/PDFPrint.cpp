@@ -2,6 +2,7 @@
 
 #include "PageScript.h"
 #include "PDFBackground.h"
+#include "PDFInfo.h"
 #include "PDFOutline.h"
 #include "PreviewPage.h"
 
@@ -47,6 +48,7 @@ const QString prepareScript = QStringLiteral(R"JS((() => {
   document.body.append(box);
   const background = getComputedStyle(document.documentElement).getPropertyValue('--bg').trim();
   return {
+    title: document.title,
     background: /^#[0-9a-f]{6}$/i.test(background) ? background : getComputedStyle(probe).color,
     headings,
   };
@@ -69,7 +71,7 @@ void finishOnMainThread(const Done &done, bool ok, const QString &error)
 
 // Off the main thread: paint, add bookmarks, write.
 void finish(const QByteArray &printed, const QString &path, const QString &background,
-            const QList<OutlineItem> &headings, const Done &done)
+            const QList<OutlineItem> &headings, const QString &title, const Done &done)
 {
     QByteArray pdf = printed;
     QString error;
@@ -87,6 +89,8 @@ void finish(const QByteArray &printed, const QString &path, const QString &backg
     }
     if (const std::optional<QByteArray> outlined = PDFOutline::add(pdf, headings, &error))
         pdf = *outlined;
+    if (const std::optional<QByteArray> titled = PDFInfo::withTitle(pdf, title, &error))
+        pdf = *titled;
     QSaveFile file(path);
     const bool ok =
         file.open(QIODevice::WriteOnly) && file.write(pdf) == pdf.size() && file.commit();
@@ -137,16 +141,17 @@ void toFile(PreviewPage *page, const QString &path, Appearance appearance, Done 
                     const QList<OutlineItem> headings =
                         OutlineItem::fromMessage(QJsonArray::fromVariantList(
                             prepared.value(QStringLiteral("headings")).toList()));
+                    const QString title = prepared.value(QStringLiteral("title")).toString();
                     guard->printToPdf(
-                        [path, background, headings, done, restore](const QByteArray &pdf) {
+                        [path, background, headings, title, done, restore](const QByteArray &pdf) {
                             restore();
                             if (pdf.isEmpty()) {
                                 done(false, tr("The page could not be printed."));
                                 return;
                             }
                             QThreadPool::globalInstance()->start(
-                                [pdf, path, background, headings, done] {
-                                    finish(pdf, path, background, headings, done);
+                                [pdf, path, background, headings, title, done] {
+                                    finish(pdf, path, background, headings, title, done);
                                 });
                         },
                         pageLayout());

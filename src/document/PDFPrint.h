@@ -14,7 +14,7 @@ class QWebEngineView;
 // The page is switched to the appearance for the print and returned to its own
 // afterwards, whether the print worked or not. A dark PDF gets its page colour
 // painted under every sheet (margins included); every PDF gets bookmarks from the
-// headings.
+// headings and the page's title as its own.
 //
 // Main thread only; the finished PDF is worked on and written on a pool thread, and
 // done runs back on the main thread exactly once.

@@ -51,8 +51,22 @@ EditorView::EditorView(const QString &text, double scale, QWidget *parent)
         if (!m_settingText)
             Q_EMIT textEdited(this->text());
     });
-    connect(verticalScrollBar(), &QScrollBar::valueChanged, this,
-            [this] { Q_EMIT scrolled(topLine(this)); });
+    // The text view moves itself (caret keys, typing, find) with the scroll bar's
+    // signals blocked; what it repaints after tells.
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &EditorView::reportTopLine);
+    connect(this, &QPlainTextEdit::updateRequest, this, [this](const QRect &, int dy) {
+        if (dy != 0)
+            reportTopLine();
+    });
+}
+
+void EditorView::reportTopLine()
+{
+    const double line = topLine(this);
+    if (line == m_reportedTopLine)
+        return;
+    m_reportedTopLine = line;
+    Q_EMIT scrolled(line);
 }
 
 void EditorView::setTextSilently(const QString &text)

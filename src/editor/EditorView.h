@@ -46,7 +46,9 @@ protected:
 
 private:
     void setTextSilently(const QString &text);
+    void reportTopLine();
 
     std::optional<QString> m_unshownText;
     bool m_settingText = false;
+    double m_reportedTopLine = 0;
 };

@@ -15,13 +15,15 @@ const QRegularExpression &listItem()
 {
     // Indentation, bullet or number and delimiter, the blanks after it, a task box.
     static const QRegularExpression expression(
-        QStringLiteral(R"(^(\s*)(?:([-*+])|(\d+)([.)]))(\s+)(\[[ xX]\]\s+)?)"));
+        QStringLiteral(R"(^(\s*)(?:([-*+])|(\d+)([.)]))(\s+)(\[[ xX]\]\s+)?)"),
+        QRegularExpression::UseUnicodePropertiesOption);
     return expression;
 }
 
 const QRegularExpression &quote()
 {
-    static const QRegularExpression expression(QStringLiteral(R"(^(\s*(?:>\s?)+))"));
+    static const QRegularExpression expression(QStringLiteral(R"(^(\s*(?:>\s?)+))"),
+                                               QRegularExpression::UseUnicodePropertiesOption);
     return expression;
 }
 
@@ -137,7 +139,8 @@ std::optional<QString> toggledTask(const QString &text, int line, bool checked)
 {
     // A list item, inside any depth of quotation, whose box is group 2.
     static const QRegularExpression task(
-        QStringLiteral(R"(^((?:[ \t]*>)*[ \t]*(?:[-*+]|\d{1,9}[.)])[ \t]+\[)([ xX])(\]))"));
+        QStringLiteral(R"(^((?:[ \t]*>)*[ \t]*(?:[-*+]|\d{1,9}[.)])[ \t]+\[)([ xX])(\]))"),
+        QRegularExpression::UseUnicodePropertiesOption);
     QStringList lines = text.split(QLatin1Char('\n'));
     if (line < 0 || line >= lines.size())
         return std::nullopt;

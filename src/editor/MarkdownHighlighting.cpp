@@ -11,7 +11,9 @@ namespace {
 
 QRegularExpression rule(const char16_t *pattern)
 {
-    QRegularExpression expression(QString::fromUtf16(pattern), QRegularExpression::MultilineOption);
+    QRegularExpression expression(QString::fromUtf16(pattern),
+                                  QRegularExpression::MultilineOption |
+                                      QRegularExpression::UseUnicodePropertiesOption);
     if (!expression.isValid())
         qFatal("Invalid highlighting rule %s: %s", qPrintable(expression.pattern()),
                qPrintable(expression.errorString()));

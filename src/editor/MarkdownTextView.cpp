@@ -137,17 +137,28 @@ void MarkdownTextView::keyPressEvent(QKeyEvent *event)
         }
         break;
     case Qt::Key_Tab:
+        if (modifiers == Qt::ShiftModifier) {
+            outdentOrStay(event);
+            return;
+        }
         if (modifiers == Qt::NoModifier && indentListItem(false))
             return;
         break;
     case Qt::Key_Backtab:
-        if (indentListItem(true))
-            return;
-        break;
+        outdentOrStay(event);
+        return;
     default:
         break;
     }
     QPlainTextEdit::keyPressEvent(event);
+}
+
+void MarkdownTextView::outdentOrStay(QKeyEvent *event)
+{
+    // Ignored, the key would travel to the parent widgets and move focus out of the
+    // editor; whatever the user typed next would be lost.
+    indentListItem(true);
+    event->accept();
 }
 
 bool MarkdownTextView::canInsertFromMimeData(const QMimeData *source) const

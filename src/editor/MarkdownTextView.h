@@ -44,6 +44,8 @@ protected:
 
 private:
     MarkdownEditing::Selection selection() const;
+    // Shift+Tab: outdents a list item, and otherwise does nothing, keeping focus here.
+    void outdentOrStay(QKeyEvent *event);
     bool pasteImages(const QMimeData *source);
 
     MarkdownHighlighter *m_highlighter;

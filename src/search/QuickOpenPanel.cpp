@@ -174,8 +174,9 @@ void QuickOpenPanel::refresh()
             rows.append(m_index->files()[row]);
     }
     m_model->setRows(rows);
-    const int files = m_index ? int(m_index->files().size()) : 0;
-    setSummary(m_loading ? QString() : tr("%1 files").arg(files));
+    // What the list shows, not what the folder holds.
+    const auto listed = int(rows.size());
+    setSummary(m_loading ? QString() : listed == 1 ? tr("1 file") : tr("%1 files").arg(listed));
     if (m_loading)
         showMessage(tr("Finding Markdown files…"), true);
     else if (rows.isEmpty() && field()->text().isEmpty())

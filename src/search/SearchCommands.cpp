@@ -36,15 +36,6 @@ void openFile(DocumentTab *tab, const QString &path, int line, bool replacingCur
     RevealWhenReady::line(path, line);
 }
 
-// Gives the keyboard back to the page, or to the editor while editing.
-void focusDocument(DocumentTab *tab)
-{
-    if (tab->controller()->mode() == DocumentController::Mode::Edit)
-        tab->editor()->setFocus();
-    else if (QWidget *page = tab->controller()->webView())
-        page->setFocus();
-}
-
 } // namespace
 
 QList<QAction *> addTo(QMenu *file, QAction *fileAnchor, QMenu *edit, QAction *editAnchor,
@@ -88,7 +79,7 @@ void attachPanels(DocumentTab *tab)
                      [tab, controller, quickOpen](bool show) {
                          if (!show) {
                              quickOpen->dismiss();
-                             focusDocument(tab);
+                             tab->focusDocument(true);
                              return;
                          }
                          controller->setShowSearch(false);
@@ -98,7 +89,7 @@ void attachPanels(DocumentTab *tab)
                      [tab, controller, search](bool show) {
                          if (!show) {
                              search->dismiss();
-                             focusDocument(tab);
+                             tab->focusDocument(true);
                              return;
                          }
                          controller->setShowQuickOpen(false);

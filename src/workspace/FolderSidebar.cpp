@@ -12,7 +12,6 @@
 #include <QDir>
 #include <QLabel>
 #include <QMenu>
-#include <QPointer>
 #include <QScrollBar>
 #include <QStackedWidget>
 #include <QTimer>
@@ -20,14 +19,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-// The tree whose sidebar last opened a file from the keyboard: the sidebar of the
-// document that opens keeps the keyboard, so the user can go on moving through files.
-QPointer<FolderTree> &keyboardHandoff()
-{
-    static QPointer<FolderTree> tree;
-    return tree;
-}
 
 QLabel *centredNote(const QString &text, QWidget *parent)
 {
@@ -168,13 +159,10 @@ void FolderSidebar::restore()
     QTimer::singleShot(0, this, [this, file] {
         m_restoring = false;
         const QModelIndex row = m_model->indexOf(m_model->currentPath());
+        // The document opened takes the keyboard (the window gives it); the list
+        // only keeps its place.
         if (!file.isEmpty() && m_tree->handoff() == file) {
             m_list->verticalScrollBar()->setValue(static_cast<int>(m_tree->scrollOffset()));
-            if (keyboardHandoff() == m_tree.get()) {
-                keyboardHandoff() = nullptr;
-                m_list->setFocus(Qt::OtherFocusReason);
-                m_list->showCursorAt(row);
-            }
         } else if (row.isValid()) {
             m_list->scrollTo(row);
         }
@@ -207,8 +195,6 @@ void FolderSidebar::openFile(const QString &path, bool newTab)
     if (file == currentFile())
         return;
     m_tree->setHandoff(file);
-    keyboardHandoff() =
-        m_list->hasFocus() && m_list->usingKeyboard() && !newTab ? m_tree.get() : nullptr;
     m_controller->open(file, !newTab);
 }
 

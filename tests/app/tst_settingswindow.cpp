@@ -26,6 +26,8 @@ private Q_SLOTS:
     void textSize();
     void switchesWriteAndFollow_data();
     void switchesWriteAndFollow();
+    void rowLabels();
+    void themeTilesAnswerTheArrows();
 
 private:
     // The theme tiles or the segments of a picker, in case order.
@@ -51,6 +53,16 @@ void TestSettingsWindow::init()
                                u"openInEditMode"_s, u"useCustomCSS"_s, u"loadRemoteImages"_s})
         Preferences::shared().remove(key);
     m_window = std::make_unique<SettingsWindow>(Preferences::shared());
+}
+
+void TestSettingsWindow::rowLabels()
+{
+    QStringList labels;
+    for (const QLabel *label : m_window->findChildren<QLabel *>())
+        labels.append(label->text());
+    for (const QString &expected :
+         {u"Font"_s, u"Line width"_s, u"Text size"_s, u"Default app for .md"_s})
+        QVERIFY2(labels.contains(expected), qPrintable(labels.join(u" | "_s)));
 }
 
 QList<QAbstractButton *> TestSettingsWindow::buttonsOf(const QString &picker) const
@@ -172,6 +184,20 @@ void TestSettingsWindow::onlyTheCurrentTileWearsTheRing()
         QCOMPARE(image.pixelColor(image.width() / 2, 1) == accent,
                  tile->theme() == ReaderTheme::GitHub);
     }
+}
+
+void TestSettingsWindow::themeTilesAnswerTheArrows()
+{
+    Preferences::shared().setTheme(u"lumo"_s);
+    const QList<QAbstractButton *> tiles = buttonsOf(u"themePicker"_s);
+    QTest::keyClick(tiles.at(0), Qt::Key_Right);
+    QCOMPARE(Preferences::shared().theme(), ReaderTheme::rawValue(ReaderTheme::allCases().at(1)));
+    QTest::keyClick(tiles.at(1), Qt::Key_Down);
+    QTest::keyClick(tiles.at(2), Qt::Key_Left);
+    QCOMPARE(Preferences::shared().theme(), ReaderTheme::rawValue(ReaderTheme::allCases().at(1)));
+    // The first tile has no left neighbour.
+    QTest::keyClick(tiles.at(0), Qt::Key_Left);
+    QCOMPARE(Preferences::shared().theme(), ReaderTheme::rawValue(ReaderTheme::allCases().at(1)));
 }
 
 void TestSettingsWindow::textSize_data()

@@ -30,6 +30,7 @@ struct PdfFacts
     int webLinks = 0;
     int documentLinks = 0;
     QStringList bookmarks; // top-level outline titles
+    QString title;
 };
 
 PdfFacts readPdf(const QString &path)
@@ -55,6 +56,9 @@ PdfFacts readPdf(const QString &path)
     for (QPDFObjectHandle item = pdf.getRoot().getKeyIfDict("/Outlines").getKeyIfDict("/First");
          item.isDictionary(); item = item.getKeyIfDict("/Next"))
         facts.bookmarks.append(QString::fromStdString(item.getKey("/Title").getUTF8Value()));
+    QPDFObjectHandle title = pdf.getTrailer().getKeyIfDict("/Info").getKeyIfDict("/Title");
+    if (title.isString())
+        facts.title = QString::fromStdString(title.getUTF8Value());
     return facts;
 }
 
@@ -186,6 +190,7 @@ void TestExport::pdfAppearance()
     QCOMPARE(pdf.webLinks, 1);
     QCOMPARE(pdf.documentLinks, 1);
     QCOMPARE(pdf.bookmarks, QStringList{u"Report"_s});
+    QCOMPARE(pdf.title, u"doc"_s);
     // The page is back in the desktop's appearance.
     QTRY_COMPARE(pageIsDark(controller), desktopDark);
 }

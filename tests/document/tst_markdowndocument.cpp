@@ -26,6 +26,7 @@ private Q_SLOTS:
     void failedSaveSaysWhy();
     void openEditSaveReopen_data();
     void openEditSaveReopen();
+    void pipedTextIsNotAnEdit();
 
 private:
     QString path(const QString &name) const { return m_dir->filePath(name); }
@@ -191,6 +192,12 @@ void TestMarkdownDocument::openEditSaveReopen()
     QVERIFY(document->save());
     QVERIFY(!document->isModified());
     QCOMPARE(modified.count(), 2);
+    // Edited and edited back (as undo does) is the saved text again.
+    document->setText(edited + u"x"_s);
+    QVERIFY(document->isModified());
+    document->setText(edited);
+    QVERIFY(!document->isModified());
+    QCOMPARE(modified.count(), 4);
 
     std::unique_ptr<OpenDocument> reopened(OpenDocument::open(file, nullptr));
     QVERIFY(reopened);
@@ -198,6 +205,15 @@ void TestMarkdownDocument::openEditSaveReopen()
     QCOMPARE(reopened->encoding(), document->encoding());
     // Untouched, the original bytes stay as they were up to the edit.
     QVERIFY(contents(file).startsWith(original));
+}
+
+void TestMarkdownDocument::pipedTextIsNotAnEdit()
+{
+    OpenDocument piped(u"# From a tool\n"_s);
+    QVERIFY(piped.isUntitled());
+    QVERIFY(!piped.isModified());
+    piped.setText(u"# Edited\n"_s);
+    QVERIFY(piped.isModified());
 }
 
 QTEST_APPLESS_MAIN(TestMarkdownDocument)

@@ -24,6 +24,7 @@ private Q_SLOTS:
     void rendersAndReportsItsOutline();
     void patchesInPlaceAndMarksChanges();
     void stylingCalls();
+    void inlineCodeHasLiningFigures();
     void awaitedCalls();
     void scrolling();
     void longDocumentsLayOutWhatIsNear();
@@ -181,6 +182,14 @@ void TestPreviewPage::awaitedCalls()
     });
     QTRY_VERIFY(answered);
     QVERIFY(!error.isEmpty());
+}
+
+void TestPreviewPage::inlineCodeHasLiningFigures()
+{
+    renderAndWait(u"Since `2015` and 2016.\n"_s);
+    QVERIFY(eval(u"getComputedStyle(document.querySelector('main p code')).fontVariantNumeric"_s)
+                .toString()
+                .contains(u"lining-nums"_s));
 }
 
 void TestPreviewPage::scrolling()

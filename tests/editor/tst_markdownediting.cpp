@@ -57,6 +57,8 @@ private Q_SLOTS:
     void assists_data();
     void assists();
     void aReadOnlyViewRefuses();
+    void tabKeysStayInTheEditor_data();
+    void tabKeysStayInTheEditor();
     void toggledTask_data();
     void toggledTask();
     void pastedImages();
@@ -80,6 +82,7 @@ void TestMarkdownEditing::assists_data()
         << u"12345678901234567890. a|"_s << u"Return"_s << u"12345678901234567890. a\n1. |"_s;
     QTest::newRow("quote") << u"> > quoted|"_s << u"Return"_s << u"> > quoted\n> > |"_s;
     QTest::newRow("plain line") << u"plain|"_s << u"Return"_s << u"plain\n|"_s;
+    QTest::newRow("unicode blank") << u"-\u3000a|"_s << u"Return"_s << u"-\u3000a\n-\u3000|"_s;
     QTest::newRow("indent") << u"- a|"_s << u"Tab"_s << u"  - a|"_s;
     QTest::newRow("indent keeps selection") << u"- «a»"_s << u"Tab"_s << u"  - «a»"_s;
     QTest::newRow("tab elsewhere") << u"plain|"_s << u"Tab"_s << u"plain\t|"_s;
@@ -118,6 +121,38 @@ void TestMarkdownEditing::assists()
     QCOMPARE(view.text(), view.toPlainText());
     view.undo();
     QCOMPARE(view.toPlainText(), original);
+}
+
+void TestMarkdownEditing::tabKeysStayInTheEditor_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("after");
+
+    QTest::newRow("backtab on a plain line") << u"plain|"_s << int(Qt::Key_Backtab) << u"plain|"_s;
+    QTest::newRow("shift+tab on a plain line") << u"plain|"_s << int(Qt::Key_Tab) << u"plain|"_s;
+    QTest::newRow("backtab on an item") << u"  - a|"_s << int(Qt::Key_Backtab) << u"- a|"_s;
+}
+
+void TestMarkdownEditing::tabKeysStayInTheEditor()
+{
+    QFETCH(QString, before);
+    QFETCH(int, key);
+    QFETCH(QString, after);
+    // Beside other widgets that would take focus, as in the window.
+    QWidget window;
+    auto *view = new MarkdownTextView(&window);
+    auto *other = new MarkdownTextView(&window);
+    other->move(0, 200);
+    window.show();
+    QApplication::setActiveWindow(&window);
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    load(*view, before);
+    view->setFocus();
+    QTRY_VERIFY(view->hasFocus());
+    QTest::keyClick(view, Qt::Key(key), Qt::ShiftModifier);
+    QCOMPARE(QApplication::focusWidget(), view);
+    QCOMPARE(marked(*view), after);
 }
 
 void TestMarkdownEditing::aReadOnlyViewRefuses()

@@ -71,6 +71,7 @@ void TestSearchPanels::quickOpenKeys()
     QCOMPARE(panel->field()->placeholderText(), u"Open a Markdown file in handbook"_s);
     QTRY_VERIFY(!panel->loading());
     QCOMPARE(panel->results().size(), 3); // README.md is the current document
+    QCOMPARE(panel->summary(), u"3 files"_s);
 
     QTest::keyClicks(panel->field(), u"md"_s);
     QCOMPARE(panel->results().size(), 3);

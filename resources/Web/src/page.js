@@ -281,8 +281,11 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     setFollowChanges(on) {
       follower.setFollowChanges(on);
     },
+    /** New size, font, width or theme; the source line at the top stays there. */
     setPrefs(prefs) {
+      const line = scroll.topLine();
       appearance.setPrefs(prefs);
+      if (line > 0) scroll.scrollToLine(line);
     },
     setCustomCSS(css) {
       appearance.setCustomCSS(css);

@@ -128,24 +128,35 @@ export function pageYToLine(container, y, scrollY = 0) {
   return yToLine(pointsAround(blocks, i, scrollY), y);
 }
 
+// A scroll this soon after the reader's own input in the page is theirs.
+const USER_SCROLL_MS = 800;
+
 /**
  * Wires the window's scrolling to the native side: reports the top line once
- * per frame while the user scrolls, never for scrolls it made itself.
+ * per frame while the page scrolls, never for scrolls it made itself, saying
+ * whether the reader's input moved it (rather than layout, find or a render).
  */
 export function createScrollSync({ container, post }) {
   let ownScrollY = NaN;
   let ownScrollAt = 0;
   let frame = 0;
   let settle = 0;
+  let inputAt = -Infinity;
+  let pressed = false;
   // Only the reader's own input ends a follow: the engine's scroll anchoring also
   // moves the page while blocks take their height, and must not.
-  const stopFollowing = () => {
+  const noteInput = () => {
+    inputAt = performance.now();
     cancelAnimationFrame(settle);
     settle = 0;
   };
   for (const type of ['wheel', 'touchstart', 'keydown', 'mousedown']) {
-    window.addEventListener(type, stopFollowing, { passive: true, capture: true });
+    window.addEventListener(type, noteInput, { passive: true, capture: true });
   }
+  // A scrollbar dragged for a while is still the reader's doing.
+  window.addEventListener('mousedown', () => (pressed = true), { passive: true, capture: true });
+  window.addEventListener('mouseup', () => (pressed = false), { passive: true, capture: true });
+  const byReader = () => pressed || performance.now() - inputAt < USER_SCROLL_MS;
 
   window.addEventListener(
     'scroll',
@@ -158,7 +169,8 @@ export function createScrollSync({ container, post }) {
       if (frame) return;
       frame = requestAnimationFrame(() => {
         frame = 0;
-        post({ type: 'topLine', line: Math.round(pageYToLine(container, window.scrollY, window.scrollY) * 1000) / 1000 });
+        const line = Math.round(pageYToLine(container, window.scrollY, window.scrollY) * 1000) / 1000;
+        post({ type: 'topLine', line, user: byReader() });
       });
     },
     { passive: true },

@@ -215,12 +215,19 @@ test('scrolling reports the fractional top line once per frame, but not for its 
   scrollEvent();
   scrollEvent();
   await frame();
-  assert.deepEqual(take(), [{ type: 'topLine', line: 15 }]);
+  assert.deepEqual(take(), [{ type: 'topLine', line: 15, user: true }]);
 
   window.scrollTo(0, 410);
   scrollEvent();
   await frame();
-  assert.deepEqual(take(), [{ type: 'topLine', line: 20.5 }]);
+  assert.deepEqual(take(), [{ type: 'topLine', line: 20.5, user: true }]);
+
+  // Long after any input, the page moved by itself (layout, find, a render).
+  await new Promise((resolve) => setTimeout(resolve, 900));
+  window.scrollTo(0, 300);
+  scrollEvent();
+  await frame();
+  assert.deepEqual(take(), [{ type: 'topLine', line: 15, user: false }]);
 });
 
 test('raw HTML around Markdown nests as in one document', () => {

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Brand.h"
+
+#include <optional>
+#include <QString>
+
+// Light or dark, decided from the "appearance" preference ("system", "light" or
+// "dark"), then the desktop's colour-scheme setting (the XDG desktop portal's
+// org.freedesktop.appearance color-scheme: 1 prefers dark, 2 prefers light, 0 has
+// no preference), then the palette the platform gave.
+namespace AppearanceChoice {
+
+// The portal's color-scheme value as a preference, or none for "no preference".
+std::optional<Appearance> fromColorScheme(uint value);
+Appearance resolve(const QString &preference, std::optional<Appearance> desktop,
+                   Appearance platformPalette);
+
+} // namespace AppearanceChoice

@@ -1,0 +1,72 @@
+#include "EditCommands.h"
+
+#include "DocumentTab.h"
+#include "DocumentWindow.h"
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QWebEngineView>
+
+namespace EditCommands {
+namespace {
+
+struct Command
+{
+    const char *text;
+    QKeySequence::StandardKey key;
+    QWebEnginePage::WebAction pageAction;
+    void (*field)(QLineEdit *);
+    void (*editor)(QPlainTextEdit *);
+};
+
+QWebEngineView *pageFor(QWidget *focus, DocumentWindow *window)
+{
+    for (QWidget *widget = focus; widget; widget = widget->parentWidget()) {
+        if (auto *view = qobject_cast<QWebEngineView *>(widget))
+            return view;
+    }
+    DocumentTab *tab = window->currentTab();
+    return tab ? tab->controller()->webView() : nullptr;
+}
+
+} // namespace
+
+void addTo(QMenu *edit, DocumentWindow *window)
+{
+    static const Command commands[] = {
+        {QT_TRANSLATE_NOOP("EditCommands", "&Undo"), QKeySequence::Undo, QWebEnginePage::Undo,
+         [](QLineEdit *w) { w->undo(); }, [](QPlainTextEdit *w) { w->undo(); }},
+        {QT_TRANSLATE_NOOP("EditCommands", "&Redo"), QKeySequence::Redo, QWebEnginePage::Redo,
+         [](QLineEdit *w) { w->redo(); }, [](QPlainTextEdit *w) { w->redo(); }},
+        {QT_TRANSLATE_NOOP("EditCommands", "Cu&t"), QKeySequence::Cut, QWebEnginePage::Cut,
+         [](QLineEdit *w) { w->cut(); }, [](QPlainTextEdit *w) { w->cut(); }},
+        {QT_TRANSLATE_NOOP("EditCommands", "&Copy"), QKeySequence::Copy, QWebEnginePage::Copy,
+         [](QLineEdit *w) { w->copy(); }, [](QPlainTextEdit *w) { w->copy(); }},
+        {QT_TRANSLATE_NOOP("EditCommands", "&Paste"), QKeySequence::Paste, QWebEnginePage::Paste,
+         [](QLineEdit *w) { w->paste(); }, [](QPlainTextEdit *w) { w->paste(); }},
+        {QT_TRANSLATE_NOOP("EditCommands", "Select &All"), QKeySequence::SelectAll,
+         QWebEnginePage::SelectAll, [](QLineEdit *w) { w->selectAll(); },
+         [](QPlainTextEdit *w) { w->selectAll(); }},
+    };
+    QAction *first = edit->actions().value(0);
+    for (const Command &command : commands) {
+        auto *action = new QAction(QCoreApplication::translate("EditCommands", command.text), edit);
+        action->setShortcut(command.key);
+        QObject::connect(action, &QAction::triggered, window, [window, &command] {
+            QWidget *focus = QApplication::focusWidget();
+            if (auto *field = qobject_cast<QLineEdit *>(focus))
+                command.field(field);
+            else if (auto *editor = qobject_cast<QPlainTextEdit *>(focus))
+                command.editor(editor);
+            else if (QWebEngineView *page = pageFor(focus, window))
+                page->triggerPageAction(command.pageAction);
+        });
+        edit->insertAction(first, action);
+        if (command.key == QKeySequence::Redo || command.key == QKeySequence::SelectAll)
+            edit->insertSeparator(first);
+    }
+}
+
+} // namespace EditCommands

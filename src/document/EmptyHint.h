@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QLabel>
+
+// A short hint centred over an empty page, so a window with nothing open is not a
+// blank white sheet: how to open a file, and how to start writing.
+class EmptyHint : public QLabel
+{
+    Q_OBJECT
+
+public:
+    // Covers `page`, above it, following its size; hidden until shown.
+    explicit EmptyHint(QWidget *page);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+};

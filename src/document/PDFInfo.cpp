@@ -1,0 +1,36 @@
+#include "PDFInfo.h"
+
+#include <qpdf/Buffer.hh>
+#include <qpdf/QPDF.hh>
+#include <qpdf/QPDFObjectHandle.hh>
+#include <qpdf/QPDFWriter.hh>
+
+namespace PDFInfo {
+
+std::optional<QByteArray> withTitle(const QByteArray &pdf, const QString &title, QString *error)
+{
+    try {
+        QPDF document;
+        document.setSuppressWarnings(true);
+        document.processMemoryFile("export.pdf", pdf.constData(), static_cast<size_t>(pdf.size()));
+        QPDFObjectHandle trailer = document.getTrailer();
+        QPDFObjectHandle info = trailer.getKey("/Info");
+        if (!info.isDictionary()) {
+            info = document.makeIndirectObject(QPDFObjectHandle::newDictionary());
+            trailer.replaceKey("/Info", info);
+        }
+        info.replaceKey("/Title", QPDFObjectHandle::newUnicodeString(title.toStdString()));
+        QPDFWriter writer(document);
+        writer.setOutputMemory();
+        writer.write();
+        const std::unique_ptr<Buffer> buffer(writer.getBuffer());
+        return QByteArray(reinterpret_cast<const char *>(buffer->getBuffer()),
+                          static_cast<qsizetype>(buffer->getSize()));
+    } catch (const std::exception &failure) {
+        if (error)
+            *error = QString::fromLocal8Bit(failure.what());
+        return std::nullopt;
+    }
+}
+
+} // namespace PDFInfo
