@@ -502,7 +502,12 @@ void DocumentController::reload(bool force, bool acceptEmpty)
     QString error;
     const auto contents = MarkdownDocument::read(m_document->path(), &error);
     if (!contents) {
-        // Gone or unreadable for now: the watcher reports its return.
+        // Gone for now (the watcher reports its return) is no failure; there but
+        // unreadable is.
+        if (QFileInfo::exists(m_document->path())) {
+            std::fprintf(stdout, "Lumo reload failed: %s\n", qUtf8Printable(error));
+            std::fflush(stdout);
+        }
         return;
     }
     // A program rewriting the file from the start (a log rotated, a report written

@@ -47,6 +47,20 @@ QString markdownFilter()
         .arg(QStringLiteral("*.md *.markdown *.mdown *.mkd *.mkdn *.mdx"));
 }
 
+// A checkable menu item that shows a yes-or-no preference and sets it.
+QAction *addPreferenceToggle(QMenu *menu, const QString &text, bool (Preferences::*get)() const,
+                             void (Preferences::*set)(bool), void (Preferences::*changed)())
+{
+    QAction *action = menu->addAction(text);
+    action->setCheckable(true);
+    action->setChecked((Preferences::shared().*get)());
+    QObject::connect(action, &QAction::toggled, action,
+                     [set](bool on) { (Preferences::shared().*set)(on); });
+    QObject::connect(&Preferences::shared(), changed, action,
+                     [action, get] { action->setChecked((Preferences::shared().*get)()); });
+    return action;
+}
+
 } // namespace
 
 DocumentWindow::DocumentWindow(QWidget *parent)
@@ -177,15 +191,12 @@ void DocumentWindow::buildMenus()
     view->addAction(m_modeAction);
     view->addAction(m_outlineAction);
     view->addAction(m_sidebarAction);
-    QAction *followChanges = view->addAction(tr("&Follow Changes"));
+    QAction *followChanges = addPreferenceToggle(view, tr("&Follow Changes"),
+                                                 &Preferences::followChanges,
+                                                 &Preferences::setFollowChanges,
+                                                 &Preferences::followChangesChanged);
     followChanges->setObjectName(QStringLiteral("followChanges"));
     followChanges->setShortcut(QKeySequence(tr("Ctrl+Alt+F")));
-    followChanges->setCheckable(true);
-    followChanges->setChecked(Preferences::shared().followChanges());
-    connect(followChanges, &QAction::toggled, this,
-            [](bool on) { Preferences::shared().setFollowChanges(on); });
-    connect(&Preferences::shared(), &Preferences::followChangesChanged, followChanges,
-            [followChanges] { followChanges->setChecked(Preferences::shared().followChanges()); });
     view->addSeparator();
     QMenu *themes = view->addMenu(tr("&Theme"));
     auto *themeGroup = new QActionGroup(this);
@@ -230,13 +241,8 @@ void DocumentWindow::buildMenus()
                     checkAppearance();
             });
     checkAppearance();
-    QAction *useCSS = view->addAction(tr("Use Custom CSS"));
-    useCSS->setCheckable(true);
-    useCSS->setChecked(Preferences::shared().useCustomCSS());
-    connect(useCSS, &QAction::toggled, this,
-            [](bool on) { Preferences::shared().setUseCustomCSS(on); });
-    connect(&Preferences::shared(), &Preferences::useCustomCSSChanged, useCSS,
-            [useCSS] { useCSS->setChecked(Preferences::shared().useCustomCSS()); });
+    addPreferenceToggle(view, tr("Use Custom CSS"), &Preferences::useCustomCSS,
+                        &Preferences::setUseCustomCSS, &Preferences::useCustomCSSChanged);
     view->addAction(tr("Edit Custom CSS…"), this,
                     [] { CustomCSS::shared().openForEditing(Preferences::shared()); });
     view->addSeparator();

@@ -26,18 +26,21 @@ FindBar::FindBar(bool incremental, QWidget *parent)
     m_field->setClearButtonEnabled(true);
     m_field->installEventFilter(this);
     m_count->hide();
-    const auto stepButton = [this](const char *iconName, const QString &tip, bool backwards) {
+    const auto stepButton = [this](const char *iconName, const QString &name, const QString &tip,
+                                   bool backwards) {
         auto *button = new QToolButton(this);
         button->setIcon(QIcon::fromTheme(QLatin1String(iconName)));
         button->setArrowType(backwards ? Qt::UpArrow : Qt::DownArrow);
+        button->setAccessibleName(name);
         button->setToolTip(tip);
         button->setAutoRaise(true);
         connect(button, &QToolButton::clicked, this,
                 [this, backwards] { Q_EMIT searchRequested(m_field->text(), backwards); });
         return button;
     };
-    QToolButton *previous = stepButton("go-up", tr("Previous match (Shift+F3)"), true);
-    QToolButton *next = stepButton("go-down", tr("Next match (F3)"), false);
+    QToolButton *previous =
+        stepButton("go-up", tr("Previous match"), tr("Previous match (Shift+F3)"), true);
+    QToolButton *next = stepButton("go-down", tr("Next match"), tr("Next match (F3)"), false);
     auto *done = new QPushButton(tr("Done"), this);
     done->setAutoDefault(false);
 

@@ -28,11 +28,11 @@ function onScreen(node) {
 }
 
 /**
- * @param {{scroll: {topLine: () => number, scrollToLine: (n: number) => void,
+ * @param {{container: Element, scroll: {topLine: () => number, scrollToLine: (n: number) => void,
  *   scrollToBottom: () => void, scrollToElement: (el: Element, room: number) => void},
  *   now?: () => number}} options
  */
-export function createChangeFollower({ scroll, now = () => performance.now() }) {
+export function createChangeFollower({ container, scroll, now = () => performance.now() }) {
   let followChanges = false;
   let touched = -Infinity;
   let lost = null; // {line, prefix, at}
@@ -63,17 +63,19 @@ export function createChangeFollower({ scroll, now = () => performance.now() }) 
 
     /** The view before an outside change replaces `text`. */
     before(text) {
-      return { atBottom: atBottom(), line: scroll.topLine(), text };
+      const last = container.lastElementChild;
+      const end = last ? last.getBoundingClientRect().bottom + window.scrollY : 0;
+      return { atBottom: atBottom(), line: scroll.topLine(), text, end };
     },
 
     /**
-     * Whether the change needs no mark: text that arrived below a reader at the
-     * bottom, who is taken to it. A mark on every write of a stream would keep
-     * the page repainting for as long as the stream lasts.
+     * Whether the change needs no mark: text added past the end of the page
+     * for a reader at the bottom, who is taken to it. A mark on every write of a
+     * stream would keep the page repainting for as long as the stream lasts.
      */
     isTailed(view, changed) {
       const first = view?.atBottom ? changed.find((node) => node.nodeType === 1) : null;
-      return !!first && first.getBoundingClientRect().top >= 0;
+      return !!first && first.getBoundingClientRect().top + window.scrollY >= view.end - 1;
     },
 
     /** After the change: `text` now on the page in `total` lines, `changed` its new nodes. */

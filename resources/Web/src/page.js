@@ -81,7 +81,7 @@ function errorMessage(err) {
 export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const sanitizer = createSanitizer(window);
   const scroll = createScrollSync({ container, post });
-  const follower = createChangeFollower({ scroll });
+  const follower = createChangeFollower({ container, scroll });
   const converter = createBlockConverter();
   let base = null;
   // Units without raw HTML of the document (no run of blocks, no raw text) take the quick check.

@@ -27,7 +27,10 @@ function setup() {
     scrollToBottom: () => calls.push(['bottom']),
     scrollToElement: (el) => calls.push(['element', el.id]),
   };
-  const follower = createChangeFollower({ scroll, now: () => clock });
+  // The page's last block ends 500 px down the window.
+  const container = window.document.createElement('main');
+  container.appendChild(block('last', 460));
+  const follower = createChangeFollower({ container, scroll, now: () => clock });
   return { follower, calls, advance: (ms) => (clock += ms) };
 }
 
