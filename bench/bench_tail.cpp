@@ -154,19 +154,21 @@ int main(int argc, char *argv[])
     // to its bottom and report each appended paragraph a frame after it arrives.
     // The page may not have loaded yet: ask again until it answers, once.
     const QString setup = QStringLiteral(
-        "window.lumoTail || (window.lumoTail = 1, (() => { const main = document.querySelector('main.markdown'); let count = -1; "
+        "window.lumoTail || (window.lumoTail = 1, (() => { const main = "
+        "document.querySelector('main.markdown'); let count = -1; "
         "const wait = () => { if (main.childElementCount < 2 || main.childElementCount !== "
         "count) { count = main.childElementCount; return setTimeout(wait, 500); } "
         "const bottom = (n) => { scrollTo(0, document.documentElement.scrollHeight); if (n > 0) "
-        "requestAnimationFrame(() => bottom(n - 1)); }; bottom(30); new MutationObserver((records) => { "
+        "requestAnimationFrame(() => bottom(n - 1)); }; bottom(30); new MutationObserver((records) "
+        "=> { "
         "const marks = []; for (const r of records) for (const n of r.addedNodes) for (const x of "
         "(n.textContent || '').matchAll(/Tail mark (\\d+)\\./g)) marks.push(x[1]); if "
         "(marks.length) requestAnimationFrame(() => console.error('lumo-tail:' + "
         "marks.join(','))); }).observe(main, {childList: true, subtree: true}); "
-        "console.error('lumo-ready'); new PerformanceObserver((l) => console.error('long:' + l.getEntries().map((e) => e.duration | 0))).observe({entryTypes: ['longtask']}); }; wait(); })())");
+        "console.error('lumo-ready'); }; wait(); })())");
     QElapsedTimer waited;
     waited.start();
-    while (!ready && waited.elapsed() < 120000) {
+    while (!ready && waited.elapsed() < 180000) {
         post(setup);
         runUntil([&] { return ready; }, 3000);
     }

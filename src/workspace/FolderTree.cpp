@@ -112,8 +112,7 @@ void FolderTree::rescan()
     });
 }
 
-bool FolderTree::noteWritten(QList<TreeNode> &nodes, const QString &path,
-                             const QDateTime &modified)
+bool FolderTree::noteWritten(QList<TreeNode> &nodes, const QString &path, const QDateTime &modified)
 {
     const auto later = [](const QDateTime &a, const QDateTime &b) {
         return a.isValid() && (!b.isValid() || a > b);
