@@ -142,6 +142,8 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
 
     if (m_document) {
         connect(m_document, &OpenDocument::textChanged, this, [this] { scheduleRender(); });
+        // What the user saved is now what is on disk: nothing is left to decide.
+        connect(m_document, &OpenDocument::saved, this, [this] { setDiskChangePending(false); });
         connect(m_document, &OpenDocument::pathChanged, this, [this] {
             watchFile();
             scheduleRender();

@@ -77,7 +77,7 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
                              [this](double line) { EditorView::scrollToLine(m_editor, line); },
                              [this](int line) { EditorView::placeCaretAtLine(m_editor, line); }});
 
-    connect(m_editor, &EditorView::textEdited, document, &OpenDocument::setText);
+    connect(m_editor, &EditorView::textEdited, document, &OpenDocument::setLineFeedText);
     connect(document, &OpenDocument::textChanged, this,
             [this] { m_editor->setBoundText(this->document()->text()); });
     connect(m_editor, &EditorView::scrolled, this, [this](double topLine) {

@@ -1,5 +1,7 @@
 #include "OpenDocument.h"
 
+#include "LineEndings.h"
+
 #include <QCoreApplication>
 #include <QFileInfo>
 
@@ -38,6 +40,11 @@ void OpenDocument::setText(const QString &text)
     Q_EMIT textChanged();
 }
 
+void OpenDocument::setLineFeedText(const QString &text)
+{
+    setText(LineEndings::applyEdit(m_document.text, text));
+}
+
 bool OpenDocument::save(QString *error)
 {
     if (m_path.isEmpty())
@@ -45,6 +52,7 @@ bool OpenDocument::save(QString *error)
     if (!m_document.write(m_path, error))
         return false;
     setModified(false);
+    Q_EMIT saved();
     return true;
 }
 
@@ -58,6 +66,7 @@ bool OpenDocument::saveAs(const QString &path, QString *error)
         Q_EMIT pathChanged(m_path);
     }
     setModified(false);
+    Q_EMIT saved();
     return true;
 }
 

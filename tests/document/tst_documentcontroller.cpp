@@ -170,6 +170,16 @@ void TestDocumentController::changesOnDisk()
     QCOMPARE(document->text(), u"theirs again\n"_s);
     QVERIFY(!document->isModified());
     QVERIFY(!controller->diskChangePending());
+
+    // Saving over the outside change settles it.
+    document->setText(u"mine at last\n"_s);
+    write(u"doc.md"_s, "theirs once more\n");
+    QTRY_VERIFY(controller->diskChangePending());
+    QVERIFY(document->save());
+    QVERIFY(!controller->diskChangePending());
+    QTest::qWait(400);
+    QVERIFY(!controller->diskChangePending());
+    QCOMPARE(document->text(), u"mine at last\n"_s);
 }
 
 void TestDocumentController::staleTaskTogglesAreIgnored()
