@@ -145,11 +145,13 @@ void TestTextEncoding::eastAsianCodePages_data()
     QTest::newRow("shift-jis")
         << u"# 日本語の文書\n\nこれはシフトJISで保存された、ごく普通のマークダウン文書です。"
            u"漢字と仮名が混ざった文章を、正しく読み込めることを確かめます。\n"_s
-        << "Shift_JIS"_ba << "SHIFT_JIS"_ba;
+        << "Shift_JIS"_ba
+        << "SHIFT_JIS"_ba;
     // The detector calls this "UHC", a name the converters do not know.
     QTest::newRow("euc-kr") << u"# 안녕하세요\n\n한국어 문서입니다. 이 파일은 완성형 한글 "
                                u"인코딩으로 저장되었고, 제대로 읽혀야 합니다.\n"_s
-                            << "EUC-KR"_ba << "WINDOWS-949"_ba;
+                            << "EUC-KR"_ba
+                            << "WINDOWS-949"_ba;
 }
 
 void TestTextEncoding::eastAsianCodePages()
