@@ -15,10 +15,10 @@
 #include "PageScript.h"
 #include "PDFPrint.h"
 #include "PreviewPage.h"
+#include "RichText.h"
 #include "workspace/ReadState.h"
 #include "workspace/RootResolver.h"
 #include "workspace/Workspace.h"
-#include "RichText.h"
 
 #include <cmath>
 #include <cstdio>
@@ -478,10 +478,18 @@ QString DocumentController::pathKey() const
     return m_document && !m_document->isUntitled() ? keyOf(m_document->path()) : QString();
 }
 
+bool DocumentController::isUnwatched() const
+{
+    return m_watcher && m_watcher->isBlocked();
+}
+
 void DocumentController::watchFile()
 {
-    if (!m_watcher)
+    if (!m_watcher) {
         m_watcher = new FileWatcher([this] { reloadFromDisk(false); }, this);
+        connect(m_watcher, &FileWatcher::blockedChanged, this,
+                &DocumentController::unwatchedChanged);
+    }
     m_watcher->watch(m_document ? m_document->path() : QString());
 }
 

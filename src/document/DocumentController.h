@@ -97,6 +97,9 @@ public:
     // while editing.
     void showLine(int line);
 
+    // The document's file is there, but its changes on disk cannot be watched.
+    bool isUnwatched() const;
+
     bool isReady() const { return m_isReady; }
     qint64 renderRevision() const { return m_renderRevision; }
     qint64 completedRevision() const { return m_completedRevision; }
@@ -148,6 +151,7 @@ Q_SIGNALS:
     void showQuickOpenChanged(bool show);
     void showSearchChanged(bool show);
     void renderCompleted(qint64 revision);
+    void unwatchedChanged(bool unwatched);
     void findFinished(bool found);
     // The page asks to open a Markdown file (a link in it was clicked).
     void openRequested(const QString &path);

@@ -6,6 +6,7 @@
 #include "editor/EditorView.h"
 #include "FindBar.h"
 #include "PreviewPage.h"
+#include "TabNotice.h"
 #include "workspace/SidebarView.h"
 
 #include <algorithm>
@@ -51,6 +52,8 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     areaLayout->setSpacing(0);
     areaLayout->addWidget(m_pageFind);
     areaLayout->addWidget(m_banner);
+    auto *unwatched = new TabNotice(area);
+    areaLayout->addWidget(unwatched);
     areaLayout->addWidget(m_panes, 1);
     m_banner->hide();
     m_pageFind->hide();
@@ -94,6 +97,15 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     connect(m_controller, &DocumentController::diskChangePendingChanged, m_banner,
             &QWidget::setVisible);
     connect(m_controller, &DocumentController::openRequested, this, &DocumentTab::openRequested);
+    const auto showUnwatched = [unwatched](bool show) {
+        unwatched->setMessage(
+            show ? tr("Changes made to this file by other programs cannot be noticed right "
+                      "now: the system’s file watches are used up. Lumo keeps trying; close "
+                      "other programs that watch many files to free some.")
+                 : QString());
+    };
+    connect(m_controller, &DocumentController::unwatchedChanged, this, showUnwatched);
+    showUnwatched(m_controller->isUnwatched());
     connect(m_sidebar, &SidebarView::leaveRequested, this,
             [this] { showMode(m_controller->mode()); });
     connect(m_banner, &DiskChangeBanner::reloadClicked, this,
