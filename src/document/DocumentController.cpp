@@ -12,6 +12,7 @@
 #include "LocalAssetHandler.h"
 #include "OpenDocument.h"
 #include "PageActions.h"
+#include "PageRecovery.h"
 #include "PageScript.h"
 #include "PDFPrint.h"
 #include "PreviewPage.h"
@@ -114,18 +115,14 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
         LinkPolicy::open(url, m_webView->window(),
                          [this](const QString &path) { Q_EMIT openRequested(path); });
     });
-    connect(page, &QWebEnginePage::renderProcessTerminated, this, [this] {
-        // A new renderer starts from an empty page that must say "ready" again.
+    m_recovery = new PageRecovery(page, this);
+    connect(m_recovery, &PageRecovery::pageLost, this, [this] {
+        // A new page starts empty and must say "ready" again.
         m_isReady = false;
         m_pendingRender = true;
-        // Not from inside the engine's own notification: the new process is started
-        // only for a load asked for afterwards.
-        QTimer::singleShot(0, this, [this] {
-            if (PreviewPage *preview = this->page())
-                preview->loadIndex();
-        });
     });
-    page->loadIndex();
+    connect(m_recovery, &PageRecovery::gaveUp, this, &DocumentController::updatePreviewProblem);
+    m_recovery->load();
 
     connect(&Preferences::shared(), &Preferences::valueChanged, this, [this](const QString &key) {
         static const QStringList styling{
@@ -281,6 +278,9 @@ void DocumentController::render()
         return;
     }
     const QString text = m_document ? m_document->text() : QString();
+    updatePreviewProblem();
+    if (text.size() > largestPreview)
+        return;
     std::optional<QString> base;
     if (m_document && !m_document->isUntitled())
         base = QUrl::fromLocalFile(QFileInfo(m_document->path()).absolutePath() + QLatin1Char('/'))
@@ -320,8 +320,27 @@ void DocumentController::applyAppearance()
         call(PageScript::setWindowAppearance(Brand::currentAppearance() == Appearance::Dark));
 }
 
+void DocumentController::updatePreviewProblem()
+{
+    QString problem;
+    if (m_recovery->hasGivenUp())
+        problem = tr("The preview stopped working: its process ended or did not answer %1 "
+                     "times in a row. You can still edit and save this document.")
+                      .arg(PageRecovery::attempts);
+    else if (m_document && m_document->text().size() > largestPreview)
+        problem = tr("This document is too large to preview: it has %L1 million characters, "
+                     "the preview shows up to %L2 million. You can still edit and save it.")
+                      .arg(double(m_document->text().size()) / 1e6, 0, 'f', 1)
+                      .arg(largestPreview / 1'000'000);
+    if (problem == m_previewProblem)
+        return;
+    m_previewProblem = problem;
+    Q_EMIT previewProblemChanged(problem);
+}
+
 void DocumentController::pageBecameReady()
 {
+    m_recovery->pageBecameReady();
     m_isReady = true;
     // A freshly loaded page has none of what an earlier one was sent.
     m_lastRendered.reset();
@@ -346,6 +365,7 @@ void DocumentController::handleMessage(const QJsonObject &message)
         if (!revision.isDouble())
             return;
         m_completedRevision = revision.toInteger();
+        m_recovery->pageRendered();
         Q_EMIT renderCompleted(m_completedRevision);
         runPendingActions();
     } else if (type == QLatin1String("outline")) {

@@ -14,6 +14,7 @@
 #include <QWebEngineView>
 
 class FileWatcher;
+class PageRecovery;
 class PreviewPage;
 class RootResolver;
 
@@ -54,6 +55,8 @@ public:
     };
 
     static constexpr int renderDelayMilliseconds = 90;
+    // Longer texts are not sent to the page, whose renderer would run out of memory.
+    static constexpr qsizetype largestPreview = 10'000'000;
     static constexpr int scrollQuietMilliseconds = 250;
 
     explicit DocumentController(OpenDocument *document, bool startInEditMode,
@@ -99,6 +102,9 @@ public:
 
     // The document's file is there, but its changes on disk cannot be watched.
     bool isUnwatched() const;
+    // Why the page does not show the document (too large, the page keeps failing);
+    // empty when it does.
+    QString previewProblem() const { return m_previewProblem; }
 
     bool isReady() const { return m_isReady; }
     qint64 renderRevision() const { return m_renderRevision; }
@@ -152,6 +158,7 @@ Q_SIGNALS:
     void showSearchChanged(bool show);
     void renderCompleted(qint64 revision);
     void unwatchedChanged(bool unwatched);
+    void previewProblemChanged(const QString &problem);
     void findFinished(bool found);
     // The page asks to open a Markdown file (a link in it was clicked).
     void openRequested(const QString &path);
@@ -172,6 +179,7 @@ private:
     void handleMessage(const QJsonObject &message);
     void handleDebugHook(const QString &name, const QString &argument);
     void pageBecameReady();
+    void updatePreviewProblem();
     void toggleTask(int line, bool checked, qint64 revision);
     void watchFile();
     QString pathKey() const;
@@ -179,6 +187,8 @@ private:
     QPointer<OpenDocument> m_document;
     QPointer<QWebEngineView> m_webView;
     FileWatcher *m_watcher = nullptr;
+    PageRecovery *m_recovery = nullptr;
+    QString m_previewProblem;
     Editor m_editor;
     QTimer m_renderTimer;
 

@@ -54,6 +54,8 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     areaLayout->addWidget(m_banner);
     auto *unwatched = new TabNotice(area);
     areaLayout->addWidget(unwatched);
+    auto *previewProblem = new TabNotice(area);
+    areaLayout->addWidget(previewProblem);
     areaLayout->addWidget(m_panes, 1);
     m_banner->hide();
     m_pageFind->hide();
@@ -106,6 +108,9 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     };
     connect(m_controller, &DocumentController::unwatchedChanged, this, showUnwatched);
     showUnwatched(m_controller->isUnwatched());
+    connect(m_controller, &DocumentController::previewProblemChanged, previewProblem,
+            &TabNotice::setMessage);
+    previewProblem->setMessage(m_controller->previewProblem());
     connect(m_sidebar, &SidebarView::leaveRequested, this,
             [this] { showMode(m_controller->mode()); });
     connect(m_banner, &DiskChangeBanner::reloadClicked, this,
