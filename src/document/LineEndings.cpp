@@ -104,7 +104,16 @@ QString applyEdit(const QString &text, const QString &edited)
     const Style style = dominant(text);
     if (style != Style::LineFeed)
         middle.replace(u'\n', sequence(style));
-    return text.left(front) + middle + text.mid(back);
+    QString result = text.left(front) + middle + text.mid(back);
+    // A lone carriage return now before a line feed would read as one ending, not two.
+    const qsizetype end = front + middle.size();
+    for (const qsizetype at : {end, front}) {
+        if (at > 0 && at < result.size() && result.at(at - 1) == u'\r' && result.at(at) == u'\n')
+            result.insert(at, u'\n');
+        if (end == front)
+            break;
+    }
+    return result;
 }
 
 } // namespace LineEndings

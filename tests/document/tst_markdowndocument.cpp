@@ -249,6 +249,10 @@ void TestMarkdownDocument::editsKeepLineEndings_data()
         << u"a\r\n\r\n\r\nb"_s << u"a\n\nb"_s << u"a\r\n\r\nb"_s;
     QTest::newRow("unchanged") << u"a\r\nb\rc\n"_s << u"a\nb\nc\n"_s << u"a\r\nb\rc\n"_s;
     QTest::newRow("emptied") << u"a\r\n"_s << QString() << QString();
+    QTest::newRow("lone cr before a new line feed")
+        << u"a\rb\nc\nd"_s << u"a\n\nb\nc\nd"_s << u"a\r\n\nb\nc\nd"_s;
+    QTest::newRow("lone cr meeting a line feed")
+        << u"a\rX\nb\nc"_s << u"a\n\nb\nc"_s << u"a\r\n\nb\nc"_s;
 }
 
 void TestMarkdownDocument::editsKeepLineEndings()
