@@ -18,7 +18,7 @@ class PageRecovery : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int readyTimeoutMilliseconds = 8000;
+    static constexpr int readyTimeoutMilliseconds = 15000;
     // Loads in a row that may fail before giving up; the first load counts.
     static constexpr int attempts = 4;
 
