@@ -9,8 +9,19 @@
 // libFuzzer drives the same function instead.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
-// Reports a broken property of the current input and ends the process.
+// Reports a broken property of the current input and ends the process (libFuzzer
+// then keeps the input itself).
+#ifdef LUMO_LIBFUZZER
+#include <cstdio>
+#include <cstdlib>
+[[noreturn]] inline void fuzzFailed(const char *what, const char *file, int line)
+{
+    std::fprintf(stderr, "%s:%d: broken: %s\n", file, line, what);
+    std::abort();
+}
+#else
 [[noreturn]] void fuzzFailed(const char *what, const char *file, int line);
+#endif
 
 #define FUZZ_CHECK(condition)                                                                      \
     do {                                                                                           \
