@@ -14,6 +14,7 @@
 #include "OpenDocument.h"
 #include "PageAccessibleName.h"
 #include "PageActions.h"
+#include "PageRecovery.h"
 #include "PageScript.h"
 #include "PDFPrint.h"
 #include "PreviewPage.h"
@@ -121,18 +122,14 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
         LinkPolicy::open(url, m_webView->window(),
                          [this](const QString &path) { Q_EMIT openRequested(path); });
     });
-    connect(page, &QWebEnginePage::renderProcessTerminated, this, [this] {
-        // A new renderer starts from an empty page that must say "ready" again.
+    m_recovery = new PageRecovery(page, this);
+    connect(m_recovery, &PageRecovery::pageLost, this, [this] {
+        // A new page starts empty and must say "ready" again.
         m_isReady = false;
         m_pendingRender = true;
-        // Not from inside the engine's own notification: the new process is started
-        // only for a load asked for afterwards.
-        QTimer::singleShot(0, this, [this] {
-            if (PreviewPage *preview = this->page())
-                preview->loadIndex();
-        });
     });
-    page->loadIndex();
+    connect(m_recovery, &PageRecovery::gaveUp, this, &DocumentController::updatePreviewProblem);
+    m_recovery->load();
 
     connect(&Preferences::shared(), &Preferences::valueChanged, this, [this](const QString &key) {
         static const QStringList styling{
@@ -157,6 +154,8 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
 
     if (m_document) {
         connect(m_document, &OpenDocument::textChanged, this, [this] { scheduleRender(); });
+        // What the user saved is now what is on disk: nothing is left to decide.
+        connect(m_document, &OpenDocument::saved, this, [this] { setDiskChangePending(false); });
         connect(m_document, &OpenDocument::pathChanged, this, [this] {
             allowAssets();
             watchFile();
@@ -298,6 +297,9 @@ void DocumentController::render()
         return;
     }
     const QString text = m_document ? m_document->text() : QString();
+    updatePreviewProblem();
+    if (text.size() > largestPreview)
+        return;
     std::optional<QString> base;
     if (m_document && !m_document->isUntitled())
         base = QUrl::fromLocalFile(QFileInfo(m_document->path()).absolutePath() + QLatin1Char('/'))
@@ -347,8 +349,27 @@ void DocumentController::applyAppearance()
         call(PageScript::setWindowAppearance(Brand::currentAppearance() == Appearance::Dark));
 }
 
+void DocumentController::updatePreviewProblem()
+{
+    QString problem;
+    if (m_recovery->hasGivenUp())
+        problem = tr("The preview stopped working: its process ended or did not answer %1 "
+                     "times in a row. You can still edit and save this document.")
+                      .arg(PageRecovery::attempts);
+    else if (m_document && m_document->text().size() > largestPreview)
+        problem = tr("This document is too large to preview: it has %L1 million characters, "
+                     "the preview shows up to %L2 million. You can still edit and save it.")
+                      .arg(double(m_document->text().size()) / 1e6, 0, 'f', 1)
+                      .arg(largestPreview / 1'000'000);
+    if (problem == m_previewProblem)
+        return;
+    m_previewProblem = problem;
+    Q_EMIT previewProblemChanged(problem);
+}
+
 void DocumentController::pageBecameReady()
 {
+    m_recovery->pageBecameReady();
     m_isReady = true;
     // A freshly loaded page has none of what an earlier one was sent.
     m_lastRendered.reset();
@@ -377,6 +398,7 @@ void DocumentController::handleMessage(const QJsonObject &message)
         // A render reflows the page: keep it on the line the editor shows.
         if (m_mode == Mode::Edit && m_editor.topLine)
             scrollPreview(m_editor.topLine());
+        m_recovery->pageRendered();
         Q_EMIT renderCompleted(m_completedRevision);
         runPendingActions();
     } else if (type == QLatin1String("resync")) {
@@ -538,10 +560,18 @@ QString DocumentController::pathKey() const
     return m_document && !m_document->isUntitled() ? keyOf(m_document->path()) : QString();
 }
 
+bool DocumentController::isUnwatched() const
+{
+    return m_watcher && m_watcher->isBlocked();
+}
+
 void DocumentController::watchFile()
 {
-    if (!m_watcher)
+    if (!m_watcher) {
         m_watcher = new FileWatcher([this] { reloadFromDisk(false); }, this);
+        connect(m_watcher, &FileWatcher::blockedChanged, this,
+                &DocumentController::unwatchedChanged);
+    }
     m_watcher->watch(m_document ? m_document->path() : QString());
 }
 

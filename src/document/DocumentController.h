@@ -14,6 +14,7 @@
 #include <QWebEngineView>
 
 class FileWatcher;
+class PageRecovery;
 class PreviewPage;
 class RootResolver;
 
@@ -54,6 +55,8 @@ public:
     };
 
     static constexpr int renderDelayMilliseconds = 90;
+    // Longer texts are not sent to the page, whose renderer would run out of memory.
+    static constexpr qsizetype largestPreview = 10'000'000;
     static constexpr int scrollQuietMilliseconds = 250;
     // How long a file emptied on disk may take to be written again before the
     // document shows it empty.
@@ -99,6 +102,12 @@ public:
     // Brings a zero-based source line to the top of the page, and of the editor
     // while editing.
     void showLine(int line);
+
+    // The document's file is there, but its changes on disk cannot be watched.
+    bool isUnwatched() const;
+    // Why the page does not show the document (too large, the page keeps failing);
+    // empty when it does.
+    QString previewProblem() const { return m_previewProblem; }
 
     bool isReady() const { return m_isReady; }
     qint64 renderRevision() const { return m_renderRevision; }
@@ -152,6 +161,8 @@ Q_SIGNALS:
     void showSearchChanged(bool show);
     void renderCompleted(qint64 revision);
     void findFinished(int activeMatch, int matches);
+    void unwatchedChanged(bool unwatched);
+    void previewProblemChanged(const QString &problem);
     // The page asks to open a Markdown file (a link in it was clicked).
     void openRequested(const QString &path);
     // A diagnostic hook asks to open a file and report how that went.
@@ -171,6 +182,7 @@ private:
     void handleMessage(const QJsonObject &message);
     void handleDebugHook(const QString &name, const QString &argument);
     void pageBecameReady();
+    void updatePreviewProblem();
     void toggleTask(int line, bool checked, qint64 revision);
     void watchFile();
     void reload(bool force, bool acceptEmpty);
@@ -181,6 +193,8 @@ private:
     QPointer<OpenDocument> m_document;
     QPointer<QWebEngineView> m_webView;
     FileWatcher *m_watcher = nullptr;
+    PageRecovery *m_recovery = nullptr;
+    QString m_previewProblem;
     Editor m_editor;
     QTimer m_renderTimer;
     QTimer m_emptyFileGrace;

@@ -7,6 +7,7 @@
 #include "EmptyHint.h"
 #include "FindBar.h"
 #include "PreviewPage.h"
+#include "TabNotice.h"
 #include "workspace/SidebarView.h"
 
 #include <algorithm>
@@ -55,6 +56,10 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     areaLayout->setSpacing(0);
     areaLayout->addWidget(m_pageFind);
     areaLayout->addWidget(m_banner);
+    auto *unwatched = new TabNotice(area);
+    areaLayout->addWidget(unwatched);
+    auto *previewProblem = new TabNotice(area);
+    areaLayout->addWidget(previewProblem);
     areaLayout->addWidget(m_panes, 1);
     m_banner->hide();
     m_pageFind->hide();
@@ -81,7 +86,7 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
                              [this](double line) { EditorView::scrollToLine(m_editor, line); },
                              [this](int line) { EditorView::placeCaretAtLine(m_editor, line); }});
 
-    connect(m_editor, &EditorView::textEdited, document, &OpenDocument::setText);
+    connect(m_editor, &EditorView::textEdited, document, &OpenDocument::setLineFeedText);
     connect(document, &OpenDocument::textChanged, this,
             [this] { m_editor->setBoundText(this->document()->text()); });
     connect(m_editor, &EditorView::scrolled, this, [this](double topLine) {
@@ -98,6 +103,18 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     connect(m_controller, &DocumentController::diskChangePendingChanged, m_banner,
             &QWidget::setVisible);
     connect(m_controller, &DocumentController::openRequested, this, &DocumentTab::openRequested);
+    const auto showUnwatched = [unwatched](bool show) {
+        unwatched->setMessage(
+            show ? tr("Changes made to this file by other programs cannot be noticed right "
+                      "now: the system’s file watches are used up. Lumo keeps trying; close "
+                      "other programs that watch many files to free some.")
+                 : QString());
+    };
+    connect(m_controller, &DocumentController::unwatchedChanged, this, showUnwatched);
+    showUnwatched(m_controller->isUnwatched());
+    connect(m_controller, &DocumentController::previewProblemChanged, previewProblem,
+            &TabNotice::setMessage);
+    previewProblem->setMessage(m_controller->previewProblem());
     connect(m_sidebar, &SidebarView::leaveRequested, this,
             [this] { showMode(m_controller->mode()); });
     connect(m_banner, &DiskChangeBanner::reloadClicked, this,

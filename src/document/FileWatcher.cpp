@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QHash>
 #include <QPointer>
 #include <QSocketNotifier>
@@ -14,9 +15,12 @@
 namespace {
 
 constexpr quint32 eventMask =
-    IN_MODIFY | IN_ATTRIB | IN_CLOSE_WRITE | IN_MOVE_SELF | IN_DELETE_SELF | IN_DONT_FOLLOW;
+    IN_MODIFY | IN_ATTRIB | IN_CLOSE_WRITE | IN_MOVE_SELF | IN_DELETE_SELF;
 constexpr quint32 goneMask = IN_MOVE_SELF | IN_DELETE_SELF | IN_IGNORED | IN_UNMOUNT;
+// Symbolic links a path goes through before its file, at most (the kernel's own limit).
+constexpr int linkHops = 40;
 
+// Through symbolic links.
 bool identify(const QString &path, quint64 *device, quint64 *inode)
 {
     struct stat info
@@ -29,11 +33,19 @@ bool identify(const QString &path, quint64 *device, quint64 *inode)
     return true;
 }
 
+// Whether a failed watch means the path is not there, rather than that the system
+// refuses the watch.
+bool isMissing(int error)
+{
+    return error == ENOENT || error == ENOTDIR || error == ELOOP;
+}
+
 } // namespace
 
 // One inotify descriptor for the whole process, however many files are watched, so
-// open documents never run into the per-user limit of inotify instances. The kernel
-// gives two watches of the same file one watch descriptor, hence the lists.
+// open documents never run into the per-user limit of inotify instances. When no
+// descriptor can be had (that limit reached by other programs), each watch asks again.
+// The kernel gives two watches of the same file one watch descriptor, hence the lists.
 class InotifyHub : public QObject
 {
 public:
@@ -45,11 +57,14 @@ public:
         return hub;
     }
 
-    int add(const QString &path, FileWatcher *watcher)
+    // The watch descriptor, or -1 with errno set. A link is watched itself, not the
+    // file it names.
+    int add(const QString &path, FileWatcher *watcher, bool link)
     {
-        if (m_fd < 0)
+        if (m_fd < 0 && !open())
             return -1;
-        const int wd = inotify_add_watch(m_fd, QFile::encodeName(path).constData(), eventMask);
+        const int wd = inotify_add_watch(m_fd, QFile::encodeName(path).constData(),
+                                         link ? eventMask | IN_DONT_FOLLOW : eventMask);
         if (wd >= 0 && !m_watchers[wd].contains(watcher))
             m_watchers[wd].append(watcher);
         return wd;
@@ -76,12 +91,18 @@ public:
 private:
     explicit InotifyHub(QObject *parent)
         : QObject(parent)
-        , m_fd(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
     {
+        open();
+    }
+
+    bool open()
+    {
+        m_fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
         if (m_fd < 0)
-            return;
+            return false;
         auto *notifier = new QSocketNotifier(m_fd, QSocketNotifier::Read, this);
         connect(notifier, &QSocketNotifier::activated, this, &InotifyHub::readEvents);
+        return true;
     }
 
     void readEvents()
@@ -104,13 +125,13 @@ private:
             if (it.value() & IN_IGNORED)
                 m_watchers.remove(it.key());
             for (FileWatcher *watcher : watchers) {
-                if (watcher->m_watch == it.key())
+                if (watcher->m_watches.contains(it.key()))
                     watcher->handleEvents(it.value());
             }
         }
     }
 
-    int m_fd;
+    int m_fd = -1;
     QHash<int, QList<FileWatcher *>> m_watchers;
 };
 
@@ -122,7 +143,7 @@ FileWatcher::FileWatcher(std::function<void()> onChange, QObject *parent)
     m_pending.setInterval(debounceMilliseconds);
     m_retry.setSingleShot(true);
     m_retry.setInterval(retryMilliseconds);
-    // Only ever pending while the path of the latest watch() is missing.
+    // Only ever pending while the path of the latest watch() is missing or blocked.
     connect(&m_retry, &QTimer::timeout, this, [this] { watch(m_path, true); });
     m_longest.setSingleShot(true);
     m_longest.setInterval(longestWaitMilliseconds);
@@ -142,11 +163,20 @@ void FileWatcher::watch(const QString &path)
 
 void FileWatcher::detach()
 {
-    if (m_watch < 0)
+    InotifyHub *hub = InotifyHub::instance();
+    for (const int wd : std::as_const(m_watches)) {
+        if (hub)
+            hub->remove(wd, this);
+    }
+    m_watches.clear();
+}
+
+void FileWatcher::setBlocked(bool blocked)
+{
+    if (blocked == m_blocked)
         return;
-    if (InotifyHub *hub = InotifyHub::instance())
-        hub->remove(m_watch, this);
-    m_watch = -1;
+    m_blocked = blocked;
+    Q_EMIT blockedChanged(blocked);
 }
 
 void FileWatcher::watch(const QString &path, bool reattaching)
@@ -154,19 +184,46 @@ void FileWatcher::watch(const QString &path, bool reattaching)
     detach();
     m_retry.stop();
     m_path = path;
-    if (path.isEmpty())
+    if (path.isEmpty()) {
+        setBlocked(false);
         return;
-
-    InotifyHub *hub = InotifyHub::instance();
-    const bool present = identify(path, &m_device, &m_inode);
-    const int wd = present && hub ? hub->add(path, this) : -1;
-    if (wd < 0) {
+    }
+    if (!attach(path)) {
+        detach();
         m_retry.start();
         return;
     }
-    m_watch = wd;
+    setBlocked(false);
     if (reattaching)
         fire();
+}
+
+bool FileWatcher::attach(const QString &path)
+{
+    InotifyHub *hub = InotifyHub::instance();
+    if (!hub || !identify(path, &m_device, &m_inode)) {
+        setBlocked(false);
+        return false;
+    }
+    // The file itself, then every link on the way to it, so that pointing one of them
+    // elsewhere is noticed too.
+    const auto add = [&](const QString &where, bool link) {
+        const int wd = hub->add(where, this, link);
+        if (wd < 0)
+            setBlocked(!isMissing(errno));
+        else
+            m_watches.append(wd);
+        return wd >= 0;
+    };
+    if (!add(path, false))
+        return false;
+    QFileInfo link(path);
+    for (int hop = 0; hop < linkHops && link.isSymLink(); ++hop) {
+        if (!add(link.filePath(), true))
+            return false;
+        link.setFile(link.symLinkTarget());
+    }
+    return true;
 }
 
 void FileWatcher::handleEvents(quint32 mask)

@@ -12,6 +12,14 @@
 // the file is missing it is looked for again every 0.3 s; its coming back counts
 // as a change.
 //
+// A path that is a symbolic link (or a chain of them) is followed: changes to the
+// file it names are reported, and so is pointing the link elsewhere.
+//
+// When the file is there but the system refuses to watch it (the user's inotify
+// watches or instances are used up), the watcher is blocked: it says so and tries
+// again every 0.3 s; getting the watch back counts as a change, since one may have
+// been missed meanwhile.
+//
 // Main thread only. Destroying the watcher stops it; no callback runs afterwards.
 class FileWatcher : public QObject
 {
@@ -25,24 +33,32 @@ public:
     void watch(const QString &path);
 
     QString path() const { return m_path; }
-    bool isAttached() const { return m_watch >= 0; }
+    bool isAttached() const { return !m_watches.isEmpty(); }
+    bool isBlocked() const { return m_blocked; }
 
     static constexpr int debounceMilliseconds = 120;
     static constexpr int longestWaitMilliseconds = 200;
     static constexpr int retryMilliseconds = 300;
 
+Q_SIGNALS:
+    void blockedChanged(bool blocked);
+
 private:
     friend class InotifyHub;
 
     void watch(const QString &path, bool reattaching);
+    bool attach(const QString &path);
     void detach();
+    void setBlocked(bool blocked);
     void handleEvents(quint32 mask);
     void fire();
     void deliver();
 
     std::function<void()> m_onChange;
     QString m_path;
-    int m_watch = -1;
+    // The file's own watch first, then one on each symbolic link leading to it.
+    QList<int> m_watches;
+    bool m_blocked = false;
     // The identity of the watched file, to tell a replacement from a change.
     quint64 m_device = 0;
     quint64 m_inode = 0;

@@ -61,17 +61,23 @@ bool MarkdownDocument::write(const QString &path, QString *error) const
     const QFileInfo info(path);
     const QString target = info.isSymLink() ? info.symLinkTarget() : path;
 
+    // Unbuffered, so that a full disk fails a write call itself, with its reason.
     QSaveFile file(target);
     const QByteArray bytes = data();
-    bool written = file.open(QIODevice::WriteOnly);
+    bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
     // The replacement is a new file: give it the permissions of the one it replaces.
     if (written && QFileInfo::exists(target))
         written = file.setPermissions(QFile::permissions(target));
-    written = written && file.write(bytes) == bytes.size() && file.commit();
-    if (!written) {
-        setError(
-            error,
-            tr("The file “%1” could not be saved: %2").arg(info.fileName(), file.errorString()));
+    // A short write says nothing of why; the next call fails with the reason.
+    for (qint64 done = 0; written && done < bytes.size();) {
+        const qint64 count = file.write(bytes.constData() + done, bytes.size() - done);
+        written = count > 0;
+        done += count;
+    }
+    const QString reason = file.errorString();
+    if (!written || !file.commit()) {
+        setError(error, tr("The file “%1” could not be saved: %2")
+                            .arg(info.fileName(), written ? file.errorString() : reason));
         return false;
     }
     return true;

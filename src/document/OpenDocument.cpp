@@ -1,5 +1,7 @@
 #include "OpenDocument.h"
 
+#include "LineEndings.h"
+
 #include <QCoreApplication>
 #include <QFileInfo>
 
@@ -39,6 +41,11 @@ void OpenDocument::setText(const QString &text)
     Q_EMIT textChanged();
 }
 
+void OpenDocument::setLineFeedText(const QString &text)
+{
+    setText(LineEndings::applyEdit(m_document.text, text));
+}
+
 bool OpenDocument::save(QString *error)
 {
     if (m_path.isEmpty())
@@ -47,6 +54,7 @@ bool OpenDocument::save(QString *error)
         return false;
     m_savedText = m_document.text;
     setModified(false);
+    Q_EMIT saved();
     return true;
 }
 
@@ -61,6 +69,7 @@ bool OpenDocument::saveAs(const QString &path, QString *error)
         Q_EMIT pathChanged(m_path);
     }
     setModified(false);
+    Q_EMIT saved();
     return true;
 }
 

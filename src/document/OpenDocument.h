@@ -30,6 +30,9 @@ public:
 
     // An edit of the text; editing back to the saved text is no longer modified.
     void setText(const QString &text);
+    // An edit made where every line ends in a line feed (the editor): the lines it
+    // reached take the document's line-ending style, the others keep theirs.
+    void setLineFeedText(const QString &text);
 
     bool save(QString *error = nullptr);
     bool saveAs(const QString &path, QString *error = nullptr);
@@ -43,6 +46,8 @@ Q_SIGNALS:
     // The text was replaced from the file (revert or reload), not edited.
     void reverted();
     void modifiedChanged(bool modified);
+    // The text was written to the file (save or save as).
+    void saved();
     void pathChanged(const QString &path);
 
 private:

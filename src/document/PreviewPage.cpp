@@ -102,7 +102,6 @@ PreviewPage::PreviewPage(QObject *parent)
     auto *channel = new QWebChannel(this);
     channel->registerObject(QStringLiteral("endpoint"), new ChannelEndpoint(this));
     setWebChannel(channel, QWebEngineScript::ApplicationWorld);
-    installRelay();
     setBackgroundColor(Qt::transparent);
     // The page comes from a file; the web images a document names are fetched unless
     // RemoteContentFilter refuses them.
@@ -110,11 +109,8 @@ PreviewPage::PreviewPage(QObject *parent)
 
     connect(this, &QWebEnginePage::loadStarted, this,
             [this] { failPendingReplies(QStringLiteral("the page was reloaded")); });
-    connect(this, &QWebEnginePage::renderProcessTerminated, this, [this] {
-        failPendingReplies(QStringLiteral("the page's process ended"));
-        // A new renderer process does not get the page's scripts by itself.
-        installRelay();
-    });
+    connect(this, &QWebEnginePage::renderProcessTerminated, this,
+            [this] { failPendingReplies(QStringLiteral("the page's process ended")); });
 }
 
 PreviewPage::~PreviewPage()
@@ -137,6 +133,8 @@ void PreviewPage::installRelay()
 
 void PreviewPage::loadIndex()
 {
+    // Anew for every load: a new renderer process sometimes comes up without it.
+    installRelay();
     const QUrl index = indexUrl();
     if (QFileInfo::exists(index.toLocalFile()))
         load(index);

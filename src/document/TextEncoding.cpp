@@ -126,6 +126,11 @@ QByteArray detectorGuess(const QByteArray &data)
         return {};
     uchardet_data_end(detector.get());
     QByteArray name(uchardet_get_charset(detector.get()));
+    // The detector's one name for a code page that the converters know by another.
+    // The others they lack (JOHAB, ISO-8859-16, VISCII, the Georgian ones) fail the
+    // round trip, as any wrong guess does.
+    if (name.compare("UHC", Qt::CaseInsensitive) == 0)
+        return QByteArrayLiteral("windows-949");
     // Text labelled Latin-1 or ASCII in the wild is almost always Windows-1252, whose
     // printable 0x80-0x9F (curly quotes, dashes) Latin-1 would turn into controls.
     if (name.compare("ISO-8859-1", Qt::CaseInsensitive) == 0 ||

@@ -1,5 +1,6 @@
 #include "EditorView.h"
 
+#include "document/LineEndings.h"
 #include "MarkdownHighlighter.h"
 
 #include <algorithm>
@@ -94,7 +95,8 @@ void EditorView::setBoundText(const QString &text)
         m_unshownText = text;
         return;
     }
-    if (text == this->text())
+    // The view holds line feeds only; the text may end its lines otherwise.
+    if (LineEndings::toLineFeeds(text) == this->text())
         return;
     QTextCursor cursor = textCursor();
     const int anchor = std::min(cursor.anchor(), static_cast<int>(text.size()));

@@ -35,7 +35,8 @@ public:
     static void placeCaretAtLine(QPlainTextEdit *view, int line);
 
 Q_SIGNALS:
-    // The user changed the text; carries the whole new text.
+    // The user changed the text; carries the whole new text, every line ending in a
+    // line feed.
     void textEdited(const QString &text);
     // The top visible line moved.
     void scrolled(double topLine);

@@ -106,8 +106,11 @@ std::optional<TextChange> indentListItem(const QString &text, Selection selectio
     qsizetype spaces = 0;
     while (spaces < 2 && spaces < line.length && text.at(line.start + spaces) == u' ')
         ++spaces;
-    const qsizetype start = std::max(selection.location - spaces, line.start);
-    return TextChange{line.start, spaces, QString(), start, selection.length};
+    // Both ends move back with the removed spaces, but not before the line.
+    const auto moved = [&](qsizetype position) { return std::max(position - spaces, line.start); };
+    const qsizetype start = moved(selection.location);
+    return TextChange{line.start, spaces, QString(), start,
+                      moved(selection.location + selection.length) - start};
 }
 
 TextChange toggleWrap(const QString &text, Selection selection, const QString &marker)

@@ -111,9 +111,10 @@ void MarkdownHighlighter::contentsChanged(int position, int removed, int added)
         return;
     }
     if (removed == added && replaced == inserted && removed > 0) {
-        // Formats only: nothing the rules can see has changed.
         const QString now = rawText(position, position + static_cast<int>(inserted));
-        if (QStringView(m_text).mid(position, replaced) == now)
+        // The same characters within one line: nothing the rules can see has changed.
+        // Across lines the lines were made anew, without their styles.
+        if (QStringView(m_text).mid(position, replaced) == now && !now.contains(u'\n'))
             return;
         m_text.replace(position, replaced, now);
     } else {

@@ -105,6 +105,29 @@ private:
     std::vector<Style> m_styles;
 };
 
+// The text as the expressions accept it: they refuse a whole text that holds an
+// unpaired surrogate, so each becomes U+FFFD, which keeps every position.
+QStringView matchable(QStringView text, QString &storage)
+{
+    const auto unpaired = [&](qsizetype i) {
+        const QChar c = text[i];
+        if (c.isHighSurrogate())
+            return i + 1 >= text.size() || !text[i + 1].isLowSurrogate();
+        return c.isLowSurrogate() && (i == 0 || !text[i - 1].isHighSurrogate());
+    };
+    qsizetype i = 0;
+    while (i < text.size() && !(text[i].isSurrogate() && unpaired(i)))
+        ++i;
+    if (i == text.size())
+        return text;
+    storage = text.toString();
+    for (; i < text.size(); ++i) {
+        if (text[i].isSurrogate() && unpaired(i))
+            storage[i] = QChar::ReplacementCharacter;
+    }
+    return storage;
+}
+
 Range captured(const QRegularExpressionMatch &match, qint64 offset, int group = 0)
 {
     return {offset + match.capturedStart(group), match.capturedLength(group)};
@@ -114,6 +137,8 @@ Range captured(const QRegularExpressionMatch &match, qint64 offset, int group = 
 
 QList<Block> findBlocks(QStringView text)
 {
+    QString storage;
+    text = matchable(text, storage);
     QList<Block> blocks;
     const auto collect = [&](const QRegularExpression &expression, Block::Kind kind) {
         QRegularExpressionMatchIterator matches = expression.globalMatch(text);
@@ -169,10 +194,12 @@ Range dirtyRange(QStringView text, const QList<Block> &oldBlocks, const QList<Bl
         before.insert({block.kind, {start, std::max<qint64>(0, end - start)}});
     }
     QSet<Block> after(newBlocks.begin(), newBlocks.end());
+    bool fencesChanged = false;
     const auto widen = [&](const QSet<Block> &blocks, const QSet<Block> &others) {
         for (const Block &block : blocks) {
             if (others.contains(block))
                 continue;
+            fencesChanged = fencesChanged || block.kind != Block::Kind::Comment;
             const Range range = clamped(block.range, length);
             const qint64 start = std::min(dirty.location, range.location);
             dirty = {start, std::max(dirty.end(), range.end()) - start};
@@ -180,6 +207,16 @@ Range dirtyRange(QStringView text, const QList<Block> &oldBlocks, const QList<Bl
     };
     widen(before, after);
     widen(after, before);
+    // A comment is muted only where no fence or front matter meets it: when those
+    // changed, a comment that reaches into the restyled span may have changed all along.
+    for (const Block &block : fencesChanged ? newBlocks : QList<Block>()) {
+        const Range range = clamped(block.range, length);
+        if (block.kind == Block::Kind::Comment && range.location <= dirty.end() &&
+            range.end() >= dirty.location) {
+            const qint64 start = std::min(dirty.location, range.location);
+            dirty = {start, std::max(dirty.end(), range.end()) - start};
+        }
+    }
 
     // Whole lines, and the line the edit ends on: a line broken in two has its second
     // half in a line of its own, which no earlier styling covers.
@@ -210,7 +247,8 @@ QList<StyleRun> style(QStringView text, const QList<Block> &blocks, Range range)
     }
     const QList<Range> protectedRanges = merged(fenced);
 
-    const QStringView slice = text.mid(range.location, range.length);
+    QString storage;
+    const QStringView slice = matchable(text.mid(range.location, range.length), storage);
     const auto each = [&](const QRegularExpression &expression, auto add) {
         QRegularExpressionMatchIterator matches = expression.globalMatch(slice);
         while (matches.hasNext()) {

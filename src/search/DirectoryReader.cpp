@@ -59,6 +59,10 @@ std::vector<DirectoryReader::Entry> DirectoryReader::entries() const
             const char *name = entry->d_name;
             if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0)))
                 continue;
+            // Paths are strings of UTF-8 file names: such a name could be listed but
+            // never opened again.
+            if (!QByteArrayView(name).isValidUtf8())
+                continue;
             list.push_back({name, entry->d_type});
         }
     }

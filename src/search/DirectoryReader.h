@@ -32,7 +32,8 @@ public:
 
     bool isOpen() const { return m_fd >= 0; }
 
-    // Every entry but "." and "..", in the file system's order.
+    // Every entry but "." and ".." and those whose names are not UTF-8, in the file
+    // system's order.
     std::vector<Entry> entries() const;
 
     // What the entry is; a symbolic link to a file counts as a file, a dangling one as

@@ -21,7 +21,7 @@
 // Only a line that holds a match is found again in the source (by walking on from
 // the last one found) and folded anew with a byte-by-byte map back to its source,
 // to place the match exactly. Folding keeps line breaks as they are, so lines are
-// counted in the folded text.
+// found in the folded text, and counted in the source between the lines found.
 
 namespace {
 
@@ -186,12 +186,15 @@ void searchFile(const MarkdownFile &file, std::string_view needle, int perFile, 
     for (std::size_t at = findIn(folded, needle, 0); at != std::string_view::npos;
          at = findIn(folded, needle, lineStart)) {
         for (std::size_t brk = nextBreak(folded, lineStart); brk < at;
-             brk = nextBreak(folded, lineStart)) {
+             brk = nextBreak(folded, lineStart))
             lineStart = brk + breakAt(folded, brk);
-            ++lineIndex;
-        }
         const std::size_t sourceStart =
             TextFolding::sourceOffset(text, knownSource, knownFolded, lineStart);
+        // Counted in the source: folding may drop a mark between CR and LF and join
+        // two breaks into one.
+        for (std::size_t brk = nextBreak(text, knownSource); brk < sourceStart;
+             brk = nextBreak(text, brk + breakAt(text, brk)))
+            ++lineIndex;
         knownSource = sourceStart;
         knownFolded = lineStart;
         const std::string_view line =
@@ -209,7 +212,6 @@ void searchFile(const MarkdownFile &file, std::string_view needle, int perFile, 
         if (end == folded.size())
             return;
         lineStart = end + breakAt(folded, end);
-        ++lineIndex;
     }
 }
 

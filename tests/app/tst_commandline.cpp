@@ -38,6 +38,7 @@ private Q_SLOTS:
     void migrationRunsOnce();
     void stylesheetMigration();
     void customStylesheet();
+    void aLinkedStylesheetFollowsItsFile();
     void editingTheStylesheet();
 
 public Q_SLOTS:
@@ -421,6 +422,28 @@ void TestCommandLine::customStylesheet()
     file.close();
     css.reload();
     QVERIFY(css.text().isEmpty());
+}
+
+void TestCommandLine::aLinkedStylesheetFollowsItsFile()
+{
+    // As dotfile managers keep it: the stylesheet a link into a repository.
+    QTemporaryDir dir;
+    QVERIFY(QDir(dir.path()).mkpath(u"dotfiles"_s) && QDir(dir.path()).mkpath(u"Lumo"_s));
+    const QString real = dir.filePath(u"dotfiles/lumo.css"_s);
+    const auto put = [](const QString &path, const QByteArray &css) {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(css) == css.size());
+    };
+    put(real, "h1 { color: red; }");
+    const QString path = dir.filePath(u"Lumo/custom.css"_s);
+    QVERIFY(QFile::link(real, path));
+    CustomCSS css(path);
+    QCOMPARE(css.text(), u"h1 { color: red; }"_s);
+
+    QSignalSpy changed(&css, &CustomCSS::changed);
+    put(real, "h1 { color: blue; }");
+    QTRY_COMPARE(changed.count(), 1);
+    QCOMPARE(css.text(), u"h1 { color: blue; }"_s);
 }
 
 void TestCommandLine::editingTheStylesheet()

@@ -2,6 +2,7 @@
 // happens around changes on disk.
 #include "app/Preferences.h"
 #include "document/DocumentController.h"
+#include "document/PageRecovery.h"
 #include "support/WebTest.h"
 
 #include <csignal>
@@ -24,6 +25,9 @@ private Q_SLOTS:
     void staleTaskTogglesAreIgnored();
     void deferredActionsRunOnceAfterTheFirstRender();
     void aCrashedPageComesBack();
+    void aRendererKilledAgainAndAgainComesBackEachTime();
+    void aPageThatKeepsDyingGivesUpAndLeavesTheDocumentEditable();
+    void aDocumentTooLargeToPreviewSaysSo();
     void zoomSteps_data();
     void zoomSteps();
 
@@ -170,6 +174,16 @@ void TestDocumentController::changesOnDisk()
     QCOMPARE(document->text(), u"theirs again\n"_s);
     QVERIFY(!document->isModified());
     QVERIFY(!controller->diskChangePending());
+
+    // Saving over the outside change settles it.
+    document->setText(u"mine at last\n"_s);
+    write(u"doc.md"_s, "theirs once more\n");
+    QTRY_VERIFY(controller->diskChangePending());
+    QVERIFY(document->save());
+    QVERIFY(!controller->diskChangePending());
+    QTest::qWait(400);
+    QVERIFY(!controller->diskChangePending());
+    QCOMPARE(document->text(), u"mine at last\n"_s);
 }
 
 void TestDocumentController::staleTaskTogglesAreIgnored()
@@ -235,6 +249,81 @@ void TestDocumentController::aCrashedPageComesBack()
     QVERIFY(controller->isReady());
     QCOMPARE(eval(controller, u"document.querySelector('main h1').textContent"_s).toString(),
              u"Survivor, edited"_s);
+}
+
+void TestDocumentController::aRendererKilledAgainAndAgainComesBackEachTime()
+{
+    auto *document = new OpenDocument(u"# Round 0"_s);
+    DocumentController *controller = open(document);
+    QSignalSpy rendered(controller, &DocumentController::renderCompleted);
+    QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000);
+    // A new renderer sometimes comes up without the page's relay and never says
+    // "ready"; the page is then loaded again.
+    for (int round = 1; round <= 15; ++round) {
+        const qint64 renderer = controller->page()->renderProcessPid();
+        QVERIFY(renderer > 0);
+        QCOMPARE(::kill(static_cast<pid_t>(renderer), SIGKILL), 0);
+        QTRY_VERIFY(!controller->isReady());
+        document->setText(u"# Round %1"_s.arg(round));
+        QTRY_VERIFY_WITH_TIMEOUT(controller->isReady() && controller->completedRevision() ==
+                                                              controller->renderRevision(),
+                                 30000);
+        QCOMPARE(eval(controller, u"document.querySelector('main h1').textContent"_s).toString(),
+                 u"Round %1"_s.arg(round));
+    }
+    QVERIFY(controller->previewProblem().isEmpty());
+}
+
+void TestDocumentController::aPageThatKeepsDyingGivesUpAndLeavesTheDocumentEditable()
+{
+    // Long enough that no render completes before the renderer is gone.
+    const QString path = write(
+        u"doc.md"_s, "# Doomed\n\n" + QByteArray("Some *words* and `code`.\n\n").repeated(100'000));
+    OpenDocument *document = OpenDocument::open(path, nullptr);
+    DocumentController *controller = open(document);
+    // The renderer dies as soon as the page is ready, as it does for a document that
+    // exhausts its memory.
+    int loads = 0;
+    connect(controller->page(), &PreviewPage::messageReceived, this,
+            [&](const QJsonObject &message) {
+                if (message.value(u"type"_s).toString() != u"ready"_s)
+                    return;
+                ++loads;
+                ::kill(static_cast<pid_t>(controller->page()->renderProcessPid()), SIGKILL);
+            });
+    QSignalSpy problem(controller, &DocumentController::previewProblemChanged);
+    QTRY_COMPARE_WITH_TIMEOUT(problem.count(), 1, 60000);
+    // A load may also die before it is ready; either way the loads are bounded.
+    QVERIFY2(loads >= 1 && loads <= PageRecovery::attempts, qPrintable(QString::number(loads)));
+    QVERIFY(controller->previewProblem().contains(u"stopped working"_s));
+    const int given = loads;
+    QTest::qWait(1500);
+    QCOMPARE(loads, given);
+    QVERIFY(!controller->isReady());
+
+    document->setText(u"# Still mine\n"_s);
+    QVERIFY(document->save());
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), "# Still mine\n"_ba);
+}
+
+void TestDocumentController::aDocumentTooLargeToPreviewSaysSo()
+{
+    const QString line = u"Some words of a very long document.\n"_s;
+    auto *document =
+        new OpenDocument(line.repeated(DocumentController::largestPreview / line.size() + 1));
+    DocumentController *controller = open(document);
+    QSignalSpy problem(controller, &DocumentController::previewProblemChanged);
+    QTRY_COMPARE_WITH_TIMEOUT(problem.count(), 1, 20000);
+    QVERIFY(controller->previewProblem().contains(u"too large to preview"_s));
+    QCOMPARE(controller->renderRevision(), 0);
+
+    // Cut down to size, it shows.
+    document->setText(u"# Small again"_s);
+    QSignalSpy rendered(controller, &DocumentController::renderCompleted);
+    QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000);
+    QVERIFY(controller->previewProblem().isEmpty());
 }
 
 void TestDocumentController::zoomSteps_data()

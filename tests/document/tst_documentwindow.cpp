@@ -8,6 +8,7 @@
 #include "workspace/SidebarView.h"
 
 #include <QAction>
+#include <QFile>
 #include <QJsonObject>
 #include <QMenuBar>
 #include <QPlainTextEdit>
@@ -30,6 +31,8 @@ private Q_SLOTS:
     void anEmptyWindowSaysHowToBegin();
     void nothingIsClippedAtAnyWidth_data();
     void nothingIsClippedAtAnyWidth();
+    void typingKeepsTheFilesLineEndings_data();
+    void typingKeepsTheFilesLineEndings();
 
 private:
     static QAction *action(QWidget *window, const QString &text)
@@ -289,6 +292,46 @@ void TestDocumentWindow::nothingIsClippedAtAnyWidth()
         QVERIFY(tab->editor()->width() >= DocumentTab::editorMinimumWidth);
     QCOMPARE(tab->findChild<SidebarView *>()->isVisible(), sidebarShown);
     QVERIFY(tab->controller()->sidebarVisible());
+}
+
+void TestDocumentWindow::typingKeepsTheFilesLineEndings_data()
+{
+    QTest::addColumn<QByteArray>("original");
+    QTest::addColumn<QByteArray>("saved");
+
+    QTest::newRow("crlf") << "# A\r\n\r\nb\r\n"_ba
+                          << "# AX\r\nY\r\n\r\nb\r\n"_ba;
+    QTest::newRow("cr") << "# A\r\rb\r"_ba
+                        << "# AX\rY\r\rb\r"_ba;
+    QTest::newRow("mixed") << "# A\r\nb\nc\r\n"_ba
+                           << "# AX\r\nY\r\nb\nc\r\n"_ba;
+}
+
+void TestDocumentWindow::typingKeepsTheFilesLineEndings()
+{
+    QFETCH(QByteArray, original);
+    QFETCH(QByteArray, saved);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"doc.md"_s);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(original) == original.size());
+    file.close();
+
+    DocumentWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    DocumentTab *tab = window.addDocument(OpenDocument::open(path, nullptr));
+    tab->controller()->toggleMode();
+    QTRY_VERIFY(tab->editor()->hasFocus());
+    tab->editor()->moveCursor(QTextCursor::Start);
+    QTest::keyClick(tab->editor(), Qt::Key_End);
+    QTest::keyClicks(tab->editor(), u"X"_s);
+    QTest::keyClick(tab->editor(), Qt::Key_Return);
+    QTest::keyClicks(tab->editor(), u"Y"_s);
+    QVERIFY(tab->document()->save());
+
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), saved);
 }
 
 LUMO_WEB_TEST_MAIN(TestDocumentWindow)

@@ -1,12 +1,99 @@
 #include "document/FileWatcher.h"
 
+#include <cerrno>
+#include <fcntl.h>
 #include <memory>
 #include <QDir>
 #include <QFile>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/inotify.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+// A process of the test's own that uses up the user's inotify instances or watches
+// and holds them until it is destroyed. Watches go on files of its own, made in
+// folder, a few dozen instances each watching all of them.
+class InotifyHog
+{
+public:
+    enum class Resource { Instances, Watches };
+
+    InotifyHog(Resource resource, const QString &folder)
+    {
+        int ready[2];
+        int release[2];
+        if (::pipe(ready) != 0 || ::pipe(release) != 0)
+            return;
+        const QByteArray base = QFile::encodeName(folder);
+        m_pid = ::fork();
+        if (m_pid == 0) {
+            ::close(ready[0]);
+            ::close(release[1]);
+            char held = exhaust(resource, base) ? 1 : 0;
+            (void)!::write(ready[1], &held, 1);
+            (void)!::read(release[0], &held, 1); // until the test closes its end
+            ::_exit(0);
+        }
+        ::close(ready[1]);
+        ::close(release[0]);
+        m_release = release[1];
+        char held = 0;
+        m_holding = m_pid > 0 && ::read(ready[0], &held, 1) == 1 && held == 1;
+        ::close(ready[0]);
+    }
+    ~InotifyHog()
+    {
+        if (m_release >= 0)
+            ::close(m_release);
+        if (m_pid > 0)
+            ::waitpid(m_pid, nullptr, 0);
+    }
+
+    bool isHolding() const { return m_holding; }
+
+private:
+    static bool exhaust(Resource resource, const QByteArray &folder)
+    {
+        if (resource == Resource::Instances) {
+            while (inotify_init1(IN_CLOEXEC) >= 0) {
+            }
+            return errno == EMFILE;
+        }
+        QFile limit(u"/proc/sys/fs/inotify/max_user_watches"_s);
+        if (!limit.open(QIODevice::ReadOnly))
+            return false;
+        const long files = limit.readAll().trimmed().toLong() / 32 + 1;
+        QList<QByteArray> names;
+        for (long i = 0; i < files; ++i) {
+            names.append(folder + '/' + QByteArray::number(qlonglong(i)));
+            const int fd = ::open(names.last().constData(), O_CREAT | O_WRONLY, 0600);
+            if (fd < 0)
+                return false;
+            ::close(fd);
+        }
+        for (;;) {
+            const int instance = inotify_init1(IN_CLOEXEC);
+            if (instance < 0)
+                return false;
+            for (const QByteArray &name : std::as_const(names)) {
+                if (inotify_add_watch(instance, name.constData(), IN_MODIFY) < 0)
+                    return errno == ENOSPC;
+            }
+        }
+    }
+
+    pid_t m_pid = -1;
+    int m_release = -1;
+    bool m_holding = false;
+};
+
+} // namespace
 
 // Real files and real inotify. Waits are generous multiples of the watcher's delays;
 // what is checked is how many calls arrive, never when.
@@ -16,6 +103,10 @@ class TestFileWatcher : public QObject
 
 private Q_SLOTS:
     void init();
+    // First: the process's shared inotify descriptor must not exist yet.
+    void usedUpInstancesAreToldAndRetried();
+    void usedUpWatchesAreToldAndRetried();
+    void followsSymbolicLinksAndTheirRetargeting();
     void burstsOfWritesGiveOneCall_data();
     void burstsOfWritesGiveOneCall();
     void aFileWrittenWithoutPauseIsReportedAsItGoes();
@@ -230,6 +321,78 @@ void TestFileWatcher::noDescriptorLeak()
     }
     QCOMPARE(openDescriptors(), before);
     QCOMPARE(kernelWatches(), watchesBefore);
+}
+
+void TestFileWatcher::usedUpInstancesAreToldAndRetried()
+{
+    const QString file = path(u"doc.md"_s);
+    write(file, "v1"_ba);
+    QSignalSpy blocked(m_watcher.get(), &FileWatcher::blockedChanged);
+    {
+        const InotifyHog hog(InotifyHog::Resource::Instances, m_dir->path());
+        QVERIFY(hog.isHolding());
+        m_watcher->watch(file);
+        QVERIFY(!m_watcher->isAttached());
+        QVERIFY(m_watcher->isBlocked());
+        write(file, "v2"_ba, QIODevice::Append);
+    }
+    QTRY_VERIFY(m_watcher->isAttached());
+    QVERIFY(!m_watcher->isBlocked());
+    QCOMPARE(blocked.count(), 2);
+    // A change may have been missed meanwhile.
+    QTRY_COMPARE(m_calls, 1);
+    write(file, "v3"_ba, QIODevice::Append);
+    QTRY_COMPARE(m_calls, 2);
+}
+
+void TestFileWatcher::usedUpWatchesAreToldAndRetried()
+{
+    const QString file = path(u"doc.md"_s);
+    write(file, "v1"_ba);
+    QVERIFY(QDir(m_dir->path()).mkdir(u"hog"_s));
+    QSignalSpy blocked(m_watcher.get(), &FileWatcher::blockedChanged);
+    {
+        const InotifyHog hog(InotifyHog::Resource::Watches, path(u"hog"_s));
+        QVERIFY(hog.isHolding());
+        m_watcher->watch(file);
+        QVERIFY(!m_watcher->isAttached());
+        QVERIFY(m_watcher->isBlocked());
+        // A missing file is no failure to watch.
+        m_watcher->watch(path(u"missing.md"_s));
+        QVERIFY(!m_watcher->isBlocked());
+        m_watcher->watch(file);
+        QVERIFY(m_watcher->isBlocked());
+    }
+    QTRY_VERIFY(m_watcher->isAttached());
+    QVERIFY(!m_watcher->isBlocked());
+    QCOMPARE(blocked.count(), 4);
+    QTRY_COMPARE(m_calls, 1);
+    write(file, "v2"_ba, QIODevice::Append);
+    QTRY_COMPARE(m_calls, 2);
+}
+
+void TestFileWatcher::followsSymbolicLinksAndTheirRetargeting()
+{
+    // outer.md -> link.md -> real.md, relative as dotfile managers make them.
+    write(path(u"real.md"_s), "real"_ba);
+    write(path(u"other.md"_s), "other"_ba);
+    const QByteArray folder = QFile::encodeName(m_dir->path());
+    QCOMPARE(::symlink("real.md", folder + "/link.md"), 0);
+    QCOMPARE(::symlink("link.md", folder + "/outer.md"), 0);
+    m_watcher->watch(path(u"outer.md"_s));
+
+    write(path(u"real.md"_s), " changed"_ba, QIODevice::Append);
+    QTRY_COMPARE(m_calls, 1);
+
+    // The middle link now names another file, replaced the way ln -sf does it.
+    QCOMPARE(::symlink("other.md", folder + "/link.tmp"), 0);
+    QCOMPARE(::rename(folder + "/link.tmp", folder + "/link.md"), 0);
+    QTRY_COMPARE(m_calls, 2);
+    write(path(u"other.md"_s), " changed"_ba, QIODevice::Append);
+    QTRY_COMPARE(m_calls, 3);
+    write(path(u"real.md"_s), " again"_ba, QIODevice::Append);
+    settle();
+    QCOMPARE(m_calls, 3);
 }
 
 QTEST_GUILESS_MAIN(TestFileWatcher)

@@ -1,11 +1,15 @@
+#include "document/LineEndings.h"
 #include "document/MarkdownDocument.h"
 #include "document/OpenDocument.h"
 
+#include <csignal>
+#include <cstring>
 #include <QFile>
 #include <QSignalSpy>
 #include <QStringEncoder>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -24,9 +28,12 @@ private Q_SLOTS:
     void saveReplacesTheFileKeepingItsPermissions();
     void saveWritesThroughASymbolicLink();
     void failedSaveSaysWhy();
+    void saveRefusedByTheSystemSaysItsReason();
     void openEditSaveReopen_data();
     void openEditSaveReopen();
     void pipedTextIsNotAnEdit();
+    void editsKeepLineEndings_data();
+    void editsKeepLineEndings();
 
 private:
     QString path(const QString &name) const { return m_dir->filePath(name); }
@@ -159,6 +166,28 @@ void TestMarkdownDocument::failedSaveSaysWhy()
     QVERIFY2(error.startsWith(u"The file “doc.md” could not be saved: "_s), qPrintable(error));
 }
 
+void TestMarkdownDocument::saveRefusedByTheSystemSaysItsReason()
+{
+    const QString file = path(u"doc.md"_s);
+    put(file, "old"_ba);
+    // A file-size limit of this process fails the write part way, as a full disk does.
+    rlimit limit{};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit original = limit;
+    limit.rlim_cur = 4096;
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    QString error;
+    const bool saved = MarkdownDocument{QString(100'000, u'x')}.write(file, &error);
+    ::setrlimit(RLIMIT_FSIZE, &original);
+    std::signal(SIGXFSZ, handler);
+
+    QVERIFY(!saved);
+    const QString reason = QString::fromLocal8Bit(std::strerror(EFBIG));
+    QVERIFY2(error.endsWith(reason), qPrintable(error));
+    QCOMPARE(contents(file), "old"_ba);
+}
+
 void TestMarkdownDocument::openEditSaveReopen_data()
 {
     QTest::addColumn<QByteArray>("original");
@@ -214,6 +243,41 @@ void TestMarkdownDocument::pipedTextIsNotAnEdit()
     QVERIFY(!piped.isModified());
     piped.setText(u"# Edited\n"_s);
     QVERIFY(piped.isModified());
+}
+
+void TestMarkdownDocument::editsKeepLineEndings_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("edited");
+    QTest::addColumn<QString>("result");
+
+    QTest::newRow("lf") << u"a\nb\n"_s << u"a\nbc\n"_s << u"a\nbc\n"_s;
+    QTest::newRow("crlf, typing") << u"a\r\nb\r\n"_s << u"ax\nb\n"_s << u"ax\r\nb\r\n"_s;
+    QTest::newRow("crlf, new line") << u"a\r\nb\r\n"_s << u"a\nx\nb\n"_s << u"a\r\nx\r\nb\r\n"_s;
+    QTest::newRow("crlf, joined lines") << u"a\r\nb\r\nc"_s << u"ab\nc"_s << u"ab\r\nc"_s;
+    QTest::newRow("cr, new line at the end") << u"a\rb"_s << u"a\nb\n"_s << u"a\rb\r"_s;
+    QTest::newRow("cr, everything replaced") << u"a\rb\r"_s << u"x\ny"_s << u"x\ry"_s;
+    QTest::newRow("mixed, untouched lines kept")
+        << u"a\r\nb\nc\rd\r\n"_s << u"a\nB\nc\nd\n"_s << u"a\r\nB\nc\rd\r\n"_s;
+    QTest::newRow("mixed, new line takes the most frequent")
+        << u"a\r\nb\r\nc\n"_s << u"a\nb\nc\nd\n"_s << u"a\r\nb\r\nc\nd\r\n"_s;
+    QTest::newRow("blank lines, one removed")
+        << u"a\r\n\r\n\r\nb"_s << u"a\n\nb"_s << u"a\r\n\r\nb"_s;
+    QTest::newRow("unchanged") << u"a\r\nb\rc\n"_s << u"a\nb\nc\n"_s << u"a\r\nb\rc\n"_s;
+    QTest::newRow("emptied") << u"a\r\n"_s << QString() << QString();
+    QTest::newRow("lone cr before a new line feed")
+        << u"a\rb\nc\nd"_s << u"a\n\nb\nc\nd"_s << u"a\r\n\nb\nc\nd"_s;
+    QTest::newRow("lone cr meeting a line feed")
+        << u"a\rX\nb\nc"_s << u"a\n\nb\nc"_s << u"a\r\n\nb\nc"_s;
+}
+
+void TestMarkdownDocument::editsKeepLineEndings()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, edited);
+    QFETCH(QString, result);
+    QCOMPARE(LineEndings::toLineFeeds(result), edited);
+    QCOMPARE(LineEndings::applyEdit(text, edited), result);
 }
 
 QTEST_APPLESS_MAIN(TestMarkdownDocument)

@@ -15,7 +15,8 @@ private Q_SLOTS:
     void roundTrip_data();
     void roundTrip();
     void utf16WithoutMarkUsesAtMostTheSample();
-    void shiftJis();
+    void eastAsianCodePages_data();
+    void eastAsianCodePages();
     void unrepresentableCharactersFallBackToUtf8_data();
     void unrepresentableCharactersFallBackToUtf8();
 };
@@ -135,18 +136,36 @@ void TestTextEncoding::utf16WithoutMarkUsesAtMostTheSample()
     QCOMPARE(TextEncoding::utf16WithoutBOM("a"_ba), std::nullopt);
 }
 
-void TestTextEncoding::shiftJis()
+void TestTextEncoding::eastAsianCodePages_data()
 {
-    const QString text =
-        u"# 日本語の文書\n\nこれはシフトJISで保存された、ごく普通のマークダウン文書です。"
-        u"漢字と仮名が混ざった文章を、正しく読み込めることを確かめます。\n"_s;
-    QStringEncoder encoder("Shift_JIS");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("encoding");
+    QTest::addColumn<QByteArray>("detected");
+
+    QTest::newRow("shift-jis")
+        << u"# 日本語の文書\n\nこれはシフトJISで保存された、ごく普通のマークダウン文書です。"
+           u"漢字と仮名が混ざった文章を、正しく読み込めることを確かめます。\n"_s
+        << "Shift_JIS"_ba
+        << "SHIFT_JIS"_ba;
+    // The detector calls this "UHC", a name the converters do not know.
+    QTest::newRow("euc-kr") << u"# 안녕하세요\n\n한국어 문서입니다. 이 파일은 완성형 한글 "
+                               u"인코딩으로 저장되었고, 제대로 읽혀야 합니다.\n"_s
+                            << "EUC-KR"_ba
+                            << "WINDOWS-949"_ba;
+}
+
+void TestTextEncoding::eastAsianCodePages()
+{
+    QFETCH(QString, text);
+    QFETCH(QByteArray, encoding);
+    QFETCH(QByteArray, detected);
+    QStringEncoder encoder(encoding.constData());
     QVERIFY(encoder.isValid());
     const QByteArray data = encoder.encode(text);
 
     const auto decoded = TextEncoding::decode(data);
     QCOMPARE(decoded.text, text);
-    QCOMPARE(decoded.encoding.encoding.toUpper(), QByteArray("SHIFT_JIS"));
+    QCOMPARE(decoded.encoding.encoding.toUpper(), detected);
     QCOMPARE(decoded.encoding.encode(decoded.text), data);
 }
 

@@ -88,6 +88,10 @@ void TestMarkdownEditing::assists_data()
     QTest::newRow("tab elsewhere") << u"plain|"_s << u"Tab"_s << u"plain\t|"_s;
     QTest::newRow("outdent") << u"   - a|"_s << u"Backtab"_s << u" - a|"_s;
     QTest::newRow("outdent stops at the line") << u"  |- a"_s << u"Backtab"_s << u"|- a"_s;
+    QTest::newRow("outdent a selection from the leading spaces")
+        << u" «  - a»"_s << u"Backtab"_s << u"« - a»"_s;
+    QTest::newRow("outdent a selection across lines")
+        << u"  - a\n «  - b»"_s << u"Backtab"_s << u"  - a\n« - b»"_s;
     QTest::newRow("bold") << u"a «b» c"_s << u"**"_s << u"a **«b»** c"_s;
     QTest::newRow("bold caret") << u"a |"_s << u"**"_s << u"a **|**"_s;
     QTest::newRow("unbold selected markers") << u"«**word**»"_s << u"**"_s << u"«word»"_s;

@@ -68,6 +68,8 @@ private Q_SLOTS:
     void editsRestyleTheLinesTheyReach_data();
     void editsRestyleTheLinesTheyReach();
     void incrementalStylingEqualsStylingFromScratch();
+    void linesReplacedByTheSameTextAreStyledAgain();
+    void anUnpairedSurrogateStylesTheRest();
 };
 
 void TestMarkdownHighlighter::styles_data()
@@ -174,6 +176,10 @@ void TestMarkdownHighlighter::editsRestyleTheLinesTheyReach_data()
         << u"# ab cd\n"_s << 3 << u"\n"_s << u"b cd"_s << u"base/base"_s;
     QTest::newRow("front matter at the start")
         << u"a: b\n---\n# h"_s << 0 << u"---\n"_s << u"a: b"_s << u"base/muted"_s;
+    QTest::newRow("a fence appearing inside a comment")
+        << u"<!--\n*x*\n``\ny\n-->\n"_s << 9 << u"`"_s << u"*x*"_s << u"em/base"_s;
+    QTest::newRow("a fence vanishing inside a comment")
+        << u"<!--\n*x*\n```\ny\n-->\n"_s << 9 << u"a"_s << u"*x*"_s << u"em/muted"_s;
 }
 
 void TestMarkdownHighlighter::editsRestyleTheLinesTheyReach()
@@ -192,7 +198,7 @@ void TestMarkdownHighlighter::editsRestyleTheLinesTheyReach()
     const QString after = before.left(at) + typed + before.mid(at);
     QCOMPARE(highlighter.text(), after);
     const QStringList all = looks(&document, highlighter);
-    const qsizetype from = after.indexOf(part, at + typed.size());
+    const qsizetype from = after.lastIndexOf(part);
     QVERIFY(from >= 0);
     for (qsizetype i = from; i < from + part.size(); ++i)
         QCOMPARE(all.at(i), look);
@@ -239,6 +245,35 @@ void TestMarkdownHighlighter::incrementalStylingEqualsStylingFromScratch()
                          qPrintable(u"step %1, position %2 of:\n%3"_s.arg(step).arg(i).arg(text)));
         }
     }
+}
+
+void TestMarkdownHighlighter::linesReplacedByTheSameTextAreStyledAgain()
+{
+    const QString text = u"# one\n# two\n# three\n"_s;
+    QTextDocument document(text);
+    MarkdownHighlighter highlighter(&document);
+    highlighter.highlightAll();
+    const QStringList before = looks(&document, highlighter);
+    QTextCursor cursor(&document);
+    cursor.setPosition(2);
+    cursor.setPosition(15, QTextCursor::KeepAnchor);
+    QString selected = cursor.selectedText();
+    cursor.insertText(selected.replace(QChar::ParagraphSeparator, u'\n'));
+    QCOMPARE(highlighter.text(), text);
+    QCOMPARE(looks(&document, highlighter), before);
+}
+
+void TestMarkdownHighlighter::anUnpairedSurrogateStylesTheRest()
+{
+    QString text = u"# head\n\nsome *em* and `code`\n"_s;
+    text.insert(9, QChar(0xD800));
+    QTextDocument document(text);
+    MarkdownHighlighter highlighter(&document);
+    highlighter.highlightAll();
+    const QStringList all = looks(&document, highlighter);
+    QCOMPARE(all.at(text.indexOf(u"head"_s)), u"strong/base"_s);
+    QCOMPARE(all.at(text.indexOf(u"em*"_s)), u"em/base"_s);
+    QCOMPARE(all.at(text.indexOf(u"code"_s)), u"base/code+bg"_s);
 }
 
 QTEST_MAIN(TestMarkdownHighlighter)

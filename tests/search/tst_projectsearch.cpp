@@ -55,6 +55,9 @@ void TestProjectSearch::matches_data()
         << u"Café crème\ncafe creme\n"_s << u"CAFÉ"_s << QStringList{u"0:Café"_s, u"1:cafe"_s};
     QTest::newRow("every line break") << u"aa\r\nbb\rcc\u2028dd\u2029ee\u0085needle\n\nneedle"_s
                                       << u"needle"_s << QStringList{u"5:needle"_s, u"7:needle"_s};
+    QTest::newRow("a mark alone between CR and LF")
+        << u"a\r\u0301\nneedle\r\u0301\nneedle"_s << u"needle"_s
+        << QStringList{u"2:needle"_s, u"4:needle"_s};
     QTest::newRow("trimmed") << u"an apple"_s << u" \tap\t "_s << QStringList{u"0:ap"_s};
     QTest::newRow("one letter between spaces") << u"a a a"_s << u"  a  "_s << QStringList{};
     QTest::newRow("a letter and its accent are one character")

@@ -1,8 +1,12 @@
 #include "support/TreeBuilder.h"
 #include "workspace/FolderScanner.h"
 
+#include <fcntl.h>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -14,6 +18,7 @@ private Q_SLOTS:
     void keepsMarkdownInDisplayOrder_data();
     void keepsMarkdownInDisplayOrder();
     void linkedFoldersAreNotFollowed();
+    void namesThatAreNotUtf8AreLeftOut();
     void budgetCountsEveryEntry_data();
     void budgetCountsEveryEntry();
     void homeSkipsOnlyItsOwnChildren();
@@ -89,6 +94,33 @@ void TestFolderScanner::linkedFoldersAreNotFollowed()
              (QStringList{u"real/"_s, u"real/a.md"_s, u"real/b.md"_s, u"alias.md"_s}));
     // A linked root is browsed through its link.
     QCOMPARE(FolderScanner::scan(dir.filePath(u"linked"_s)).fileCount, 2);
+}
+
+void TestFolderScanner::namesThatAreNotUtf8AreLeftOut()
+{
+    QTemporaryDir dir;
+    QVERIFY(TreeBuilder::make(dir.path(), {u"good.md"_s, u"folder/inside.md"_s}));
+    // Latin-1 names from an old archive: no path in the program can name them.
+    const QByteArray base = QFile::encodeName(dir.path());
+    const QList<QByteArray> files{base + "/r\xe9sum\xe9.md", base + "/caf\xe9/a.md",
+                                  base + "/folder/\xff.md"};
+    // Nor can the temporary folder's own clean-up.
+    const auto removeThem = qScopeGuard([&] {
+        for (const QByteArray &name : files)
+            ::unlink(name.constData());
+        ::rmdir(base + "/caf\xe9");
+    });
+    QCOMPARE(::mkdir(base + "/caf\xe9", 0700), 0);
+    for (const QByteArray &name : files) {
+        const int fd = ::open(name.constData(), O_CREAT | O_WRONLY, 0600);
+        QVERIFY(fd >= 0);
+        ::close(fd);
+    }
+
+    const FolderScanner::Result result = FolderScanner::scan(dir.path());
+    QCOMPARE(outline(result.nodes),
+             (QStringList{u"folder/"_s, u"folder/inside.md"_s, u"good.md"_s}));
+    QCOMPARE(result.fileCount, 2);
 }
 
 void TestFolderScanner::budgetCountsEveryEntry_data()

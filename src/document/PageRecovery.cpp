@@ -1,0 +1,52 @@
+#include "PageRecovery.h"
+
+#include "PreviewPage.h"
+
+PageRecovery::PageRecovery(PreviewPage *page, QObject *parent)
+    : QObject(parent)
+    , m_page(page)
+{
+    m_readyTimeout.setSingleShot(true);
+    m_readyTimeout.setInterval(readyTimeoutMilliseconds);
+    connect(&m_readyTimeout, &QTimer::timeout, this, &PageRecovery::retry);
+    connect(page, &QWebEnginePage::renderProcessTerminated, this, [this] {
+        m_readyTimeout.stop();
+        // Not from inside the engine's own notification: the new process is started
+        // only for a load asked for afterwards.
+        QMetaObject::invokeMethod(this, &PageRecovery::retry, Qt::QueuedConnection);
+    });
+}
+
+void PageRecovery::load()
+{
+    if (!m_page || m_gaveUp)
+        return;
+    m_readyTimeout.start();
+    m_page->loadIndex();
+}
+
+void PageRecovery::pageBecameReady()
+{
+    m_readyTimeout.stop();
+}
+
+void PageRecovery::pageRendered()
+{
+    m_failures = 0;
+}
+
+void PageRecovery::retry()
+{
+    if (m_gaveUp)
+        return;
+    Q_EMIT pageLost();
+    if (++m_failures >= attempts) {
+        m_gaveUp = true;
+        m_readyTimeout.stop();
+        if (m_page)
+            m_page->triggerAction(QWebEnginePage::Stop);
+        Q_EMIT gaveUp();
+        return;
+    }
+    load();
+}

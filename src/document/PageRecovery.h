@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+
+class PreviewPage;
+
+// Keeps a reading page alive: loads it, and loads it again when its renderer process
+// ends or when it does not say "ready" in time (a new renderer sometimes comes up
+// without the page's relay). Loads that fail in a row, without a render completed in
+// between, are bounded: after the last one it gives up for good rather than crash
+// and reload forever.
+//
+// Main thread only. The owner reports what the page says (ready, rendered).
+class PageRecovery : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int readyTimeoutMilliseconds = 15000;
+    // Loads in a row that may fail before giving up; the first load counts.
+    static constexpr int attempts = 4;
+
+    explicit PageRecovery(PreviewPage *page, QObject *parent = nullptr);
+
+    void load();
+    void pageBecameReady();
+    void pageRendered();
+    bool hasGivenUp() const { return m_gaveUp; }
+
+Q_SIGNALS:
+    // The page shown so far is gone (its renderer ended, or it is loaded again).
+    void pageLost();
+    // No more loads: the page failed `attempts` times in a row.
+    void gaveUp();
+
+private:
+    void retry();
+
+    QPointer<PreviewPage> m_page;
+    QTimer m_readyTimeout;
+    int m_failures = 0;
+    bool m_gaveUp = false;
+};

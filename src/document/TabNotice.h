@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QFrame>
+
+class QLabel;
+
+// A strip over a document that tells the reader something about it that needs no
+// answer (its changes on disk cannot be watched, its preview failed). Hidden until
+// given a message; an empty message hides it again.
+class TabNotice : public QFrame
+{
+    Q_OBJECT
+
+public:
+    explicit TabNotice(QWidget *parent = nullptr);
+
+    void setMessage(const QString &message);
+    QString message() const;
+
+private:
+    QLabel *m_label;
+};
