@@ -50,6 +50,8 @@ lumo_build() {
     local build="${LUMO_BUILD_DIR:-$source/build}"
     local launcher=()
     command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    # Paths relative to the checkout, so that another clone of it (CI's) reuses the cache.
+    export CCACHE_BASEDIR="$source" CCACHE_NOHASHDIR=1
     cmake -S "$source" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
         -DLUMO_WERROR=ON "${launcher[@]}" >/dev/null
     local targets=()
