@@ -1,12 +1,12 @@
 #include "PDFBackground.h"
 
+#include "PDFBytes.h"
+
 #include <exception>
 #include <QFile>
-#include <qpdf/Buffer.hh>
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFPageObjectHelper.hh>
-#include <qpdf/QPDFWriter.hh>
 #include <QRegularExpression>
 #include <QSaveFile>
 
@@ -61,13 +61,7 @@ std::optional<QByteArray> fill(const QByteArray &pdf, const QColor &color, QStri
                 fillOperators(color, box.llx, box.lly, box.urx - box.llx, box.ury - box.lly);
             page.addPageContents(document.newStream(operators.toStdString()), true);
         }
-        QPDFWriter writer(document);
-        writer.setOutputMemory();
-        writer.setStreamDataMode(qpdf_s_compress);
-        writer.write();
-        const std::unique_ptr<Buffer> buffer(writer.getBuffer());
-        return QByteArray(reinterpret_cast<const char *>(buffer->getBuffer()),
-                          static_cast<qsizetype>(buffer->getSize()));
+        return pdfBytes(document, true);
     } catch (const std::exception &failure) {
         if (error)
             *error = QString::fromLocal8Bit(failure.what());

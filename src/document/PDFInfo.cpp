@@ -1,9 +1,9 @@
 #include "PDFInfo.h"
 
-#include <qpdf/Buffer.hh>
+#include "PDFBytes.h"
+
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFObjectHandle.hh>
-#include <qpdf/QPDFWriter.hh>
 
 namespace PDFInfo {
 
@@ -20,12 +20,7 @@ std::optional<QByteArray> withTitle(const QByteArray &pdf, const QString &title,
             trailer.replaceKey("/Info", info);
         }
         info.replaceKey("/Title", QPDFObjectHandle::newUnicodeString(title.toStdString()));
-        QPDFWriter writer(document);
-        writer.setOutputMemory();
-        writer.write();
-        const std::unique_ptr<Buffer> buffer(writer.getBuffer());
-        return QByteArray(reinterpret_cast<const char *>(buffer->getBuffer()),
-                          static_cast<qsizetype>(buffer->getSize()));
+        return pdfBytes(document);
     } catch (const std::exception &failure) {
         if (error)
             *error = QString::fromLocal8Bit(failure.what());

@@ -1,11 +1,10 @@
 #include "PDFOutline.h"
 
+#include "PDFBytes.h"
+
 #include <exception>
-#include <memory>
-#include <qpdf/Buffer.hh>
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFNameTreeObjectHelper.hh>
-#include <qpdf/QPDFWriter.hh>
 
 namespace PDFOutline {
 
@@ -38,16 +37,6 @@ std::map<QString, QPDFObjectHandle> namedDestinations(QPDF &document)
             value = value.getKey("/D");
     }
     return found;
-}
-
-QByteArray written(QPDF &document)
-{
-    QPDFWriter writer(document);
-    writer.setOutputMemory();
-    writer.write();
-    const std::unique_ptr<Buffer> buffer(writer.getBuffer());
-    return QByteArray(reinterpret_cast<const char *>(buffer->getBuffer()),
-                      static_cast<qsizetype>(buffer->getSize()));
 }
 
 struct Node
@@ -132,7 +121,7 @@ std::optional<QByteArray> add(const QByteArray &pdf, const QList<OutlineItem> &h
         QPDFObjectHandle root = document.getRoot();
         root.replaceKey("/Outlines", stack.back().item);
         root.replaceKey("/PageMode", QPDFObjectHandle::newName("/UseOutlines"));
-        return written(document);
+        return pdfBytes(document);
     } catch (const std::exception &failure) {
         if (error)
             *error = QString::fromLocal8Bit(failure.what());
