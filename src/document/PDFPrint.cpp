@@ -56,7 +56,7 @@ const QString prepareScript = QStringLiteral(R"JS((() => {
 
 const QString restoreScript =
     QStringLiteral("document.getElementById('lumo-print-targets')?.remove();\n"
-                   "mv.setAppearance(null);");
+                   "mv.endPrint();");
 
 QString modeName(Appearance appearance)
 {
@@ -120,7 +120,7 @@ void toFile(PreviewPage *page, const QString &path, Appearance appearance, Done 
         done(false, error);
     };
     page->callAwaited(
-        QStringLiteral("setAppearance"), PageScript::json(modeName(appearance)),
+        QStringLiteral("prepareForPrint"), PageScript::json(modeName(appearance)),
         [guard, path, appearance, done, restore, fail](const QJsonValue &, const QString &error) {
             if (!error.isEmpty() || !guard) {
                 fail(error.isEmpty() ? tr("The page went away.") : error);
@@ -167,7 +167,7 @@ void toPrinter(QWebEngineView *view, QPrinter *printer, Done done)
             static_cast<PreviewPage *>(guard->page())->call(restoreScript);
     };
     static_cast<PreviewPage *>(view->page())
-        ->callAwaited(QStringLiteral("setAppearance"), PageScript::json(QStringLiteral("light")),
+        ->callAwaited(QStringLiteral("prepareForPrint"), PageScript::json(QStringLiteral("light")),
                       [guard, printer, done, restore](const QJsonValue &, const QString &error) {
                           if (!guard || !error.isEmpty()) {
                               restore();

@@ -31,6 +31,7 @@ struct PdfFacts
     int documentLinks = 0;
     QStringList bookmarks; // top-level outline titles
     QString title;
+    int images = 0; // image XObjects on the pages
 };
 
 PdfFacts readPdf(const QString &path)
@@ -45,6 +46,7 @@ PdfFacts readPdf(const QString &path)
         facts.firstContents.append(QByteArray(reinterpret_cast<const char *>(data->getBuffer()),
                                               static_cast<qsizetype>(data->getSize())));
         facts.boxes.append(page.getMediaBox().getArrayAsRectangle());
+        facts.images += static_cast<int>(page.getImages().size());
         for (QPDFAnnotationObjectHelper &link : page.getAnnotations("/Link")) {
             QPDFObjectHandle annotation = link.getObjectHandle();
             if (annotation.getKeyIfDict("/A").getKeyIfDict("/URI").isString())
@@ -157,7 +159,7 @@ void TestExport::pdfAppearance()
                           "[the end](#the-end).\n\n";
     for (int i = 0; i < 60; ++i)
         markdown += "Paragraph " + QByteArray::number(i) + " of some length to fill a page.\n\n";
-    markdown += "## The end\n\nDone.\n";
+    markdown += "## The end\n\nDone. \xF0\x9F\x8E\x89\n"; // an emoji, in colour only
     DocumentController *controller = open(markdown);
     QVERIFY(controller);
     setDesktopDark(desktopDark);
@@ -191,6 +193,12 @@ void TestExport::pdfAppearance()
     QCOMPARE(pdf.documentLinks, 1);
     QCOMPARE(pdf.bookmarks, QStringList{u"Report"_s});
     QCOMPARE(pdf.title, u"doc"_s);
+    // The colour emoji went to paper as a picture, and came back as text.
+    QCOMPARE(pdf.images, 1);
+    QTRY_COMPARE(WebTest::evaluate(controller->page(),
+                                   u"document.querySelector('main').lastElementChild.textContent"_s)
+                     .toString(),
+                 u"Done. \U0001F389"_s);
     // The page is back in the desktop's appearance.
     QTRY_COMPARE(pageIsDark(controller), desktopDark);
 }

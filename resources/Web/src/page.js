@@ -10,6 +10,7 @@ import { createEnhancer } from './enhance.js';
 import { createAppearance } from './appearance.js';
 import { installDiagramMenu } from './diagrams.js';
 import { exportHTML, localImages, richHTML } from './export.js';
+import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
 
 const CHANGE_MARK_MS = 2400;
@@ -297,6 +298,16 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       await enhancer.flush();
       getComputedStyle(document.documentElement).getPropertyValue('--bg'); // settle styles before printing
       return appearance.isDark() ? 'dark' : 'light';
+    },
+    /** Light or dark for printing, with colour emoji drawn as pictures until endPrint. */
+    async prepareForPrint(mode) {
+      const answer = await api.setAppearance(mode);
+      emojiAsPictures(container);
+      return answer;
+    },
+    endPrint() {
+      emojiAsText(container);
+      return api.setAppearance(null);
     },
     /** The window's own appearance, from the native side ("light", "dark", or null to follow the system). */
     setWindowAppearance(mode) {
