@@ -13,6 +13,7 @@ const SHARPNESS = 4;
 function draw(text, size) {
   const canvas = document.createElement('canvas');
   const context = canvas.getContext('2d');
+  if (!context) return null;
   const font = `${size * SHARPNESS}px "Noto Color Emoji", sans-serif`;
   context.font = font;
   canvas.width = Math.max(1, Math.ceil(context.measureText(text).width));
@@ -37,9 +38,10 @@ export function emojiAsPictures(container) {
     const parts = document.createDocumentFragment();
     let at = 0;
     for (const match of node.data.matchAll(EMOJI)) {
-      if (match.index > at) parts.append(node.data.slice(at, match.index));
       const key = `${size} ${match[0]}`;
       if (!drawn.has(key)) drawn.set(key, draw(match[0], size));
+      if (!drawn.get(key)) continue; // nothing to draw with: the text stays
+      if (match.index > at) parts.append(node.data.slice(at, match.index));
       const picture = document.createElement('img');
       picture.className = 'lumo-emoji';
       picture.alt = match[0];

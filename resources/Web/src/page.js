@@ -11,6 +11,7 @@ import { createAppearance } from './appearance.js';
 import { installDiagramMenu } from './diagrams.js';
 import { exportHTML, localImages, richHTML } from './export.js';
 import { emojiAsPictures, emojiAsText } from './emoji.js';
+import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
 
 const CHANGE_MARK_MS = 2400;
@@ -299,13 +300,15 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       getComputedStyle(document.documentElement).getPropertyValue('--bg'); // settle styles before printing
       return appearance.isDark() ? 'dark' : 'light';
     },
-    /** Light or dark for printing, with colour emoji drawn as pictures until endPrint. */
+    /** Light or dark for printing, with colour emoji drawn as pictures and headings kept with what follows until endPrint. */
     async prepareForPrint(mode) {
       const answer = await api.setAppearance(mode);
       emojiAsPictures(container);
+      keepHeadingsWithNext(container);
       return answer;
     },
     endPrint() {
+      releaseHeadings(container);
       emojiAsText(container);
       return api.setAppearance(null);
     },

@@ -39,7 +39,7 @@ before(async () => {
     const end = Number(this.getAttribute('data-line-end'));
     return { top: start * 20 - scrollY, height: (end - start) * 20, width: 600 };
   };
-  for (const name of ['window', 'document', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'cancelAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
+  for (const name of ['window', 'document', 'NodeFilter', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'cancelAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
     Object.defineProperty(globalThis, name, { value: name === 'window' ? window : window[name], configurable: true, writable: true });
   }
   const { post } = await import('../src/bridge.js');
@@ -311,4 +311,18 @@ test('an edit of the last text renders as the whole text would; a page without t
     assert.deepEqual(take(), [{ type: 'resync', rev: 30 }], name);
     assert.equal(main.innerHTML, edited, name);
   }
+});
+
+test('printing boxes each heading with a short block after it, then gives the page back as it was', async () => {
+  mv.render('# One\n\nShort.\n\n## Two\n\n## Three\n\nText \u{1F389}.', null, { rev: 40 });
+  take();
+  const before = main.innerHTML;
+  await mv.prepareForPrint('light');
+  assert.deepEqual(
+    Array.from(main.querySelectorAll(':scope > .lumo-keep'), (box) => Array.from(box.children, (el) => el.tagName)),
+    [['H1', 'P'], ['H2', 'P']],
+  );
+  await mv.endPrint();
+  assert.equal(main.innerHTML, before);
+  take();
 });
