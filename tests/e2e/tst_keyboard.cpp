@@ -1,6 +1,8 @@
 // A day at the keyboard: the real lumo on its own X server (Xvfb), real key events
 // typed into whatever has the focus (xdotool, through the X test extension), and the
 // window's state read back through the diagnostic hooks.
+#include "support/LumoHome.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -68,7 +70,7 @@ private:
     QProcess m_xvfb;
     QString m_display;
     QString m_xdotool;
-    std::unique_ptr<QTemporaryDir> m_home;
+    std::unique_ptr<LumoHome> m_home;
     std::unique_ptr<QProcess> m_lumo;
     QByteArray m_output;
     int m_probes = 0;
@@ -102,12 +104,8 @@ void TestKeyboard::cleanupTestCase()
 
 void TestKeyboard::init()
 {
-    m_home = std::make_unique<QTemporaryDir>();
+    m_home = std::make_unique<LumoHome>();
     QVERIFY(m_home->isValid());
-    QDir(m_home->path()).mkpath(u"config/Lumo"_s);
-    QDir(m_home->path()).mkpath(u"run"_s);
-    QFile::setPermissions(m_home->filePath(u"run"_s),
-                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     m_output.clear();
 }
 
@@ -122,10 +120,7 @@ void TestKeyboard::cleanup()
 
 QProcessEnvironment TestKeyboard::environment() const
 {
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(u"XDG_CONFIG_HOME"_s, m_home->filePath(u"config"_s));
-    env.insert(u"XDG_DATA_HOME"_s, m_home->filePath(u"data"_s));
-    env.insert(u"XDG_RUNTIME_DIR"_s, m_home->filePath(u"run"_s));
+    QProcessEnvironment env = m_home->environment();
     env.insert(u"DISPLAY"_s, m_display);
     env.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
     env.insert(u"QT_QUICK_BACKEND"_s, u"software"_s);
@@ -136,10 +131,7 @@ QProcessEnvironment TestKeyboard::environment() const
 
 void TestKeyboard::start(const QStringList &arguments)
 {
-    QFile conf(m_home->filePath(u"config/Lumo/Lumo.conf"_s));
-    QVERIFY(conf.open(QIODevice::WriteOnly));
-    conf.write("[General]\nlaunchedBefore=true\ndebugHooks=true\n");
-    conf.close();
+    QVERIFY(m_home->writeSettings("debugHooks=true\n"));
 
     m_lumo = std::make_unique<QProcess>();
     m_lumo->setProcessEnvironment(environment());
@@ -147,8 +139,7 @@ void TestKeyboard::start(const QStringList &arguments)
             [this] { m_output += m_lumo->readAllStandardOutput(); });
     m_lumo->start(QStringLiteral(LUMO_BINARY), arguments);
     QVERIFY(m_lumo->waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(
-        QFile::exists(m_home->filePath(u"run"_s) + u"/lumo-%1.socket"_s.arg(::getuid())), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_home->socketPath()), 20000);
     // Shown, with the keyboard, and its page rendered.
     QTRY_VERIFY_WITH_TIMEOUT(state().value(u"active"_s).toBool(), 20000);
     QTRY_VERIFY_WITH_TIMEOUT(!probe(u"document.querySelector('main > *') !== null"_s).isEmpty(),
@@ -157,22 +148,12 @@ void TestKeyboard::start(const QStringList &arguments)
 
 int TestKeyboard::run(const QStringList &arguments, const QByteArray &input)
 {
-    QProcess process;
-    process.setProcessEnvironment(environment());
-    process.start(QStringLiteral(LUMO_BINARY), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    return process.waitForFinished(30000) ? process.exitCode() : -1;
+    return LumoHome::run(environment(), QStringLiteral(LUMO_BINARY), arguments, input);
 }
 
 QString TestKeyboard::fixture(const QString &name, const QByteArray &bytes)
 {
-    const QString path = m_home->filePath(name);
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(bytes);
-    return path;
+    return m_home->fixture(name, bytes);
 }
 
 void TestKeyboard::xdotool(const QStringList &arguments)

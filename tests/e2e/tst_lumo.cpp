@@ -1,5 +1,7 @@
 // End to end: the real lumo binary, offscreen, with a temporary home, driven through
 // its command line and the diagnostic hooks exactly as a user's shell would.
+#include "support/LumoHome.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -54,7 +56,7 @@ private:
     // Writes bytes to the end of a file, as another program would.
     static void append(const QString &path, const QByteArray &bytes);
 
-    std::unique_ptr<QTemporaryDir> m_home;
+    std::unique_ptr<LumoHome> m_home;
     std::unique_ptr<QProcess> m_lumo;
     QByteArray m_output;
     int m_probes = 0;
@@ -62,12 +64,8 @@ private:
 
 void TestLumo::init()
 {
-    m_home = std::make_unique<QTemporaryDir>();
+    m_home = std::make_unique<LumoHome>();
     QVERIFY(m_home->isValid());
-    QDir(m_home->path()).mkpath(u"config/Lumo"_s);
-    QDir(m_home->path()).mkpath(u"run"_s);
-    QFile::setPermissions(m_home->filePath(u"run"_s),
-                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     m_output.clear();
 }
 
@@ -82,22 +80,15 @@ void TestLumo::cleanup()
 
 QProcessEnvironment TestLumo::environment() const
 {
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(u"XDG_CONFIG_HOME"_s, m_home->filePath(u"config"_s));
-    env.insert(u"XDG_DATA_HOME"_s, m_home->filePath(u"data"_s));
-    env.insert(u"XDG_RUNTIME_DIR"_s, m_home->filePath(u"run"_s));
+    QProcessEnvironment env = m_home->environment();
     env.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
-    env.remove(u"LUMO_DATA_DIR"_s); // the binary must find its page by itself
     return env;
 }
 
 void TestLumo::start(const QStringList &arguments, bool debugHooks, const QByteArray &settings)
 {
-    QFile conf(m_home->filePath(u"config/Lumo/Lumo.conf"_s));
-    QVERIFY(conf.open(QIODevice::WriteOnly));
-    conf.write("[General]\nlaunchedBefore=true\ndebugHooks=" +
-               QByteArray(debugHooks ? "true" : "false") + "\n" + settings);
-    conf.close();
+    QVERIFY(m_home->writeSettings("debugHooks=" + QByteArray(debugHooks ? "true" : "false") + "\n" +
+                                  settings));
 
     m_lumo = std::make_unique<QProcess>();
     m_lumo->setProcessEnvironment(environment());
@@ -107,33 +98,18 @@ void TestLumo::start(const QStringList &arguments, bool debugHooks, const QByteA
     m_lumo->start(QStringLiteral(LUMO_BINARY), arguments);
     QVERIFY(m_lumo->waitForStarted());
     // Ready once its socket answers.
-    QTRY_VERIFY_WITH_TIMEOUT(
-        QFile::exists(m_home->filePath(u"run"_s) + u"/lumo-%1.socket"_s.arg(::getuid())), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_home->socketPath()), 20000);
 }
 
 int TestLumo::run(const QStringList &arguments, const QByteArray &input, QByteArray *errors,
                   const QString &program)
 {
-    QProcess process;
-    process.setProcessEnvironment(environment());
-    process.start(program, arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    if (!process.waitForFinished(30000))
-        return -1;
-    if (errors)
-        *errors = process.readAllStandardError();
-    return process.exitCode();
+    return LumoHome::run(environment(), program, arguments, input, errors);
 }
 
 QString TestLumo::fixture(const QString &name, const QByteArray &bytes)
 {
-    const QString path = m_home->filePath(name);
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(bytes);
-    return path;
+    return m_home->fixture(name, bytes);
 }
 
 QStringList TestLumo::probe(const QString &expression)
