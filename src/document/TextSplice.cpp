@@ -1,6 +1,7 @@
 #include "TextSplice.h"
 
 #include <algorithm>
+#include <iterator>
 
 TextSplice TextSplice::between(const QString &before, const QString &after)
 {
@@ -12,10 +13,11 @@ TextSplice TextSplice::between(const QString &before, const QString &after)
         --head;
     // The common end may not reach into the common start.
     const qsizetype room = shorter - head;
-    qsizetype tail = 0;
-    while (tail < room && a[before.size() - 1 - tail] == b[after.size() - 1 - tail])
-        ++tail;
-    if (tail > 0 && a[before.size() - tail].isLowSurrogate())
-        --tail;
-    return {head, before.size() - tail, after.mid(head, after.size() - tail - head)};
+    const auto beforeEnd = std::make_reverse_iterator(a + before.size());
+    const qsizetype tail =
+        std::mismatch(beforeEnd, beforeEnd + room, std::make_reverse_iterator(b + after.size()))
+            .first -
+        beforeEnd;
+    const qsizetype kept = tail > 0 && a[before.size() - tail].isLowSurrogate() ? tail - 1 : tail;
+    return {head, before.size() - kept, after.mid(head, after.size() - kept - head)};
 }

@@ -28,25 +28,13 @@ function onScreen(node) {
 }
 
 /**
- * @param {{container: Element, scroll: {topLine: () => number, scrollToLine: (n: number) => void,
+ * @param {{container: Element, scroll: {topLine: () => number, lastInput: () => number, scrollToLine: (n: number) => void,
  *   scrollToBottom: () => void, scrollToElement: (el: Element, room: number) => void},
  *   now?: () => number}} options
  */
 export function createChangeFollower({ container, scroll, now = () => performance.now() }) {
   let followChanges = false;
-  let touched = -Infinity;
   let lost = null; // {line, prefix, at}
-
-  for (const type of ['wheel', 'touchstart', 'keydown', 'mousedown']) {
-    window.addEventListener(
-      type,
-      () => {
-        touched = now();
-        lost = null; // the reader has moved on
-      },
-      { passive: true, capture: true },
-    );
-  }
 
   // A quarter down the window, with what came before it still in sight.
   const show = (element) => scroll.scrollToElement(element, window.innerHeight / 4);
@@ -80,6 +68,7 @@ export function createChangeFollower({ container, scroll, now = () => performanc
 
     /** After the change: `text` now on the page in `total` lines, `changed` its new nodes. */
     after(view, text, total, changed) {
+      if (lost && scroll.lastInput() > lost.at) lost = null; // the reader has moved on
       if (lost) {
         if (now() - lost.at > LOST_PLACE_MS) lost = null;
         else if (total <= lost.line) return; // not back yet: the page's bottom is no place to tail
@@ -93,7 +82,7 @@ export function createChangeFollower({ container, scroll, now = () => performanc
         }
       }
       const elements = changed.filter((node) => node.nodeType === 1);
-      const following = followChanges && now() - touched >= TOUCH_QUIET_MS && elements.length > 0 && !elements.some(onScreen);
+      const following = followChanges && now() - scroll.lastInput() >= TOUCH_QUIET_MS && elements.length > 0 && !elements.some(onScreen);
       if (view.atBottom) {
         // What grows below is tailed; a change above the reader is shown when changes are followed.
         if (following && elements[0].getBoundingClientRect().top < 0) show(elements[0]);

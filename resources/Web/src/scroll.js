@@ -208,6 +208,10 @@ export function createScrollSync({ container, post }) {
   }
 
   return {
+    /** When the reader last used the wheel, a key, the mouse or a finger in the page (performance.now()). */
+    lastInput() {
+      return inputAt;
+    },
     scrollToLine(line) {
       const n = Number(line);
       if (!Number.isFinite(n)) return;

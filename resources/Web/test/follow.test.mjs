@@ -21,7 +21,9 @@ before(async () => {
 function setup() {
   const calls = [];
   let clock = 100000;
+  let input = -Infinity;
   const scroll = {
+    lastInput: () => input,
     topLine: () => layout.scrollY / 20,
     scrollToLine: (n) => calls.push(['line', n]),
     scrollToBottom: () => calls.push(['bottom']),
@@ -31,7 +33,7 @@ function setup() {
   const container = window.document.createElement('main');
   container.appendChild(block('last', 460));
   const follower = createChangeFollower({ container, scroll, now: () => clock });
-  return { follower, calls, advance: (ms) => (clock += ms) };
+  return { follower, calls, advance: (ms) => (clock += ms), touch: () => (input = clock) };
 }
 
 /** A changed block at a viewport position. */
@@ -59,10 +61,10 @@ test('tail, follow changes and the reader left alone', () => {
     ['following, nothing new (lines removed)', 1000, true, null, [], false, []],
   ];
   for (const [name, scrollY, follow, touchedAgo, changed, unmarked, expected] of cases) {
-    const { follower, calls, advance } = setup();
+    const { follower, calls, advance, touch } = setup();
     follower.setFollowChanges(follow);
     if (touchedAgo !== null) {
-      window.dispatchEvent(new window.Event('keydown'));
+      touch();
       advance(touchedAgo);
     }
     layout.scrollY = scrollY;
