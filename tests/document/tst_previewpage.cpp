@@ -413,7 +413,11 @@ void TestPreviewPage::hostileCorpusIsShownInert()
         return found;
     };
 
-    // Copy takes what the code block shows, and the block shows all its text.
+    // Copy takes what the code block shows, and the block shows all its text. The
+    // button comes with the code's colouring, after the render.
+    QTRY_VERIFY(eval(u"!!document.getElementById('hidden-code').parentElement"
+                     u".querySelector('.code-copy')"_s)
+                    .toBool());
     eval(
         u"document.getElementById('hidden-code').parentElement.querySelector('.code-copy').click()"_s);
     QTRY_COMPARE(sent(u"copy"_s).size(), 1);
