@@ -3,7 +3,8 @@
 // skipped when absent) and a bare readdir-and-stat walk (the floor). Then the time from
 // a file saved in the tree to its folder tree publishing it.
 // Run: build/bench/bench_folders [runs]
-#include "app/Preferences.h"
+#include "base/MarkdownNames.h"
+#include "base/Preferences.h"
 #include "EventLoop.h"
 #include "search/DirectoryReader.h"
 #include "search/ProjectFiles.h"
@@ -125,13 +126,14 @@ int runTool(const QString &program, const QStringList &arguments)
 QStringList findArguments(const QString &root)
 {
     QStringList arguments{root, u"("_s};
-    const QStringList skipped(ProjectFiles::skipped().begin(), ProjectFiles::skipped().end());
+    const QStringList skipped(MarkdownNames::skippedFolders().begin(),
+                              MarkdownNames::skippedFolders().end());
     for (const QString &name : skipped)
         arguments << u"-name"_s << name << u"-o"_s;
     arguments.removeLast();
     arguments << u")"_s << u"-prune"_s << u"-o"_s << u"-type"_s << u"f"_s << u"("_s;
-    const QStringList extensions(ProjectFiles::extensions().begin(),
-                                 ProjectFiles::extensions().end());
+    const QStringList extensions(MarkdownNames::extensions().begin(),
+                                 MarkdownNames::extensions().end());
     for (const QString &extension : extensions)
         arguments << u"-iname"_s << u"*."_s + extension << u"-o"_s;
     arguments.removeLast();
@@ -143,9 +145,9 @@ QStringList findArguments(const QString &root)
 QStringList fdArguments(const QString &root)
 {
     QStringList arguments{u"--no-ignore"_s, u"--hidden"_s, u"--type"_s, u"f"_s};
-    for (const QString &name : ProjectFiles::skipped())
+    for (const QString &name : MarkdownNames::skippedFolders())
         arguments << u"--exclude"_s << name;
-    for (const QString &extension : ProjectFiles::extensions())
+    for (const QString &extension : MarkdownNames::extensions())
         arguments << u"-e"_s << extension;
     arguments << u"."_s << root;
     return arguments;

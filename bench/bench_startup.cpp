@@ -4,8 +4,8 @@
 // engine processes with 1 and with 5 tabs open.
 // Run: build/bench/bench_startup   (prints figures; never fails on time)
 #include "app/Application.h"
-#include "app/Preferences.h"
 #include "app/WebEngineSetup.h"
+#include "base/Preferences.h"
 #include "document/DocumentController.h"
 #include "EventLoop.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Brand.h"
+#include "base/Brand.h"
 
 #include <optional>
 #include <QString>

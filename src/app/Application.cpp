@@ -1,13 +1,14 @@
 #include "Application.h"
 
+#include "base/DebugHooks.h"
+#include "base/Preferences.h"
+#include "base/ResourcePaths.h"
+#include "base/WarningAlert.h"
 #include "CommandLineTool.h"
-#include "DebugHooks.h"
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"
 #include "document/RevealWhenReady.h"
 #include "OpenTarget.h"
-#include "Preferences.h"
-#include "ResourcePaths.h"
 #include "workspace/FolderOpener.h"
 #include "workspace/FolderOpening.h"
 
@@ -15,7 +16,6 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QMessageBox>
 
 Application::Application(QObject *parent)
     : QObject(parent)
@@ -168,8 +168,7 @@ bool Application::openFile(const QString &path, DocumentWindow *window, QString 
     DocumentWindow *target = targetWindow(window);
     // A pristine untitled document gives way to the file the user opens.
     DocumentTab *current = target->currentTab();
-    if (current && current->document()->isUntitled() && !current->document()->isModified() &&
-        current->document()->text().isEmpty())
+    if (current && current->document()->isUntitled() && current->document()->canBeReplaced())
         target->replaceCurrent(document);
     else
         target->addDocument(document);
@@ -193,11 +192,7 @@ void Application::openFolder(const QString &path, DocumentWindow *window)
 void Application::showOpenError(const QString &message, DocumentWindow *window)
 {
     DocumentWindow *parent = window ? window : m_lastActive.get();
-    auto *box = new QMessageBox(QMessageBox::Warning, tr("Lumo"),
-                                tr("The document could not be opened."), QMessageBox::Ok, parent);
-    box->setInformativeText(message);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->open();
+    WarningAlert::show(parent, tr("The document could not be opened."), message);
 }
 
 void Application::quit()

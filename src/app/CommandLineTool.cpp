@@ -1,6 +1,6 @@
 #include "CommandLineTool.h"
 
-#include "ResourcePaths.h"
+#include "base/ResourcePaths.h"
 
 #include <QCoreApplication>
 #include <QDir>

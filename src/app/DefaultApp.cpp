@@ -1,6 +1,6 @@
 #include "DefaultApp.h"
 
-#include "Preferences.h"
+#include "base/Preferences.h"
 
 #include <memory>
 #include <optional>

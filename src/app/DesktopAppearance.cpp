@@ -1,7 +1,7 @@
 #include "DesktopAppearance.h"
 
 #include "AppearanceChoice.h"
-#include "Preferences.h"
+#include "base/Preferences.h"
 
 #include <QApplication>
 #include <QDBusConnection>
@@ -91,10 +91,7 @@ Follower::Follower(QObject *parent)
     : QObject(parent)
     , m_platformPalette(QApplication::palette())
 {
-    connect(&Preferences::shared(), &Preferences::valueChanged, this, [this](const QString &key) {
-        if (key == QLatin1String("appearance"))
-            apply();
-    });
+    connect(&Preferences::shared(), &Preferences::appearanceChanged, this, &Follower::apply);
     apply();
 
     QDBusConnection bus = QDBusConnection::sessionBus();
@@ -128,9 +125,8 @@ void Follower::settingChanged(const QString &group, const QString &key, const QD
 
 void Follower::apply()
 {
-    const Appearance chosen = AppearanceChoice::resolve(
-        Preferences::shared().value(QStringLiteral("appearance")).toString(), m_desktop,
-        appearanceOf(m_platformPalette));
+    const Appearance chosen = AppearanceChoice::resolve(Preferences::shared().appearance(),
+                                                        m_desktop, appearanceOf(m_platformPalette));
     const QPalette palette =
         chosen == Appearance::Dark
             ? (appearanceOf(m_platformPalette) == Appearance::Dark ? m_platformPalette

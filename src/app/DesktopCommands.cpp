@@ -1,8 +1,8 @@
 #include "DesktopCommands.h"
 
+#include "base/Preferences.h"
 #include "CommandLineTool.h"
 #include "DefaultApp.h"
-#include "Preferences.h"
 
 #include <QApplication>
 #include <QMainWindow>

@@ -1,6 +1,6 @@
 #include "HelpMenu.h"
 
-#include "ResourcePaths.h"
+#include "base/ResourcePaths.h"
 
 #include <QApplication>
 #include <QDialog>

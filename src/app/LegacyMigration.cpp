@@ -1,6 +1,6 @@
 #include "LegacyMigration.h"
 
-#include "Preferences.h"
+#include "base/Preferences.h"
 
 #include <QDir>
 #include <QFile>

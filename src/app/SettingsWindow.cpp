@@ -1,11 +1,11 @@
 #include "SettingsWindow.h"
 
-#include "Brand.h"
+#include "base/Brand.h"
+#include "base/Preferences.h"
+#include "base/TextScale.h"
 #include "CustomCSS.h"
 #include "DefaultApp.h"
-#include "Preferences.h"
 #include "ReaderPreferences.h"
-#include "TextScale.h"
 #include "ThemeSwatch.h"
 
 #include <algorithm>
@@ -269,9 +269,8 @@ void SettingsWindow::buildReadingSection(QWidget *content)
     sizeLayout->addWidget(m_textSize);
     sizeLayout->addWidget(m_textSizeLabel);
     form->addRow(tr("Text size"), sizeRow);
-    connect(m_textSize, &QSlider::valueChanged, this, [this](int tenths) {
-        m_preferences.setValue(QStringLiteral("textScale"), tenths / 10.0);
-    });
+    connect(m_textSize, &QSlider::valueChanged, this,
+            [this](int tenths) { m_preferences.setTextScale(tenths / 10.0); });
 
     m_loadRemoteImages = new QCheckBox(tr("Load remote images"), content);
     m_loadRemoteImages->setObjectName(QStringLiteral("loadRemoteImages"));

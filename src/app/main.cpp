@@ -4,9 +4,9 @@
 #include "app/HeadlessExport.h"
 #include "app/LaunchArguments.h"
 #include "app/LegacyMigration.h"
-#include "app/Preferences.h"
 #include "app/SingleInstance.h"
 #include "app/WebEngineSetup.h"
+#include "base/Preferences.h"
 #include "DesktopAppearance.h"
 #include "document/TextEncoding.h"
 

@@ -1,11 +1,13 @@
 #include "DocumentController.h"
 
-#include "app/Brand.h"
 #include "app/CustomCSS.h"
-#include "app/DebugHooks.h"
-#include "app/Preferences.h"
-#include "app/TextScale.h"
 #include "AssetPolicy.h"
+#include "base/Background.h"
+#include "base/Brand.h"
+#include "base/DebugHooks.h"
+#include "base/PathKey.h"
+#include "base/Preferences.h"
+#include "base/TextScale.h"
 #include "editor/MarkdownEditing.h"
 #include "FileWatcher.h"
 #include "HTMLExporter.h"
@@ -19,7 +21,6 @@
 #include "PDFPrint.h"
 #include "PreviewPage.h"
 #include "RichText.h"
-#include "search/Background.h"
 #include "workspace/ReadState.h"
 #include "workspace/RootResolver.h"
 #include "workspace/Workspace.h"
@@ -53,13 +54,6 @@ QHash<QString, QList<std::function<void()>>> &pendingActions()
 {
     static QHash<QString, QList<std::function<void()>>> actions;
     return actions;
-}
-
-// Symlinks resolved, then standardised; the cleaned path when the file is gone.
-QString keyOf(const QString &path)
-{
-    const QString canonical = QFileInfo(path).canonicalFilePath();
-    return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
 }
 
 bool elapsedMoreThan(const QElapsedTimer &timer, int milliseconds)
@@ -557,7 +551,8 @@ void DocumentController::reload(bool force, bool acceptEmpty)
 
 QString DocumentController::pathKey() const
 {
-    return m_document && !m_document->isUntitled() ? keyOf(m_document->path()) : QString();
+    return m_document && !m_document->isUntitled() ? PathKey::resolved(m_document->path())
+                                                   : QString();
 }
 
 bool DocumentController::isUnwatched() const
@@ -582,7 +577,7 @@ void DocumentController::allowAssets()
 
 void DocumentController::whenReady(const QString &path, std::function<void()> action)
 {
-    const QString key = keyOf(path);
+    const QString key = PathKey::resolved(path);
     for (DocumentController *controller : std::as_const(liveControllers())) {
         if (controller->pathKey() != key)
             continue;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Brand.h"
+#include "base/Brand.h"
 #include "OpenDocument.h"
 #include "OutlineItem.h"
 

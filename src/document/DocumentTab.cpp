@@ -1,7 +1,7 @@
 #include "DocumentTab.h"
 
-#include "app/Preferences.h"
-#include "app/TextScale.h"
+#include "base/Preferences.h"
+#include "base/TextScale.h"
 #include "DiskChangeBanner.h"
 #include "editor/EditorView.h"
 #include "EmptyHint.h"

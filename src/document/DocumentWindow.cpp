@@ -1,13 +1,17 @@
 #include "DocumentWindow.h"
 
-#include "app/Brand.h"
 #include "app/CustomCSS.h"
-#include "app/DebugHooks.h"
 #include "app/DesktopCommands.h"
 #include "app/HelpMenu.h"
-#include "app/Preferences.h"
 #include "app/ReaderPreferences.h"
 #include "app/SettingsWindow.h"
+#include "base/Brand.h"
+#include "base/DebugHooks.h"
+#include "base/MarkdownNames.h"
+#include "base/PathKey.h"
+#include "base/Preferences.h"
+#include "base/SaveFolder.h"
+#include "base/WarningAlert.h"
 #include "DocumentTab.h"
 #include "EditCommands.h"
 #include "editor/FormatMenu.h"
@@ -28,24 +32,11 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QScreen>
-#include <QStandardPaths>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolBar>
 
 namespace {
-
-QString keyOf(const QString &path)
-{
-    const QString canonical = QFileInfo(path).canonicalFilePath();
-    return canonical.isEmpty() ? QFileInfo(path).absoluteFilePath() : canonical;
-}
-
-QString markdownFilter()
-{
-    return QCoreApplication::translate("DocumentWindow", "Markdown (%1)")
-        .arg(QStringLiteral("*.md *.markdown *.mdown *.mkd *.mkdn *.mdx"));
-}
 
 // A checkable menu item that shows a yes-or-no preference and sets it.
 QAction *addPreferenceToggle(QMenu *menu, const QString &text, bool (Preferences::*get)() const,
@@ -191,10 +182,9 @@ void DocumentWindow::buildMenus()
     view->addAction(m_modeAction);
     view->addAction(m_outlineAction);
     view->addAction(m_sidebarAction);
-    QAction *followChanges = addPreferenceToggle(view, tr("&Follow Changes"),
-                                                 &Preferences::followChanges,
-                                                 &Preferences::setFollowChanges,
-                                                 &Preferences::followChangesChanged);
+    QAction *followChanges =
+        addPreferenceToggle(view, tr("&Follow Changes"), &Preferences::followChanges,
+                            &Preferences::setFollowChanges, &Preferences::followChangesChanged);
     followChanges->setObjectName(QStringLiteral("followChanges"));
     followChanges->setShortcut(QKeySequence(tr("Ctrl+Alt+F")));
     view->addSeparator();
@@ -222,16 +212,14 @@ void DocumentWindow::buildMenus()
     for (const auto &[value, text] : {std::pair{QStringLiteral("system"), tr("&System")},
                                       std::pair{QStringLiteral("light"), tr("&Light")},
                                       std::pair{QStringLiteral("dark"), tr("&Dark")}}) {
-        QAction *item = appearance->addAction(text, this, [value] {
-            Preferences::shared().setValue(QStringLiteral("appearance"), value);
-        });
+        QAction *item = appearance->addAction(
+            text, this, [value] { Preferences::shared().setAppearance(value); });
         item->setCheckable(true);
         item->setData(value);
         appearanceGroup->addAction(item);
     }
     const auto checkAppearance = [appearanceGroup] {
-        const QString current =
-            Preferences::shared().value(QStringLiteral("appearance")).toString();
+        const QString current = Preferences::shared().appearance();
         for (QAction *item : appearanceGroup->actions())
             item->setChecked(item->data().toString() == current);
     };
@@ -350,9 +338,7 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
                 // Unsaved edits are never replaced away: the file opens beside them.
                 const DocumentTab *current = currentTab();
                 const OpenDocument *shown = current ? current->document() : nullptr;
-                if (tabFor(path) ||
-                    (shown &&
-                     (shown->isModified() || (shown->isUntitled() && !shown->text().isEmpty())))) {
+                if (tabFor(path) || (shown && !shown->canBeReplaced())) {
                     Q_EMIT openFilesRequested({path}, this);
                     return;
                 }
@@ -360,7 +346,7 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
                 if (OpenDocument *replacement = OpenDocument::open(path, &error))
                     replaceCurrent(replacement);
                 else
-                    showError(tr("The document could not be opened."), error);
+                    WarningAlert::show(this, tr("The document could not be opened."), error);
             });
 
     m_tabs->addTab(tab, document->displayName());
@@ -414,9 +400,9 @@ QList<DocumentTab *> DocumentWindow::tabs() const
 
 DocumentTab *DocumentWindow::tabFor(const QString &path) const
 {
-    const QString key = keyOf(path);
+    const QString key = PathKey::resolved(path);
     for (DocumentTab *tab : tabs()) {
-        if (!tab->document()->isUntitled() && keyOf(tab->document()->path()) == key)
+        if (!tab->document()->isUntitled() && PathKey::resolved(tab->document()->path()) == key)
             return tab;
     }
     return nullptr;
@@ -535,7 +521,7 @@ bool DocumentWindow::save(DocumentTab *tab)
         return saveAs(tab);
     QString error;
     if (!document->save(&error)) {
-        showError(tr("The document could not be saved."), error);
+        WarningAlert::show(this, tr("The document could not be saved."), error);
         return false;
     }
     return true;
@@ -546,13 +532,11 @@ bool DocumentWindow::saveAs(DocumentTab *tab)
     if (!tab)
         return false;
     OpenDocument *document = tab->document();
-    const QString folder = document->isUntitled()
-                               ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
-                               : QFileInfo(document->path()).absolutePath();
+    const QString folder = SaveFolder::proposedFor(document->path());
     const QString name =
         document->isUntitled() ? tr("Untitled.md") : QFileInfo(document->path()).fileName();
     QFileDialog dialog(this, tr("Save As"), folder + QLatin1Char('/') + name,
-                       markdownFilter() + QStringLiteral(";;") + tr("Text (*.txt)"));
+                       MarkdownNames::dialogFilter() + QStringLiteral(";;") + tr("Text (*.txt)"));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(QStringLiteral("md"));
     dialog.setWindowModality(Qt::WindowModal);
@@ -560,7 +544,7 @@ bool DocumentWindow::saveAs(DocumentTab *tab)
         return false;
     QString error;
     if (!document->saveAs(dialog.selectedFiles().constFirst(), &error)) {
-        showError(tr("The document could not be saved."), error);
+        WarningAlert::show(this, tr("The document could not be saved."), error);
         return false;
     }
     Preferences::shared().noteRecentDocument(document->path());
@@ -581,7 +565,7 @@ void DocumentWindow::revert(DocumentTab *tab)
         return;
     QString error;
     if (!tab->document()->revert(&error))
-        showError(tr("The document could not be reverted."), error);
+        WarningAlert::show(this, tr("The document could not be reverted."), error);
 }
 
 void DocumentWindow::exportHTML(DocumentTab *tab)
@@ -589,9 +573,7 @@ void DocumentWindow::exportHTML(DocumentTab *tab)
     if (!tab)
         return;
     const OpenDocument *document = tab->document();
-    const QString folder = document->isUntitled()
-                               ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
-                               : QFileInfo(document->path()).absolutePath();
+    const QString folder = SaveFolder::proposedFor(document->path());
     auto *dialog = new QFileDialog(this, tr("Export as HTML"),
                                    folder + QLatin1Char('/') + tab->controller()->title() +
                                        QStringLiteral(".html"),
@@ -605,7 +587,8 @@ void DocumentWindow::exportHTML(DocumentTab *tab)
             return;
         controller->writeHTML(path, [this, path](bool ok, const QString &error) {
             if (!ok)
-                showError(tr("“%1” could not be exported.").arg(QFileInfo(path).fileName()), error);
+                WarningAlert::show(
+                    this, tr("“%1” could not be exported.").arg(QFileInfo(path).fileName()), error);
         });
     });
     dialog->open();
@@ -619,13 +602,4 @@ void DocumentWindow::showOpenDialog()
     connect(dialog, &QFileDialog::filesSelected, this,
             [this](const QStringList &paths) { Q_EMIT openFilesRequested(paths, this); });
     dialog->open();
-}
-
-void DocumentWindow::showError(const QString &title, const QString &message)
-{
-    auto *box = new QMessageBox(QMessageBox::Warning, tr("Lumo"), title, QMessageBox::Ok, this);
-    box->setInformativeText(message);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowModality(Qt::WindowModal);
-    box->open();
 }

@@ -64,7 +64,6 @@ private:
     void revert(DocumentTab *tab);
     void exportHTML(DocumentTab *tab);
     void showOpenDialog();
-    void showError(const QString &title, const QString &message);
 
     QTabWidget *m_tabs;
     QMenu *m_recentMenu = nullptr;

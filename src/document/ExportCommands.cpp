@@ -1,6 +1,8 @@
 #include "ExportCommands.h"
 
-#include "app/Brand.h"
+#include "base/Brand.h"
+#include "base/SaveFolder.h"
+#include "base/WarningAlert.h"
 #include "DocumentTab.h"
 #include "DocumentWindow.h"
 #include "PDFPrint.h"
@@ -12,11 +14,9 @@
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QMenu>
-#include <QMessageBox>
 #include <QPointer>
 #include <QPrintDialog>
 #include <QPrinter>
-#include <QStandardPaths>
 
 namespace ExportCommands {
 
@@ -27,22 +27,10 @@ QString tr(const char *text)
     return QCoreApplication::translate("ExportCommands", text);
 }
 
-void showError(QWidget *window, const QString &title, const QString &message)
-{
-    auto *box = new QMessageBox(QMessageBox::Warning, QStringLiteral("Lumo"), title,
-                                QMessageBox::Ok, window);
-    box->setInformativeText(message);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowModality(Qt::WindowModal);
-    box->open();
-}
-
 QString proposedPath(DocumentTab *tab, const QString &suffix)
 {
     const OpenDocument *document = tab->document();
-    const QString folder = document->isUntitled()
-                               ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
-                               : QFileInfo(document->path()).absolutePath();
+    const QString folder = SaveFolder::proposedFor(document->path());
     return folder + QLatin1Char('/') + tab->controller()->title() + suffix;
 }
 
@@ -84,9 +72,10 @@ void exportPDF(DocumentWindow *window)
                 [window = QPointer<DocumentWindow>(window), path, busy](bool ok,
                                                                         const QString &error) {
                     if (!ok && window)
-                        showError(window,
-                                  tr("“%1” could not be exported.").arg(QFileInfo(path).fileName()),
-                                  error);
+                        WarningAlert::show(
+                            window,
+                            tr("“%1” could not be exported.").arg(QFileInfo(path).fileName()),
+                            error);
                 });
         });
     dialog->open();
@@ -111,8 +100,8 @@ void print(DocumentWindow *window)
                             [window = QPointer<DocumentWindow>(window), printer,
                              busy](bool ok, const QString &error) {
                                 if (!ok && window)
-                                    showError(window, tr("The document could not be printed."),
-                                              error);
+                                    WarningAlert::show(
+                                        window, tr("The document could not be printed."), error);
                             });
     });
     dialog->open();
@@ -126,7 +115,7 @@ void copyRich(DocumentWindow *window)
     tab->controller()->copyRichText(
         [window = QPointer<DocumentWindow>(window)](bool ok, const QString &error) {
             if (!ok && window)
-                showError(window, tr("The document could not be copied."), error);
+                WarningAlert::show(window, tr("The document could not be copied."), error);
         });
 }
 

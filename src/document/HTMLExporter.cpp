@@ -1,6 +1,6 @@
 #include "HTMLExporter.h"
 
-#include "app/ResourcePaths.h"
+#include "base/ResourcePaths.h"
 
 #include <QFile>
 #include <QRegularExpression>

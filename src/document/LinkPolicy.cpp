@@ -1,6 +1,6 @@
 #include "LinkPolicy.h"
 
-#include "app/DesktopIntegration.h"
+#include "base/DesktopIntegration.h"
 
 #include <QCoreApplication>
 #include <QDesktopServices>

@@ -1,7 +1,7 @@
 #include "LocalAssetHandler.h"
 
 #include "AssetPolicy.h"
-#include "search/Background.h"
+#include "base/Background.h"
 
 #include <QBuffer>
 #include <QHash>

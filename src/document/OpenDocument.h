@@ -27,6 +27,9 @@ public:
     QString text() const { return m_document.text; }
     TextEncoding encoding() const { return m_document.encoding; }
     bool isModified() const { return m_modified; }
+    // Whether another file may take this document's place in its tab: nothing would
+    // be lost, so neither unsaved edits nor an untitled document holding text.
+    bool canBeReplaced() const { return !m_modified && !(isUntitled() && !text().isEmpty()); }
 
     // An edit of the text; editing back to the saved text is no longer modified.
     void setText(const QString &text);

@@ -1,6 +1,6 @@
 #include "OutlinePopover.h"
 
-#include "app/Brand.h"
+#include "base/Brand.h"
 #include "OutlineFilter.h"
 
 #include <QApplication>

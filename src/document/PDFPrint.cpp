@@ -1,5 +1,6 @@
 #include "PDFPrint.h"
 
+#include "base/Background.h"
 #include "PageScript.h"
 #include "PDFBackground.h"
 #include "PDFInfo.h"
@@ -12,7 +13,6 @@
 #include <QPageSize>
 #include <QPointer>
 #include <QSaveFile>
-#include <QThreadPool>
 #include <QWebEngineScript>
 #include <QWebEngineView>
 
@@ -63,15 +63,15 @@ QString modeName(Appearance appearance)
     return appearance == Appearance::Dark ? QStringLiteral("dark") : QStringLiteral("light");
 }
 
-void finishOnMainThread(const Done &done, bool ok, const QString &error)
+struct Outcome
 {
-    QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [done, ok, error] { done(ok, error); }, Qt::QueuedConnection);
-}
+    bool ok;
+    QString error;
+};
 
 // Off the main thread: paint, add bookmarks, write.
-void finish(const QByteArray &printed, const QString &path, const QString &background,
-            const QList<OutlineItem> &headings, const QString &title, const Done &done)
+Outcome finish(const QByteArray &printed, const QString &path, const QString &background,
+               const QList<OutlineItem> &headings, const QString &title)
 {
     QByteArray pdf = printed;
     QString error;
@@ -79,12 +79,9 @@ void finish(const QByteArray &printed, const QString &path, const QString &backg
         const std::optional<QColor> colour = PDFBackground::color(background);
         const std::optional<QByteArray> painted =
             colour ? PDFBackground::fill(pdf, *colour, &error) : std::nullopt;
-        if (!painted) {
-            finishOnMainThread(
-                done, false,
-                colour ? error : tr("The page colour “%1” is not a colour.").arg(background));
-            return;
-        }
+        if (!painted)
+            return {false,
+                    colour ? error : tr("The page colour “%1” is not a colour.").arg(background)};
         pdf = *painted;
     }
     if (const std::optional<QByteArray> outlined = PDFOutline::add(pdf, headings, &error))
@@ -94,7 +91,7 @@ void finish(const QByteArray &printed, const QString &path, const QString &backg
     QSaveFile file(path);
     const bool ok =
         file.open(QIODevice::WriteOnly) && file.write(pdf) == pdf.size() && file.commit();
-    finishOnMainThread(done, ok, ok ? QString() : file.errorString());
+    return {ok, ok ? QString() : file.errorString()};
 }
 
 } // namespace
@@ -149,9 +146,13 @@ void toFile(PreviewPage *page, const QString &path, Appearance appearance, Done 
                                 done(false, tr("The page could not be printed."));
                                 return;
                             }
-                            QThreadPool::globalInstance()->start(
-                                [pdf, path, background, headings, title, done] {
-                                    finish(pdf, path, background, headings, title, done);
+                            runInBackground(
+                                QCoreApplication::instance(),
+                                [pdf, path, background, headings, title] {
+                                    return finish(pdf, path, background, headings, title);
+                                },
+                                [done](const Outcome &outcome) {
+                                    done(outcome.ok, outcome.error);
                                 });
                         },
                         pageLayout());

@@ -1,5 +1,7 @@
 #include "PageActions.h"
 
+#include "base/SaveFolder.h"
+
 #include <QClipboard>
 #include <QDir>
 #include <QFileDialog>
@@ -9,7 +11,6 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QSaveFile>
-#include <QStandardPaths>
 
 namespace PageActions {
 
@@ -61,9 +62,7 @@ void copyImage(const QString &dataUrl)
 void saveSVG(const QString &svg, const QString &diagramName, const QString &documentPath,
              QWidget *window)
 {
-    const QString folder = documentPath.isEmpty()
-                               ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
-                               : QFileInfo(documentPath).absolutePath();
+    const QString folder = SaveFolder::proposedFor(documentPath);
     auto *dialog = new QFileDialog(window, QCoreApplication::translate("PageActions", "Save SVG"),
                                    QDir(folder).filePath(svgFileName(documentPath, diagramName)),
                                    QCoreApplication::translate("PageActions", "SVG image (*.svg)"));

@@ -1,6 +1,6 @@
 #include "PreviewPage.h"
 
-#include "app/ResourcePaths.h"
+#include "base/ResourcePaths.h"
 #include "LocalAssetHandler.h"
 #include "PageScript.h"
 #include "RemoteContentFilter.h"

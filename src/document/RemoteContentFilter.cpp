@@ -1,6 +1,6 @@
 #include "RemoteContentFilter.h"
 
-#include "app/Preferences.h"
+#include "base/Preferences.h"
 
 #include <QUrl>
 

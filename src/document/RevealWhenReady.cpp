@@ -1,6 +1,7 @@
 #include "RevealWhenReady.h"
 
 #include "app/OpenTarget.h"
+#include "base/PathKey.h"
 #include "DocumentController.h"
 #include "OpenDocument.h"
 
@@ -11,17 +12,11 @@
 namespace RevealWhenReady {
 namespace {
 
-QString keyOf(const QString &path)
-{
-    const QString canonical = QFileInfo(path).canonicalFilePath();
-    return canonical.isEmpty() ? QDir::cleanPath(path) : canonical;
-}
-
 template <typename Action> void forEachShowing(const QString &key, Action action)
 {
     for (DocumentController *controller : DocumentController::registry()) {
         const OpenDocument *document = controller->document();
-        if (document && !document->isUntitled() && keyOf(document->path()) == key)
+        if (document && !document->isUntitled() && PathKey::resolved(document->path()) == key)
             action(controller);
     }
 }
@@ -52,7 +47,7 @@ void line(const QString &path, int line)
 {
     if (line < 0)
         return;
-    DocumentController::whenReady(path, [key = keyOf(path), line] {
+    DocumentController::whenReady(path, [key = PathKey::resolved(path), line] {
         forEachShowing(key, [line](DocumentController *controller) { controller->showLine(line); });
     });
 }
@@ -61,7 +56,7 @@ void heading(const QString &path, const QString &name)
 {
     if (name.isEmpty())
         return;
-    DocumentController::whenReady(path, [key = keyOf(path), name] {
+    DocumentController::whenReady(path, [key = PathKey::resolved(path), name] {
         forEachShowing(
             key, [&name](DocumentController *controller) { jumpToHeading(controller, name); });
     });

@@ -1,6 +1,6 @@
 #include "MarkdownHighlighter.h"
 
-#include "app/Brand.h"
+#include "base/Brand.h"
 
 #include <array>
 #include <optional>

@@ -47,9 +47,3 @@ public:
 private:
     int m_fd = -1;
 };
-
-// The byte forms of the two name sets of ProjectFiles, for walks over raw entry names.
-namespace MarkdownNames {
-bool hasMarkdownExtension(std::string_view fileName);
-bool isSkippedFolder(std::string_view name);
-} // namespace MarkdownNames

@@ -1,6 +1,6 @@
 #include "PanelOverlay.h"
 
-#include "app/Brand.h"
+#include "base/Brand.h"
 
 #include <algorithm>
 #include <QApplication>

@@ -1,5 +1,6 @@
 #include "ProjectFiles.h"
 
+#include "base/MarkdownNames.h"
 #include "search/DirectoryReader.h"
 
 #include <algorithm>
@@ -14,33 +15,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array<std::string_view, 6> extensionNames{"md",  "markdown", "mdown",
-                                                         "mkd", "mkdn",     "mdx"};
-constexpr std::array<std::string_view, 17> skippedNames{
-    ".git",        "node_modules", ".build",   "build",   "DerivedData", "Pods",
-    "dist",        ".next",        ".nuxt",    "vendor",  ".venv",       "venv",
-    "__pycache__", "target",       ".swiftpm", ".gradle", ".idea"};
-
 // Files are found down to this level below the root (1 is directly inside it).
 constexpr int deepestFileLevel = 13;
-
-template <std::size_t N> QSet<QString> setOf(const std::array<std::string_view, N> &names)
-{
-    QSet<QString> set;
-    for (std::string_view name : names)
-        set.insert(QString::fromLatin1(name.data(), qsizetype(name.size())));
-    return set;
-}
-
-// The extension of a file name: after its last dot, none for a name that only starts
-// with one (".md" is a hidden file, not an extension).
-std::string_view extensionOf(std::string_view name)
-{
-    const auto dot = name.rfind('.');
-    if (dot == std::string_view::npos || dot == 0)
-        return {};
-    return name.substr(dot + 1);
-}
 
 qint64 sortKey(const QDateTime &date)
 {
@@ -81,52 +57,12 @@ struct IndexWalk
 
 } // namespace
 
-namespace MarkdownNames {
-
-bool hasMarkdownExtension(std::string_view fileName)
-{
-    const std::string_view extension = extensionOf(fileName);
-    char lowered[16];
-    if (extension.empty() || extension.size() > sizeof lowered)
-        return false;
-    for (std::size_t i = 0; i < extension.size(); ++i) {
-        const char c = extension[i];
-        lowered[i] = c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
-    }
-    const std::string_view key(lowered, extension.size());
-    return std::find(extensionNames.begin(), extensionNames.end(), key) != extensionNames.end();
-}
-
-bool isSkippedFolder(std::string_view name)
-{
-    return std::find(skippedNames.begin(), skippedNames.end(), name) != skippedNames.end();
-}
-
-} // namespace MarkdownNames
-
 QString MarkdownFile::name() const
 {
     return path.section(u'/', -1);
 }
 
 namespace ProjectFiles {
-
-const QSet<QString> &extensions()
-{
-    static const QSet<QString> set = setOf(extensionNames);
-    return set;
-}
-
-const QSet<QString> &skipped()
-{
-    static const QSet<QString> set = setOf(skippedNames);
-    return set;
-}
-
-bool isMarkdownName(const QString &fileName)
-{
-    return MarkdownNames::hasMarkdownExtension(QFile::encodeName(fileName).toStdString());
-}
 
 QString root(const QString &filePath)
 {

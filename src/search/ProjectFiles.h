@@ -26,12 +26,6 @@ namespace ProjectFiles {
 
 inline constexpr int scanLimit = 5000;
 
-// Accepted extensions, compared with the lower-cased extension of a file name.
-const QSet<QString> &extensions();
-// Folder names whose contents are never walked (exact, case-sensitive).
-const QSet<QString> &skipped();
-bool isMarkdownName(const QString &fileName);
-
 // The project root of a document outside any open folder: the nearest ancestor
 // (up to nine levels above its folder, never past the home folder) holding ".git",
 // else the document's own folder.

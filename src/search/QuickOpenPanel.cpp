@@ -1,7 +1,7 @@
 #include "QuickOpenPanel.h"
 
-#include "app/Brand.h"
-#include "Background.h"
+#include "base/Background.h"
+#include "base/Brand.h"
 #include "RelativeTime.h"
 
 #include <QAbstractListModel>

@@ -25,9 +25,7 @@ QString documentPath(const DocumentTab *tab)
 // that has it already; then brings `line` to the top once the file has rendered.
 void openFile(DocumentTab *tab, const QString &path, int line, bool replacingCurrent)
 {
-    const OpenDocument *current = tab->document();
-    const bool keepCurrent =
-        current->isModified() || (current->isUntitled() && !current->text().isEmpty());
+    const bool keepCurrent = !tab->document()->canBeReplaced();
     auto *window = qobject_cast<DocumentWindow *>(tab->window());
     if (DocumentTab *existing = window ? window->tabFor(path) : nullptr)
         window->showTab(existing);

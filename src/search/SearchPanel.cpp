@@ -1,6 +1,6 @@
 #include "SearchPanel.h"
 
-#include "Background.h"
+#include "base/Background.h"
 #include "SearchResultList.h"
 
 #include <QFileInfo>

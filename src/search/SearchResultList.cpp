@@ -1,6 +1,6 @@
 #include "SearchResultList.h"
 
-#include "app/Brand.h"
+#include "base/Brand.h"
 
 #include <QApplication>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #include "SearchSession.h"
 
-#include "Background.h"
+#include "base/Background.h"
 
 SearchSession::SearchSession(QObject *parent, Searcher searcher)
     : QObject(parent)

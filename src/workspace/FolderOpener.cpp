@@ -1,6 +1,7 @@
 #include "FolderOpener.h"
 
-#include "app/Preferences.h"
+#include "base/MarkdownNames.h"
+#include "base/Preferences.h"
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"
 #include "FolderOpening.h"
@@ -16,12 +17,6 @@
 #include <QPointer>
 
 namespace {
-
-QString markdownFilter()
-{
-    return QCoreApplication::translate("FolderOpener", "Markdown (%1)")
-        .arg(QStringLiteral("*.md *.markdown *.mdown *.mkd *.mkdn *.mdx"));
-}
 
 // Qt's own dialog, since the desktop's cannot take files and folders at once; the
 // message sits under the file list.
@@ -106,7 +101,7 @@ QFileDialog *openDialog(QWidget *parent)
 {
     auto *dialog = new FileOrFolderDialog(
         parent, QString(), QString(),
-        markdownFilter() + QStringLiteral(";;") +
+        MarkdownNames::dialogFilter() + QStringLiteral(";;") +
             QCoreApplication::translate("FolderOpener", "Text (*.txt)") + QStringLiteral(";;") +
             QCoreApplication::translate("FolderOpener", "All files (*)"));
     dialog->setFileMode(QFileDialog::ExistingFiles);

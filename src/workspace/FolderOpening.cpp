@@ -1,13 +1,12 @@
 #include "FolderOpening.h"
 
+#include "base/Background.h"
 #include "search/ProjectFiles.h"
 #include "Workspace.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QPointer>
-#include <QThreadPool>
 
 namespace FolderOpening {
 
@@ -37,17 +36,11 @@ std::optional<QString> firstFile(const QString &folder)
 void findFirstFile(const QString &folder, QObject *context,
                    std::function<void(std::optional<QString>)> done)
 {
-    QPointer<QObject> target(context);
-    QThreadPool::globalInstance()->start([folder, target, done = std::move(done)] {
-        const std::optional<QString> file = firstFile(folder);
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [target, done, file] {
-                if (target)
-                    done(file);
-            },
-            Qt::QueuedConnection);
-    });
+    // Without a context there is no one to tell.
+    if (!context)
+        return;
+    runInBackground(
+        context, [folder] { return firstFile(folder); }, std::move(done));
 }
 
 QString openDialogMessage()

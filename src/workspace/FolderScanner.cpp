@@ -1,5 +1,6 @@
 #include "FolderScanner.h"
 
+#include "base/MarkdownNames.h"
 #include "search/DirectoryReader.h"
 
 #include <algorithm>

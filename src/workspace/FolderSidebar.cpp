@@ -1,6 +1,6 @@
 #include "FolderSidebar.h"
 
-#include "app/DesktopIntegration.h"
+#include "base/DesktopIntegration.h"
 #include "document/DocumentController.h"
 #include "FolderTree.h"
 #include "FolderTreeModel.h"

@@ -1,14 +1,13 @@
 #include "FolderTree.h"
 
-#include "app/Preferences.h"
-#include "workspace/PathKey.h"
+#include "base/Background.h"
+#include "base/PathKey.h"
+#include "base/Preferences.h"
 
 #include <algorithm>
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
-#include <QPromise>
-#include <QThreadPool>
 
 namespace {
 
@@ -70,10 +69,6 @@ FolderTree::FolderTree(const QString &root)
                 m_expanded.insert(item.toString());
         }
     }
-    connect(&m_scan, &QFutureWatcherBase::finished, this, [this] {
-        if (m_scan.future().resultCount() > 0)
-            apply(m_scan.result());
-    });
     rescan();
     m_watcher.start(m_root, [this](const QStringList &written) {
         if (written.isEmpty())
@@ -103,13 +98,9 @@ void FolderTree::rescan()
         return;
     }
     m_scanning = true;
-    auto promise = std::make_shared<QPromise<FolderScanner::Result>>();
-    m_scan.setFuture(promise->future());
-    promise->start();
-    QThreadPool::globalInstance()->start([promise, root = m_root] {
-        promise->addResult(FolderScanner::scan(root));
-        promise->finish();
-    });
+    runInBackground(
+        this, [root = m_root] { return FolderScanner::scan(root); },
+        [this](const FolderScanner::Result &result) { apply(result); });
 }
 
 bool FolderTree::noteWritten(QList<TreeNode> &nodes, const QString &path, const QDateTime &modified)

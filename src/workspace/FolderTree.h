@@ -5,7 +5,6 @@
 
 #include <memory>
 #include <optional>
-#include <QFutureWatcher>
 #include <QObject>
 #include <QSet>
 #include <QString>
@@ -68,8 +67,7 @@ public:
 
     // Gives the file at the relative path a new modification date, and each folder
     // above it the latest of its children's. False when the nodes hold no such file.
-    static bool noteWritten(QList<TreeNode> &nodes, const QString &path,
-                            const QDateTime &modified);
+    static bool noteWritten(QList<TreeNode> &nodes, const QString &path, const QDateTime &modified);
 
 Q_SIGNALS:
     void nodesChanged();
@@ -98,7 +96,6 @@ private:
     double m_scrollOffset = 0;
     QString m_handoff;
     FolderWatcher m_watcher;
-    QFutureWatcher<FolderScanner::Result> m_scan;
     bool m_scanning = false;
     bool m_pendingRescan = false;
     bool m_evicted = false;

@@ -1,7 +1,7 @@
 #include "FolderWatcher.h"
 
+#include "base/MarkdownNames.h"
 #include "search/DirectoryReader.h"
-#include "search/ProjectFiles.h"
 #include "workspace/FolderScanner.h"
 
 #include <algorithm>
@@ -307,13 +307,13 @@ bool FolderWatcher::isRelevant(const QStringList &paths, const QList<quint32> &f
             return true;
         const QStringList pieces = paths[i].split(u'/', Qt::SkipEmptyParts);
         const bool inSkipped = std::any_of(pieces.begin(), pieces.end(), [](const QString &piece) {
-            return ProjectFiles::skipped().contains(piece);
+            return MarkdownNames::skippedFolders().contains(piece);
         });
         if (inSkipped)
             continue;
         if (flags[i] & ItemIsDir)
             return true;
-        if (!pieces.isEmpty() && ProjectFiles::isMarkdownName(pieces.last()))
+        if (!pieces.isEmpty() && MarkdownNames::isMarkdownName(pieces.last()))
             return true;
     }
     return false;

@@ -1,7 +1,7 @@
 #include "ReadState.h"
 
-#include "app/Preferences.h"
-#include "workspace/PathKey.h"
+#include "base/PathKey.h"
+#include "base/Preferences.h"
 
 #include <algorithm>
 #include <limits>

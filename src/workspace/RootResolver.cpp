@@ -1,10 +1,7 @@
 #include "RootResolver.h"
 
+#include "base/Background.h"
 #include "Workspace.h"
-
-#include <QCoreApplication>
-#include <QPointer>
-#include <QThreadPool>
 
 void RootResolver::resolve(const QString &filePath, const QStringList &opened)
 {
@@ -22,15 +19,10 @@ void RootResolver::resolve(const QString &filePath, const QStringList &opened)
             return;
         }
     }
-    QPointer<RootResolver> self(this);
-    QThreadPool::globalInstance()->start([self, generation, filePath, opened] {
-        const QString root = Workspace::root(filePath, {}).value_or(QString());
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, generation, root] {
-                if (self && self->m_generation == generation)
-                    Q_EMIT self->resolved(root);
-            },
-            Qt::QueuedConnection);
-    });
+    runInBackground(
+        this, [filePath] { return Workspace::root(filePath, {}).value_or(QString()); },
+        [this, generation](const QString &root) {
+            if (m_generation == generation)
+                Q_EMIT resolved(root);
+        });
 }

@@ -1,6 +1,6 @@
 #include "SidebarList.h"
 
-#include "app/Brand.h"
+#include "base/Brand.h"
 #include "FolderTreeModel.h"
 #include "SidebarPainting.h"
 

@@ -1,6 +1,6 @@
 #include "SidebarPainting.h"
 
-#include "app/Brand.h"
+#include "base/Brand.h"
 
 #include <QCoreApplication>
 #include <QPainter>

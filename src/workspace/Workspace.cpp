@@ -1,7 +1,7 @@
 #include "Workspace.h"
 
-#include "app/Preferences.h"
-#include "PathKey.h"
+#include "base/PathKey.h"
+#include "base/Preferences.h"
 #include "search/ProjectFiles.h"
 
 #include <QDir>

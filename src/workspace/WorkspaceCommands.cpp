@@ -1,7 +1,7 @@
 #include "WorkspaceCommands.h"
 
-#include "app/DebugHooks.h"
-#include "app/Preferences.h"
+#include "base/DebugHooks.h"
+#include "base/Preferences.h"
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"
 #include "FolderOpener.h"

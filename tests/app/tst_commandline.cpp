@@ -3,7 +3,7 @@
 #include "app/DefaultApp.h"
 #include "app/LaunchArguments.h"
 #include "app/LegacyMigration.h"
-#include "app/Preferences.h"
+#include "base/Preferences.h"
 
 #include <algorithm>
 #include <QDesktopServices>

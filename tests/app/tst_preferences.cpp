@@ -1,7 +1,7 @@
-#include "app/Brand.h"
-#include "app/Preferences.h"
 #include "app/ReaderPreferences.h"
-#include "app/TextScale.h"
+#include "base/Brand.h"
+#include "base/Preferences.h"
+#include "base/TextScale.h"
 
 #include <QSettings>
 #include <QSignalSpy>

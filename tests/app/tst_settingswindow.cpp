@@ -1,6 +1,6 @@
-#include "app/Preferences.h"
 #include "app/SettingsWindow.h"
 #include "app/ThemeSwatch.h"
+#include "base/Preferences.h"
 
 #include <QCheckBox>
 #include <QLabel>

@@ -1,6 +1,6 @@
 // The controller against a real page: when renders go out, with what, and what
 // happens around changes on disk.
-#include "app/Preferences.h"
+#include "base/Preferences.h"
 #include "document/DocumentController.h"
 #include "document/PageRecovery.h"
 #include "support/WebTest.h"

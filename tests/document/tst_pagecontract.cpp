@@ -1,6 +1,6 @@
 // The native side of the page contract that needs no page: script quoting, link
 // routing and the names of saved diagrams.
-#include "app/DesktopIntegration.h"
+#include "base/DesktopIntegration.h"
 #include "document/LinkPolicy.h"
 #include "document/PageActions.h"
 #include "document/PageScript.h"
@@ -72,8 +72,8 @@ void TestPageContract::splices_data()
     QTest::newRow("same text") << u"same"_s << u"same"_s << QString();
     QTest::newRow("emptied") << u"all of it"_s << QString() << QString();
     QTest::newRow("a run that repeats") << u"aaa"_s << u"aaaa"_s << u"a"_s;
-    QTest::newRow("pairs differing in the low half") << u"a"_s + smile + u"b"_s
-                                                     << u"a"_s + grin + u"b"_s << grin;
+    QTest::newRow("pairs differing in the low half")
+        << u"a"_s + smile + u"b"_s << u"a"_s + grin + u"b"_s << grin;
     QTest::newRow("pairs differing in the high half")
         << smile + u"b"_s << u"\U0010FC00b"_s << u"\U0010FC00"_s;
     QTest::newRow("a pair appended after a pair") << smile << smile + smile << smile;

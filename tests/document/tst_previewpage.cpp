@@ -1,5 +1,5 @@
 // The reading page and its bridge, in a real offscreen web view.
-#include "app/Preferences.h"
+#include "base/Preferences.h"
 #include "document/LocalAssetHandler.h"
 #include "document/PageScript.h"
 #include "support/WebTest.h"

@@ -1,6 +1,6 @@
 // Quick open and project search over a document window, opening real pages.
-#include "app/DebugHooks.h"
-#include "app/Preferences.h"
+#include "base/DebugHooks.h"
+#include "base/Preferences.h"
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"
 #include "search/QuickOpenPanel.h"

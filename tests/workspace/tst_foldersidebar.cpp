@@ -1,6 +1,6 @@
 // The folder sidebar: its rows as a model, keyboard navigation through real key events,
 // its states, and revealing the document.
-#include "app/Preferences.h"
+#include "base/Preferences.h"
 #include "document/DocumentController.h"
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"

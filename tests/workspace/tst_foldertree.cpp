@@ -1,4 +1,4 @@
-#include "app/Preferences.h"
+#include "base/Preferences.h"
 #include "support/TreeBuilder.h"
 #include "workspace/FolderTree.h"
 

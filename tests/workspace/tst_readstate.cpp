@@ -1,4 +1,4 @@
-#include "app/Preferences.h"
+#include "base/Preferences.h"
 #include "support/TreeBuilder.h"
 #include "workspace/FolderScanner.h"
 #include "workspace/ReadState.h"

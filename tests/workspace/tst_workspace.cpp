@@ -1,5 +1,5 @@
 // Remembered folders, the folder a document's sidebar shows, and opening a folder.
-#include "app/Preferences.h"
+#include "base/Preferences.h"
 #include "support/TreeBuilder.h"
 #include "workspace/FolderOpening.h"
 #include "workspace/RootResolver.h"

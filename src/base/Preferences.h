@@ -19,7 +19,8 @@ class Preferences : public QObject
     Q_PROPERTY(QString readerFont READ readerFont WRITE setReaderFont NOTIFY readerFontChanged)
     Q_PROPERTY(
         QString readingWidth READ readingWidth WRITE setReadingWidth NOTIFY readingWidthChanged)
-    Q_PROPERTY(double textScale READ textScale NOTIFY textScaleChanged)
+    Q_PROPERTY(QString appearance READ appearance WRITE setAppearance NOTIFY appearanceChanged)
+    Q_PROPERTY(double textScale READ textScale WRITE setTextScale NOTIFY textScaleChanged)
     Q_PROPERTY(bool openInEditMode READ openInEditMode WRITE setOpenInEditMode NOTIFY
                    openInEditModeChanged)
     Q_PROPERTY(bool useCustomCSS READ useCustomCSS WRITE setUseCustomCSS NOTIFY useCustomCSSChanged)
@@ -67,8 +68,12 @@ public:
     void setReaderFont(const QString &font);
     QString readingWidth() const;
     void setReadingWidth(const QString &width);
+    QString appearance() const;
+    void setAppearance(const QString &appearance);
 
     double textScale() const;
+    // Stored as given: the Settings slider only offers values on the tenth grid.
+    void setTextScale(double scale);
     // One step of the text size: rounded to tenths and clamped to 0.7 ... 2.0.
     void stepTextScale(double delta);
     // Back to actual size; stores the integer 1.
@@ -124,6 +129,7 @@ Q_SIGNALS:
     void themeChanged();
     void readerFontChanged();
     void readingWidthChanged();
+    void appearanceChanged();
     void textScaleChanged();
     void openInEditModeChanged();
     void useCustomCSSChanged();

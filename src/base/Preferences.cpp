@@ -127,9 +127,23 @@ void Preferences::setReadingWidth(const QString &width)
     setValue(QStringLiteral("readingWidth"), width);
 }
 
+QString Preferences::appearance() const
+{
+    return value(QStringLiteral("appearance")).toString();
+}
+void Preferences::setAppearance(const QString &appearance)
+{
+    setValue(QStringLiteral("appearance"), appearance);
+}
+
 double Preferences::textScale() const
 {
     return TextScale::fromStored(m_settings.value(QStringLiteral("textScale")));
+}
+
+void Preferences::setTextScale(double scale)
+{
+    setValue(QStringLiteral("textScale"), scale);
 }
 
 void Preferences::stepTextScale(double delta)

@@ -1,0 +1,15 @@
+#include "SaveFolder.h"
+
+#include <QFileInfo>
+#include <QStandardPaths>
+
+namespace SaveFolder {
+
+QString proposedFor(const QString &documentPath)
+{
+    return documentPath.isEmpty()
+               ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
+               : QFileInfo(documentPath).absolutePath();
+}
+
+} // namespace SaveFolder
