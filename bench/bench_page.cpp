@@ -6,9 +6,9 @@
 //   laid out      the whole document is also laid out (a layout forced right after).
 // Run: build/bench/bench_page [RUNS]   (medians of RUNS runs, 3 by default;
 // prints figures, never fails on time)
-#include "app/WebEngineSetup.h"
 #include "document/PageScript.h"
 #include "document/PreviewPage.h"
+#include "document/WebEngineSetup.h"
 #include "EventLoop.h"
 
 #include <algorithm>

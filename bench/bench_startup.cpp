@@ -4,9 +4,9 @@
 // engine processes with 1 and with 5 tabs open.
 // Run: build/bench/bench_startup   (prints figures; never fails on time)
 #include "app/Application.h"
-#include "app/WebEngineSetup.h"
 #include "base/Preferences.h"
 #include "document/DocumentController.h"
+#include "document/WebEngineSetup.h"
 #include "EventLoop.h"
 
 #include <algorithm>

@@ -22,3 +22,19 @@ function(lumo_add_test name)
         ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LUMO_DATA_DIR=${LUMO_BUILD_DATA_DIR};QTWEBENGINE_DISABLE_SANDBOX=1;QTWEBENGINE_CHROMIUM_FLAGS=--disable-gpu"
         TIMEOUT 120)
 endfunction()
+
+# A library of one subsystem. Besides the library, builds an executable from every
+# object of it and only the libraries it declares, so that a call into a subsystem it
+# does not link (a dependency circle, or a step up the order in docs/ARCHITECTURE.md)
+# fails the build with an undefined reference instead of linking by luck of the order.
+function(lumo_library target)
+    lumo_target_defaults(${target})
+    target_include_directories(${target} PUBLIC "${PROJECT_SOURCE_DIR}/src")
+    if(LUMO_LIBFUZZER)
+        return()
+    endif()
+    add_executable(${target}_links "${PROJECT_SOURCE_DIR}/cmake/LinkCheck.cpp")
+    set_target_properties(${target}_links PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/linkcheck")
+    target_link_libraries(${target}_links PRIVATE "$<LINK_LIBRARY:WHOLE_ARCHIVE,${target}>")
+endfunction()

@@ -5,11 +5,11 @@
 #include "base/ResourcePaths.h"
 #include "base/WarningAlert.h"
 #include "CommandLineTool.h"
-#include "document/DocumentTab.h"
-#include "document/DocumentWindow.h"
-#include "document/RevealWhenReady.h"
+#include "DocumentTab.h"
+#include "DocumentWindow.h"
+#include "FolderOpener.h"
 #include "OpenTarget.h"
-#include "workspace/FolderOpener.h"
+#include "RevealWhenReady.h"
 #include "workspace/FolderOpening.h"
 
 #include <cstdio>

@@ -3,8 +3,8 @@
 #include "base/Brand.h"
 #include "base/Preferences.h"
 #include "base/TextScale.h"
-#include "CustomCSS.h"
 #include "DefaultApp.h"
+#include "document/CustomCSS.h"
 #include "ReaderPreferences.h"
 #include "ThemeSwatch.h"
 

@@ -5,10 +5,10 @@
 #include "app/LaunchArguments.h"
 #include "app/LegacyMigration.h"
 #include "app/SingleInstance.h"
-#include "app/WebEngineSetup.h"
 #include "base/Preferences.h"
 #include "DesktopAppearance.h"
 #include "document/TextEncoding.h"
+#include "document/WebEngineSetup.h"
 
 #include <cstdio>
 #include <optional>

@@ -1,6 +1,5 @@
 #include "DocumentController.h"
 
-#include "app/CustomCSS.h"
 #include "AssetPolicy.h"
 #include "base/Background.h"
 #include "base/Brand.h"
@@ -8,6 +7,7 @@
 #include "base/PathKey.h"
 #include "base/Preferences.h"
 #include "base/TextScale.h"
+#include "CustomCSS.h"
 #include "editor/MarkdownEditing.h"
 #include "FileWatcher.h"
 #include "HTMLExporter.h"

@@ -5,7 +5,6 @@
 #include "FolderTree.h"
 #include "FolderTreeModel.h"
 #include "SidebarList.h"
-#include "WorkspaceCommands.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -105,8 +104,7 @@ QWidget *FolderSidebar::buildHeader()
     menuButton->setPopupMode(QToolButton::InstantPopup);
     menuButton->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }"));
     auto *menu = new QMenu(menuButton);
-    menu->addAction(tr("Open Folder…"), this,
-                    [this] { WorkspaceCommands::chooseFolder(window()); });
+    menu->addAction(tr("Open Folder…"), this, &FolderSidebar::openFolderChosen);
     menu->addSeparator();
     menu->addAction(tr("Show in File Manager"), this,
                     [this] { DesktopIntegration::reveal(m_tree->root()); });

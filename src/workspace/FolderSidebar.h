@@ -41,6 +41,8 @@ public:
 Q_SIGNALS:
     // Escape in the list: the document should take the keyboard back.
     void leaveRequested();
+    // "Open Folder…" was chosen in the folder's menu.
+    void openFolderChosen();
 
 protected:
     void showEvent(QShowEvent *event) override;

@@ -1,11 +1,9 @@
 #include "SidebarView.h"
 
 #include "document/DocumentController.h"
-#include "document/DocumentWindow.h"
 #include "FolderSidebar.h"
 #include "FolderTree.h"
 #include "SidebarPainting.h"
-#include "WorkspaceCommands.h"
 
 #include <QDir>
 #include <QDropEvent>
@@ -35,9 +33,9 @@ protected:
     }
 };
 
-QWidget *noFolderView(QWidget *parent)
+QWidget *noFolderView(SidebarView *sidebar)
 {
-    auto *view = new QWidget(parent);
+    auto *view = new QWidget(sidebar);
     view->setObjectName(QStringLiteral("noFolder"));
     auto *symbol = new FolderSymbol(view);
     auto *text = new QLabel(
@@ -45,8 +43,7 @@ QWidget *noFolderView(QWidget *parent)
     text->setAlignment(Qt::AlignCenter);
     text->setForegroundRole(QPalette::PlaceholderText);
     auto *button = new QPushButton(SidebarView::tr("Open Folder…"), view);
-    QObject::connect(button, &QPushButton::clicked, view,
-                     [view] { WorkspaceCommands::chooseFolder(view); });
+    QObject::connect(button, &QPushButton::clicked, sidebar, &SidebarView::openFolderChosen);
     auto *layout = new QVBoxLayout(view);
     layout->setSpacing(10);
     layout->addStretch();
@@ -89,6 +86,7 @@ void SidebarView::showRoot(const QString &root)
     }
     m_folder = new FolderSidebar(FolderTree::shared(root), m_controller, this);
     connect(m_folder, &FolderSidebar::leaveRequested, this, &SidebarView::leaveRequested);
+    connect(m_folder, &FolderSidebar::openFolderChosen, this, &SidebarView::openFolderChosen);
     addWidget(m_folder);
     setCurrentWidget(m_folder);
 }
@@ -112,9 +110,8 @@ void SidebarView::dragEnterEvent(QDragEnterEvent *event)
 void SidebarView::dropEvent(QDropEvent *event)
 {
     const QStringList paths = droppedPaths(event->mimeData());
-    auto *documentWindow = qobject_cast<DocumentWindow *>(window());
-    if (paths.isEmpty() || !documentWindow)
+    if (paths.isEmpty())
         return;
     event->acceptProposedAction();
-    Q_EMIT documentWindow->openFilesRequested(paths, documentWindow);
+    Q_EMIT filesDropped(paths);
 }

@@ -8,8 +8,8 @@ class QMimeData;
 
 // The sidebar column of a document tab: the folder sidebar of the controller's
 // sidebar root, or, while the document belongs to no folder, an invitation to open
-// one. Follows the root as the controller resolves it. Folders and files dropped on
-// it open as if chosen in the Open dialog.
+// one. Follows the root as the controller resolves it. What the user asks of it
+// (another folder, dropped files) goes out as signals for the window to carry out.
 class SidebarView : public QStackedWidget
 {
     Q_OBJECT
@@ -22,6 +22,11 @@ public:
 Q_SIGNALS:
     // The user left the sidebar with Escape.
     void leaveRequested();
+    // "Open Folder…" was chosen, in the invitation or the folder's menu.
+    void openFolderChosen();
+    // Folders or files were dropped on the sidebar, to open as if chosen in the Open
+    // dialog.
+    void filesDropped(const QStringList &paths);
 
 protected:
     void dragEnterEvent(QDragEnterEvent *event) override;

@@ -1,7 +1,7 @@
 // What a screen reader finds in a document window: every control the keyboard can
 // reach has a name and a role, and so has every row of its lists.
-#include "document/DocumentTab.h"
-#include "document/DocumentWindow.h"
+#include "app/DocumentTab.h"
+#include "app/DocumentWindow.h"
 #include "support/WebTest.h"
 
 #include <QAbstractItemView>

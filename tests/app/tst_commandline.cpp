@@ -1,9 +1,9 @@
 #include "app/CommandLineTool.h"
-#include "app/CustomCSS.h"
 #include "app/DefaultApp.h"
 #include "app/LaunchArguments.h"
 #include "app/LegacyMigration.h"
 #include "base/Preferences.h"
+#include "document/CustomCSS.h"
 
 #include <algorithm>
 #include <QDesktopServices>

@@ -1,6 +1,6 @@
 // The window around the documents: its commands follow the current tab.
-#include "document/DocumentTab.h"
-#include "document/DocumentWindow.h"
+#include "app/DocumentTab.h"
+#include "app/DocumentWindow.h"
 #include "document/EmptyHint.h"
 #include "document/PreviewPage.h"
 #include "editor/EditorView.h"

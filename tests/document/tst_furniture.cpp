@@ -1,7 +1,7 @@
 // The outline, find and the user stylesheet, against real pages.
-#include "app/CustomCSS.h"
 #include "base/Brand.h"
 #include "base/Preferences.h"
+#include "document/CustomCSS.h"
 #include "document/DiskChangeBanner.h"
 #include "document/DocumentController.h"
 #include "document/OutlineFilter.h"

@@ -1,8 +1,8 @@
 // Quick open and project search over a document window, opening real pages.
+#include "app/DocumentTab.h"
+#include "app/DocumentWindow.h"
 #include "base/DebugHooks.h"
 #include "base/Preferences.h"
-#include "document/DocumentTab.h"
-#include "document/DocumentWindow.h"
 #include "search/QuickOpenPanel.h"
 #include "search/SearchPanel.h"
 #include "support/TreeBuilder.h"

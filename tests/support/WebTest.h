@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/WebEngineSetup.h"
 #include "document/PreviewPage.h"
+#include "document/WebEngineSetup.h"
 
 #include <QApplication>
 #include <QJsonValue>

@@ -1,12 +1,12 @@
 // The folder sidebar: its rows as a model, keyboard navigation through real key events,
 // its states, and revealing the document.
+#include "app/DocumentTab.h"
+#include "app/DocumentWindow.h"
+#include "app/FolderOpener.h"
 #include "base/Preferences.h"
 #include "document/DocumentController.h"
-#include "document/DocumentTab.h"
-#include "document/DocumentWindow.h"
 #include "support/TreeBuilder.h"
 #include "support/WebTest.h"
-#include "workspace/FolderOpener.h"
 #include "workspace/FolderSidebar.h"
 #include "workspace/FolderTree.h"
 #include "workspace/FolderTreeModel.h"

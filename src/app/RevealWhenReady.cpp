@@ -1,9 +1,9 @@
 #include "RevealWhenReady.h"
 
-#include "app/OpenTarget.h"
 #include "base/PathKey.h"
-#include "DocumentController.h"
-#include "OpenDocument.h"
+#include "document/DocumentController.h"
+#include "document/OpenDocument.h"
+#include "OpenTarget.h"
 
 #include <memory>
 #include <QDir>

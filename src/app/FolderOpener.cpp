@@ -2,10 +2,10 @@
 
 #include "base/MarkdownNames.h"
 #include "base/Preferences.h"
-#include "document/DocumentTab.h"
-#include "document/DocumentWindow.h"
-#include "FolderOpening.h"
-#include "Workspace.h"
+#include "DocumentTab.h"
+#include "DocumentWindow.h"
+#include "workspace/FolderOpening.h"
+#include "workspace/Workspace.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -3,9 +3,9 @@
 #include "base/Brand.h"
 #include "base/SaveFolder.h"
 #include "base/WarningAlert.h"
+#include "document/PDFPrint.h"
 #include "DocumentTab.h"
 #include "DocumentWindow.h"
-#include "PDFPrint.h"
 
 #include <QAction>
 #include <QApplication>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DocumentController.h"
+#include "document/DocumentController.h"
 #include "editor/EditorView.h"
 
 #include <QJsonObject>

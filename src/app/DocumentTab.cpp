@@ -2,13 +2,15 @@
 
 #include "base/Preferences.h"
 #include "base/TextScale.h"
-#include "DiskChangeBanner.h"
+#include "document/DiskChangeBanner.h"
+#include "document/EmptyHint.h"
+#include "document/FindBar.h"
+#include "document/PreviewPage.h"
+#include "document/TabNotice.h"
+#include "DocumentWindow.h"
 #include "editor/EditorView.h"
-#include "EmptyHint.h"
-#include "FindBar.h"
-#include "PreviewPage.h"
-#include "TabNotice.h"
 #include "workspace/SidebarView.h"
+#include "WorkspaceCommands.h"
 
 #include <algorithm>
 #include <QApplication>
@@ -115,6 +117,12 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     connect(m_controller, &DocumentController::previewProblemChanged, previewProblem,
             &TabNotice::setMessage);
     previewProblem->setMessage(m_controller->previewProblem());
+    connect(m_sidebar, &SidebarView::openFolderChosen, this,
+            [this] { WorkspaceCommands::chooseFolder(this); });
+    connect(m_sidebar, &SidebarView::filesDropped, this, [this](const QStringList &paths) {
+        if (auto *documentWindow = qobject_cast<DocumentWindow *>(window()))
+            Q_EMIT documentWindow->openFilesRequested(paths, documentWindow);
+    });
     connect(m_sidebar, &SidebarView::leaveRequested, this,
             [this] { showMode(m_controller->mode()); });
     connect(m_banner, &DiskChangeBanner::reloadClicked, this,

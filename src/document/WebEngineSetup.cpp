@@ -1,6 +1,6 @@
 #include "WebEngineSetup.h"
 
-#include "document/LocalAssetHandler.h"
+#include "LocalAssetHandler.h"
 
 #include <QCoreApplication>
 #include <QtGlobal>

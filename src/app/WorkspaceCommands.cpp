@@ -2,8 +2,8 @@
 
 #include "base/DebugHooks.h"
 #include "base/Preferences.h"
-#include "document/DocumentTab.h"
-#include "document/DocumentWindow.h"
+#include "DocumentTab.h"
+#include "DocumentWindow.h"
 #include "FolderOpener.h"
 
 #include <cstdio>

@@ -1,11 +1,11 @@
 #include "SearchCommands.h"
 
-#include "document/DocumentTab.h"
-#include "document/DocumentWindow.h"
-#include "document/RevealWhenReady.h"
-#include "ProjectRoot.h"
-#include "QuickOpenPanel.h"
-#include "SearchPanel.h"
+#include "DocumentTab.h"
+#include "DocumentWindow.h"
+#include "RevealWhenReady.h"
+#include "search/ProjectRoot.h"
+#include "search/QuickOpenPanel.h"
+#include "search/SearchPanel.h"
 
 #include <QAction>
 #include <QCoreApplication>

@@ -1,7 +1,7 @@
 #include "CustomCSS.h"
 
 #include "base/Preferences.h"
-#include "document/FileWatcher.h"
+#include "FileWatcher.h"
 
 #include <QDesktopServices>
 #include <QDir>
