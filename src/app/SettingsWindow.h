@@ -12,9 +12,10 @@ class QSlider;
 // The Settings window: theme, reading, opening-files and custom-stylesheet sections.
 // Every control writes its preference as soon as it is used and follows the
 // preference when something else (a menu command, another window) changes it.
-class SettingsWindow : public QWidget
+class SettingsWindow final : public QWidget
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SettingsWindow)
 
 public:
     explicit SettingsWindow(Preferences &preferences, QWidget *parent = nullptr);

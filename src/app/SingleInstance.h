@@ -12,9 +12,10 @@ class QLocalServer;
 //
 // A request is one JSON object per connection: {"kind": "open", "paths": [...],
 // "urls": [...], "text": "..."} or {"kind": "post", "name": "...", "arg": "..."}.
-class SingleInstance : public QObject
+class SingleInstance final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SingleInstance)
 
 public:
     explicit SingleInstance(QObject *parent = nullptr);

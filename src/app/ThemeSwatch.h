@@ -8,9 +8,10 @@
 // light page colour and half in its dark one, with the theme's name beneath. The
 // checked tile is the current theme and wears a ring in the window's accent colour.
 // Named ThemeSwatchTile because ThemeSwatch is already the colour triple it draws.
-class ThemeSwatchTile : public QAbstractButton
+class ThemeSwatchTile final : public QAbstractButton
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ThemeSwatchTile)
 
 public:
     explicit ThemeSwatchTile(ReaderTheme::Case theme, QWidget *parent = nullptr);

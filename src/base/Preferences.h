@@ -12,9 +12,10 @@
 // The enumerated values ("theme", "readerFont", "readingWidth", and "appearance":
 // "system", "light" or "dark") are plain strings here: a string that names no case
 // is kept and handed on as it is.
-class Preferences : public QObject
+class Preferences final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(Preferences)
     Q_PROPERTY(QString theme READ theme WRITE setTheme NOTIFY themeChanged)
     Q_PROPERTY(QString readerFont READ readerFont WRITE setReaderFont NOTIFY readerFontChanged)
     Q_PROPERTY(

@@ -9,9 +9,10 @@ class Preferences;
 // The user's stylesheet for every reading page, ~/.local/share/Lumo/custom.css. Keeps
 // the file's text (empty when it is missing or not UTF-8), watches it, and announces
 // every change so a saved edit restyles every open window. Main thread only.
-class CustomCSS : public QObject
+class CustomCSS final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(CustomCSS)
 
 public:
     explicit CustomCSS(const QString &path, QObject *parent = nullptr);

@@ -4,9 +4,10 @@
 
 // A short hint centred over an empty page, so a window with nothing open is not a
 // blank white sheet: how to open a file, and how to start writing.
-class EmptyHint : public QLabel
+class EmptyHint final : public QLabel
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(EmptyHint)
 
 public:
     // Covers `page`, above it, following its size; hidden until shown.

@@ -21,9 +21,10 @@
 // been missed meanwhile.
 //
 // Main thread only. Destroying the watcher stops it; no callback runs afterwards.
-class FileWatcher : public QObject
+class FileWatcher final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FileWatcher)
 
 public:
     explicit FileWatcher(std::function<void()> onChange, QObject *parent = nullptr);

@@ -9,9 +9,10 @@ class QLineEdit;
 // count, previous and next buttons, and "Done" (or Escape) to close it. Return
 // searches forward, Shift+Return backward; an incremental bar also searches as the
 // text changes.
-class FindBar : public QFrame
+class FindBar final : public QFrame
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FindBar)
 
 public:
     explicit FindBar(bool incremental, QWidget *parent = nullptr);

@@ -6,9 +6,10 @@
 // through "mv-asset:" URLs holding absolute paths, under AssetPolicy's rule: files in
 // the folders of open documents only (see allow), and only real media. The checks and the read
 // run off the GUI thread, so a slow or hostile file never freezes the window.
-class LocalAssetHandler : public QWebEngineUrlSchemeHandler
+class LocalAssetHandler final : public QWebEngineUrlSchemeHandler
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(LocalAssetHandler)
 
 public:
     static constexpr char scheme[] = "mv-asset";

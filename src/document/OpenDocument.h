@@ -7,9 +7,10 @@
 // One document as a tab holds it: the text being read or edited, the encoding it is
 // saved in, its file (none while untitled) and whether it has unsaved edits.
 // Main thread only.
-class OpenDocument : public QObject
+class OpenDocument final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(OpenDocument)
 
 public:
     // A new, untitled document, optionally with text (what a tool piped in: nothing

@@ -11,9 +11,10 @@ class QListWidget;
 // has the focus, and the list, indented from the shallowest heading. Choosing a
 // heading (click, or Return for the selected row, which the arrow keys move from the
 // filter field) reports it and closes the popover.
-class OutlinePopover : public QFrame
+class OutlinePopover final : public QFrame
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(OutlinePopover)
 
 public:
     explicit OutlinePopover(QWidget *parent = nullptr);

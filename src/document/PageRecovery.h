@@ -13,9 +13,10 @@ class PreviewPage;
 // and reload forever.
 //
 // Main thread only. The owner reports what the page says (ready, rendered).
-class PageRecovery : public QObject
+class PageRecovery final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(PageRecovery)
 
 public:
     static constexpr int readyTimeoutMilliseconds = 15000;

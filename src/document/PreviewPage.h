@@ -14,9 +14,10 @@ class QWebEngineProfile;
 // so nothing a document contains can reach the native side.
 //
 // Main thread only. Every page shares one profile, which serves "mv-asset:".
-class PreviewPage : public QWebEnginePage
+class PreviewPage final : public QWebEnginePage
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(PreviewPage)
 
 public:
     using Reply = std::function<void(const QJsonValue &value, const QString &error)>;

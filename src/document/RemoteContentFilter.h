@@ -6,9 +6,10 @@
 // off) and always for pages nobody sees (a headless export): a fetched image tells its
 // server who opened the document and when. Links are not requests of the page and
 // are unaffected. Installed once on the shared profile; runs on the GUI thread.
-class RemoteContentFilter : public QWebEngineUrlRequestInterceptor
+class RemoteContentFilter final : public QWebEngineUrlRequestInterceptor
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(RemoteContentFilter)
 
 public:
     using QWebEngineUrlRequestInterceptor::QWebEngineUrlRequestInterceptor;

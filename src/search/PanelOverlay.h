@@ -17,6 +17,7 @@ class QStackedWidget;
 class PanelOverlay : public QWidget
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(PanelOverlay)
 
 public:
     explicit PanelOverlay(QWidget *tab);

@@ -35,12 +35,4 @@ QString root(const QString &filePath);
 // applies during the walk, before the sort). Empty when the root cannot be read.
 QList<MarkdownFile> scan(const QString &root, int limit = scanLimit);
 
-// Quick open's match score of `file` against `query`; no value when it does not match.
-std::optional<int> score(const MarkdownFile &file, const QString &query);
-
-// Quick open's rows: the files matching `query` (all of them when it is empty), the
-// current document excluded, best first, at most 60.
-QList<MarkdownFile> results(const QList<MarkdownFile> &files, const QString &query,
-                            const QString &currentPath);
-
 } // namespace ProjectFiles

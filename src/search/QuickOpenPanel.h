@@ -10,9 +10,10 @@ class QuickOpenModel;
 // Quick open: type a few letters of a path, open one of the project's Markdown
 // files. The files are listed off the main thread each time the panel opens; until
 // they arrive the panel says so, and typing goes on meanwhile.
-class QuickOpenPanel : public PanelOverlay
+class QuickOpenPanel final : public PanelOverlay
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(QuickOpenPanel)
 
 public:
     explicit QuickOpenPanel(QWidget *tab);

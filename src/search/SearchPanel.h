@@ -8,9 +8,10 @@ class SearchResultsModel;
 // Project search: the matching lines of every Markdown file of the project, grouped
 // by file, newest file first. The files are listed off the main thread when the
 // panel opens and searched off it as the query changes (see SearchSession).
-class SearchPanel : public PanelOverlay
+class SearchPanel final : public PanelOverlay
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SearchPanel)
 
 public:
     explicit SearchPanel(QWidget *tab);

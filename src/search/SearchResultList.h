@@ -7,7 +7,7 @@
 
 // The rows of the search panel: a header for each file, in the order the files
 // first occur among the hits, followed by that file's hits.
-class SearchResultsModel : public QAbstractListModel
+class SearchResultsModel final : public QAbstractListModel
 {
 public:
     using QAbstractListModel::QAbstractListModel;
@@ -36,7 +36,7 @@ private:
 
 // Paints file headers (name, then folder in the secondary colour) and hit rows (the
 // one-based line number, then the snippet with its match emphasised).
-class SearchResultDelegate : public QStyledItemDelegate
+class SearchResultDelegate final : public QStyledItemDelegate
 {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;

@@ -13,9 +13,10 @@
 // until the next search completes.
 //
 // Main thread only; searches run on the global thread pool.
-class SearchSession : public QObject
+class SearchSession final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SearchSession)
 
 public:
     using Searcher = std::function<QList<SearchHit>(

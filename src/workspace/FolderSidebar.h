@@ -19,9 +19,10 @@ class SidebarList;
 // The list's scroll position lives in the tree, so another window on the folder opens
 // at the same place, and a document opened from this sidebar keeps the list where the
 // user clicked (the tree's handoff). Main thread only.
-class FolderSidebar : public QWidget
+class FolderSidebar final : public QWidget
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FolderSidebar)
 
 public:
     FolderSidebar(std::shared_ptr<FolderTree> tree, DocumentController *controller,

@@ -17,9 +17,10 @@
 //
 // The expanded set is stored under "sidebarExpanded" on every change. `nodes` is
 // republished only when a scan found something different.
-class FolderTree : public QObject
+class FolderTree final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FolderTree)
     Q_PROPERTY(QList<TreeNode> nodes READ nodes NOTIFY nodesChanged)
     Q_PROPERTY(int fileCount READ fileCount NOTIFY fileCountChanged)
     Q_PROPERTY(bool truncated READ truncated NOTIFY truncatedChanged)

@@ -11,9 +11,10 @@
 // expanded folder (its children carry their own), otherwise as ReadState judges the
 // node against the folder's baseline. Expansion itself is the view's, following the
 // tree's expanded set. Main thread only.
-class FolderTreeModel : public QAbstractItemModel
+class FolderTreeModel final : public QAbstractItemModel
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FolderTreeModel)
 
 public:
     enum Role {

@@ -303,7 +303,7 @@ bool FolderWatcher::isRelevant(const QStringList &paths, const QList<quint32> &f
 {
     const qsizetype count = std::min(paths.size(), flags.size());
     for (qsizetype i = 0; i < count; ++i) {
-        if (flags[i] & (MustScanSubDirs | UserDropped | KernelDropped | RootChanged))
+        if (flags[i] & (MustScanSubDirs | KernelDropped | RootChanged))
             return true;
         const QStringList pieces = paths[i].split(u'/', Qt::SkipEmptyParts);
         const bool inSkipped = std::any_of(pieces.begin(), pieces.end(), [](const QString &piece) {

@@ -26,15 +26,15 @@
 //
 // start() and stop() are called on the main thread. The watcher starts once; stop() is
 // idempotent and no handler runs after it; destroying the watcher stops it.
-class FolderWatcher : public QObject
+class FolderWatcher final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FolderWatcher)
 
 public:
     // The flag bits of one event, as the filter reads them.
     enum Flag : quint32 {
         MustScanSubDirs = 0x1,
-        UserDropped = 0x2,
         KernelDropped = 0x4,
         RootChanged = 0x20,
         ItemModified = 0x1000,

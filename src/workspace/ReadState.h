@@ -18,9 +18,10 @@ class Preferences;
 // of a burst (and at once when the application quits); a write keeps the maps bounded,
 // pruning past 2000 files to the newest 1500 and past 100 folders to the newest 80.
 // Main thread only.
-class ReadState : public QObject
+class ReadState final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ReadState)
     Q_PROPERTY(QHash<QString, QDateTime> viewed READ viewed NOTIFY viewedChanged)
 
 public:

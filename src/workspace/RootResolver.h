@@ -5,9 +5,10 @@
 // Finds the folder a document's sidebar shows (Workspace::root): a remembered folder
 // at once, the project root off the main thread. A new request supersedes any earlier
 // one still running: only the latest answer is announced. Main thread only.
-class RootResolver : public QObject
+class RootResolver final : public QObject
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(RootResolver)
 
 public:
     using QObject::QObject;

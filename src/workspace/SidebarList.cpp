@@ -121,7 +121,7 @@ QModelIndex SidebarList::cursorIndex() const
     return m_cursor && m_model ? m_model->indexOf(*m_cursor) : QModelIndex();
 }
 
-void SidebarList::setCursor(const std::optional<QString> &path)
+void SidebarList::setCursorPath(const std::optional<QString> &path)
 {
     m_cursor = path;
     viewport()->update();
@@ -131,7 +131,7 @@ void SidebarList::showCursor(const QModelIndex &index)
 {
     if (!index.isValid())
         return;
-    setCursor(index.data(FolderTreeModel::PathRole).toString());
+    setCursorPath(index.data(FolderTreeModel::PathRole).toString());
     scrollTo(index);
 }
 
@@ -141,7 +141,7 @@ void SidebarList::showCursorAt(const QModelIndex &index)
     showCursor(index);
 }
 
-void SidebarList::moveCursor(int step)
+void SidebarList::stepCursor(int step)
 {
     const QList<QModelIndex> rows = visibleRows();
     if (rows.isEmpty())
@@ -220,16 +220,16 @@ void SidebarList::keyPressEvent(QKeyEvent *event)
     m_usingKeyboard = true;
     switch (event->key()) {
     case Qt::Key_Up:
-        moveCursor(-1);
+        stepCursor(-1);
         break;
     case Qt::Key_Down:
-        moveCursor(1);
+        stepCursor(1);
         break;
     case Qt::Key_Home:
-        moveCursor(-static_cast<int>(visibleRows().size()));
+        stepCursor(-static_cast<int>(visibleRows().size()));
         break;
     case Qt::Key_End:
-        moveCursor(static_cast<int>(visibleRows().size()));
+        stepCursor(static_cast<int>(visibleRows().size()));
         break;
     case Qt::Key_Right:
         expandOrEnter();
@@ -267,7 +267,7 @@ void SidebarList::mousePressEvent(QMouseEvent *event)
     }
     m_usingKeyboard = false;
     setFocus(Qt::MouseFocusReason);
-    setCursor(index.data(FolderTreeModel::PathRole).toString());
+    setCursorPath(index.data(FolderTreeModel::PathRole).toString());
     const bool newTab =
         event->button() == Qt::MiddleButton || event->modifiers().testFlag(Qt::ControlModifier);
     Q_EMIT rowActivated(index, newTab);

@@ -17,9 +17,10 @@ class FolderTreeModel;
 // typed characters select the first row whose name starts with what was typed within a second,
 // Escape hands the focus back to the document. The cursor row is outlined only while the keyboard
 // drives it.
-class SidebarList : public QTreeView
+class SidebarList final : public QTreeView
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SidebarList)
 
 public:
     static constexpr int typeSelectResetMilliseconds = 1000;
@@ -31,11 +32,11 @@ public:
 
     // The rows on show, in order: every node whose enclosing folders are all expanded.
     QList<QModelIndex> visibleRows() const;
-    std::optional<QString> cursor() const { return m_cursor; }
-    void setCursor(const std::optional<QString> &path);
+    std::optional<QString> cursorPath() const { return m_cursor; }
+    void setCursorPath(const std::optional<QString> &path);
     bool usingKeyboard() const { return m_usingKeyboard; }
 
-    void moveCursor(int step);
+    void stepCursor(int step);
     void expandOrEnter();
     void collapseOrLeave();
     void activateCursor();

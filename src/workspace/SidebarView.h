@@ -10,9 +10,10 @@ class QMimeData;
 // sidebar root, or, while the document belongs to no folder, an invitation to open
 // one. Follows the root as the controller resolves it. What the user asks of it
 // (another folder, dropped files) goes out as signals for the window to carry out.
-class SidebarView : public QStackedWidget
+class SidebarView final : public QStackedWidget
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SidebarView)
 
 public:
     explicit SidebarView(DocumentController *controller, QWidget *parent = nullptr);

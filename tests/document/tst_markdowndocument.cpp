@@ -32,6 +32,8 @@ private Q_SLOTS:
     void openEditSaveReopen_data();
     void openEditSaveReopen();
     void pipedTextIsNotAnEdit();
+    void replaceableOnlyWhenNothingIsLost_data();
+    void replaceableOnlyWhenNothingIsLost();
     void editsKeepLineEndings_data();
     void editsKeepLineEndings();
 
@@ -243,6 +245,42 @@ void TestMarkdownDocument::pipedTextIsNotAnEdit()
     QVERIFY(!piped.isModified());
     piped.setText(u"# Edited\n"_s);
     QVERIFY(piped.isModified());
+}
+
+void TestMarkdownDocument::replaceableOnlyWhenNothingIsLost_data()
+{
+    QTest::addColumn<bool>("onDisk");
+    QTest::addColumn<QString>("start"); // untitled: its text; on disk: the file's
+    QTest::addColumn<QString>("edit");  // empty: no edit
+    QTest::addColumn<bool>("replaceable");
+
+    QTest::newRow("untitled, empty") << false << QString() << QString() << true;
+    QTest::newRow("untitled, piped text") << false << u"# Piped\n"_s << QString() << false;
+    QTest::newRow("untitled, typed") << false << QString() << u"x"_s << false;
+    QTest::newRow("saved, untouched") << true << u"# Saved\n"_s << QString() << true;
+    QTest::newRow("saved, edited") << true << u"# Saved\n"_s << u"# Other\n"_s << false;
+}
+
+void TestMarkdownDocument::replaceableOnlyWhenNothingIsLost()
+{
+    QFETCH(bool, onDisk);
+    QFETCH(QString, start);
+    QFETCH(QString, edit);
+    QFETCH(bool, replaceable);
+    std::unique_ptr<OpenDocument> document;
+    if (onDisk) {
+        QFile file(path(u"replaceable.md"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(start.toUtf8());
+        file.close();
+        document.reset(OpenDocument::open(file.fileName(), nullptr));
+        QVERIFY(document);
+    } else {
+        document = std::make_unique<OpenDocument>(start);
+    }
+    if (!edit.isEmpty())
+        document->setText(edit);
+    QCOMPARE(document->canBeReplaced(), replaceable);
 }
 
 void TestMarkdownDocument::editsKeepLineEndings_data()

@@ -1,5 +1,5 @@
 // Quick open's ranking: the subsequence score and the rows it gives.
-#include "search/ProjectFiles.h"
+#include "search/QuickOpenIndex.h"
 
 #include <QTest>
 
@@ -22,6 +22,17 @@ private:
         const QDateTime base(QDate(2026, 1, 1), QTime(12, 0), Qt::UTC);
         return {u"/p/"_s + relativePath, relativePath,
                 ageInMinutes < 0 ? QDateTime() : base.addSecs(-60 * ageInMinutes)};
+    }
+
+    // Quick open's rows for `query` as files, as the panel lists them.
+    static QList<MarkdownFile> rowsOf(const QList<MarkdownFile> &files, const QString &query,
+                                      const QString &currentPath)
+    {
+        const QuickOpenIndex index(files);
+        QList<MarkdownFile> rows;
+        for (const qsizetype row : index.results(query, currentPath))
+            rows.append(index.files().at(row));
+        return rows;
     }
 };
 
@@ -57,7 +68,7 @@ void TestQuickOpenScore::score()
     QFETCH(QString, path);
     QFETCH(QString, query);
     QFETCH(int, expected);
-    const std::optional<int> score = ProjectFiles::score(file(path), query);
+    const std::optional<int> score = QuickOpenIndex({file(path)}).score(0, query);
     QCOMPARE(score.value_or(-1), expected);
 }
 
@@ -93,7 +104,7 @@ void TestQuickOpenScore::results()
     QFETCH(QString, current);
     QFETCH(QStringList, expected);
     QStringList got;
-    for (const MarkdownFile &row : ProjectFiles::results(files, query, current))
+    for (const MarkdownFile &row : rowsOf(files, query, current))
         got << row.relativePath;
     QCOMPARE(got, expected);
 }
@@ -103,12 +114,12 @@ void TestQuickOpenScore::emptyQueryListsTheSixtyNewest()
     QList<MarkdownFile> files;
     for (int i = 0; i < 200; ++i)
         files << file(u"n%1.md"_s.arg(i), i);
-    const QList<MarkdownFile> rows = ProjectFiles::results(files, QString(), u"/p/n0.md"_s);
+    const QList<MarkdownFile> rows = rowsOf(files, QString(), u"/p/n0.md"_s);
     QCOMPARE(rows.size(), 60);
     QCOMPARE(rows.first().relativePath, u"n1.md"_s);
     QCOMPARE(rows.last().relativePath, u"n60.md"_s);
     // Spaces alone score every file 0, which leaves the same list.
-    QCOMPARE(ProjectFiles::results(files, u"   "_s, u"/p/n0.md"_s), rows);
+    QCOMPARE(rowsOf(files, u"   "_s, u"/p/n0.md"_s), rows);
 }
 
 QTEST_APPLESS_MAIN(TestQuickOpenScore)

@@ -16,9 +16,11 @@
 #include "workspace/Workspace.h"
 
 #include <QAbstractItemModelTester>
+#include <QFileDialog>
 #include <QLabel>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QStackedWidget>
 #include <QTestEventList>
@@ -42,6 +44,7 @@ private Q_SLOTS:
     void sidebarFollowsTheRoot();
     void openingAFolderRaisesOpensOrTells();
     void dropsOpenFoldersAndFiles();
+    void openFolderInTheSidebarAsksForAFolder();
 
 private:
     QString path(const QString &relative) const { return m_dir.filePath(relative); }
@@ -184,7 +187,7 @@ void TestFolderSidebar::keyboard()
     list->setFocus();
     QTRY_VERIFY(list->hasFocus());
     keys.simulate(list);
-    QCOMPARE(list->cursor().value_or(QString()), cursor);
+    QCOMPARE(list->cursorPath().value_or(QString()), cursor);
     QCOMPARE(sorted(fixture.tree->expanded()), expanded);
     QVERIFY(list->usingKeyboard());
 }
@@ -282,7 +285,7 @@ void TestFolderSidebar::revealShowsTheDocument()
     QVERIFY(fixture.controller->sidebarVisible());
     QCOMPARE(sorted(fixture.tree->expanded()), (QStringList{u"alpha"_s, u"alpha/sub"_s}));
     SidebarList *list = fixture.sidebar->list();
-    QTRY_COMPARE(list->cursor().value_or(QString()), u"alpha/sub/s.md"_s);
+    QTRY_COMPARE(list->cursorPath().value_or(QString()), u"alpha/sub/s.md"_s);
     QVERIFY(list->hasFocus());
 }
 
@@ -393,6 +396,24 @@ void TestFolderSidebar::dropsOpenFoldersAndFiles()
     QCOMPARE(requested.count(), 1);
     QCOMPARE(requested.constFirst().constFirst().toStringList(),
              (QStringList{path(u"notes"_s), path(u"notes/readme.md"_s)}));
+}
+
+void TestFolderSidebar::openFolderInTheSidebarAsksForAFolder()
+{
+    DocumentWindow window;
+    window.addDocument(new OpenDocument());
+    auto *sidebar = window.findChild<SidebarView *>();
+    QVERIFY(sidebar);
+    QWidget *invitation = sidebar->findChild<QWidget *>(u"noFolder"_s);
+    QVERIFY(invitation);
+    auto *button = invitation->findChild<QPushButton *>();
+    QVERIFY(button);
+    button->click();
+    QFileDialog *dialog = nullptr;
+    QTRY_VERIFY((dialog = window.findChild<QFileDialog *>()));
+    QVERIFY(FolderOpener::acceptsFolders(dialog));
+    QCOMPARE(dialog->fileMode(), QFileDialog::Directory);
+    dialog->reject();
 }
 
 LUMO_WEB_TEST_MAIN(TestFolderSidebar)

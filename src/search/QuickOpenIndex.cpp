@@ -1,6 +1,7 @@
+#include "QuickOpenIndex.h"
+
 #include "Characters.h"
 #include "ProjectFiles.h"
-#include "QuickOpenIndex.h"
 
 #include <algorithm>
 #include <limits>
@@ -184,20 +185,5 @@ QList<qsizetype> QuickOpenIndex::results(const QString &query, const QString &cu
     rows.reserve(kept);
     for (qsizetype i = 0; i < kept; ++i)
         rows.append(ranked[size_t(i)].index);
-    return rows;
-}
-
-std::optional<int> ProjectFiles::score(const MarkdownFile &file, const QString &query)
-{
-    return QuickOpenIndex({file}).score(0, query);
-}
-
-QList<MarkdownFile> ProjectFiles::results(const QList<MarkdownFile> &files, const QString &query,
-                                          const QString &currentPath)
-{
-    const QuickOpenIndex index(files);
-    QList<MarkdownFile> rows;
-    for (const qsizetype row : index.results(query, currentPath))
-        rows.append(files[row]);
     return rows;
 }
