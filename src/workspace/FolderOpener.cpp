@@ -3,6 +3,7 @@
 #include "app/Preferences.h"
 #include "document/DocumentTab.h"
 #include "document/DocumentWindow.h"
+#include "document/TabPanels.h"
 #include "FolderOpening.h"
 #include "Workspace.h"
 
@@ -81,7 +82,7 @@ void open(const QString &folder, const QList<DocumentWindow *> &windows, QWidget
             paths.append(tab->document()->path());
         if (const auto index = FolderOpening::showingDocument(path, paths)) {
             DocumentTab *tab = tabs.at(*index);
-            tab->controller()->setSidebarVisible(true);
+            tab->panels()->setSidebarVisible(true);
             window->showTab(tab);
             return;
         }

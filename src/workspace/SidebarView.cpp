@@ -59,9 +59,10 @@ QWidget *noFolderView(QWidget *parent)
 
 } // namespace
 
-SidebarView::SidebarView(DocumentController *controller, QWidget *parent)
+SidebarView::SidebarView(DocumentController *controller, TabPanels *panels, QWidget *parent)
     : QStackedWidget(parent)
     , m_controller(controller)
+    , m_panels(panels)
     , m_noFolder(noFolderView(this))
     , m_pending(new QWidget(this))
 {
@@ -87,7 +88,7 @@ void SidebarView::showRoot(const QString &root)
         setCurrentWidget(document && !document->isUntitled() ? m_pending : m_noFolder);
         return;
     }
-    m_folder = new FolderSidebar(FolderTree::shared(root), m_controller, this);
+    m_folder = new FolderSidebar(FolderTree::shared(root), m_controller, m_panels, this);
     connect(m_folder, &FolderSidebar::leaveRequested, this, &SidebarView::leaveRequested);
     addWidget(m_folder);
     setCurrentWidget(m_folder);
