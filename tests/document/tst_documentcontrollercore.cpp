@@ -31,6 +31,8 @@ private Q_SLOTS:
     void actionsForAFileThatNeverRendersAreDropped_data();
     void actionsForAFileThatNeverRendersAreDropped();
     void aDocumentTooLargeToPreviewSaysSo();
+    void thePageLeadsTheEditorOnlyWhenTheUserScrollsIt_data();
+    void thePageLeadsTheEditorOnlyWhenTheUserScrollsIt();
     void zoomSteps_data();
     void zoomSteps();
 
@@ -305,6 +307,39 @@ void TestDocumentControllerCore::aDocumentTooLargeToPreviewSaysSo()
     QSignalSpy rendered(controller, &DocumentController::renderCompleted);
     QTRY_COMPARE(rendered.count(), 1);
     QVERIFY(controller->previewProblem().isEmpty());
+}
+
+void TestDocumentControllerCore::thePageLeadsTheEditorOnlyWhenTheUserScrollsIt_data()
+{
+    QTest::addColumn<bool>("editing");
+    QTest::addColumn<bool>("byTheUser");
+    QTest::addColumn<bool>("editorJustScrolled");
+    QTest::addColumn<bool>("editorFollows");
+    QTest::addColumn<double>("pageTop");
+    QTest::newRow("editing, the user scrolls the page") << true << true << false << true << 12.5;
+    QTest::newRow("editing, the page settles by itself") << true << false << false << false << 0.0;
+    QTest::newRow("editing, right after the editor scrolled")
+        << true << true << true << false << 12.5;
+    QTest::newRow("reading") << false << true << false << false << 12.5;
+}
+
+void TestDocumentControllerCore::thePageLeadsTheEditorOnlyWhenTheUserScrollsIt()
+{
+    QFETCH(bool, editing);
+    QFETCH(bool, byTheUser);
+    QFETCH(bool, editorJustScrolled);
+    QFETCH(bool, editorFollows);
+    QFETCH(double, pageTop);
+    FakePage page;
+    DocumentController controller(nullptr, &page, editing);
+    QList<double> editorScrolls;
+    controller.setEditor(
+        {[] { return 3.0; }, [&editorScrolls](double line) { editorScrolls.append(line); }, {}});
+    if (editorJustScrolled)
+        controller.editorDidScroll(3.0);
+    page.say({{u"type"_s, u"topLine"_s}, {u"line"_s, 12.5}, {u"user"_s, byTheUser}});
+    QCOMPARE(editorScrolls, editorFollows ? QList<double>{12.5} : QList<double>{});
+    QCOMPARE(controller.previewTopLine(), pageTop);
 }
 
 void TestDocumentControllerCore::zoomSteps_data()
