@@ -5,11 +5,13 @@
 #include "base/ResourcePaths.h"
 #include "base/WarningAlert.h"
 #include "CommandLineTool.h"
+#include "DebugHookRouter.h"
 #include "DocumentTab.h"
 #include "DocumentWindow.h"
 #include "FolderOpener.h"
 #include "OpenTarget.h"
 #include "RevealWhenReady.h"
+#include "WindowMenus.h"
 #include "workspace/FolderOpening.h"
 
 #include <cstdio>
@@ -20,14 +22,20 @@
 Application::Application(QObject *parent)
     : QObject(parent)
 {
-    // Which windowing system Lumo runs on, and the application id a compositor
-    // matches with the desktop entry (for its icon and name).
-    connect(&DebugHooks::shared(), &DebugHooks::posted, this, [](const QString &name) {
-        if (name != QLatin1String("lumoapp.debug.platform"))
-            return;
-        std::fprintf(stdout, "Lumo platform: %s, app id %s\n",
-                     qUtf8Printable(QGuiApplication::platformName()),
-                     qUtf8Printable(QGuiApplication::desktopFileName()));
+    auto *hooks = new DebugHookRouter(
+        [this]() -> DocumentWindow * {
+            if (m_lastActive)
+                return m_lastActive;
+            const QList<DocumentWindow *> live = windows();
+            return live.isEmpty() ? nullptr : live.constLast();
+        },
+        this);
+    connect(hooks, &DebugHookRouter::openRequested, this, [this](const QString &path) {
+        QString error;
+        const bool opened = openFile(path, nullptr, &error);
+        const QString outcome = opened ? QStringLiteral("opened %1").arg(path)
+                                       : QStringLiteral("failed: %1").arg(error);
+        std::fprintf(stdout, "Lumo debug openURL: %s\n", qUtf8Printable(outcome));
         std::fflush(stdout);
     });
 }
@@ -90,6 +98,7 @@ void Application::handleRequest(const QJsonObject &request)
 DocumentWindow *Application::newWindow()
 {
     auto *window = new DocumentWindow;
+    WindowMenus::build(window);
     attach(window);
     window->show();
     return window;
@@ -110,14 +119,6 @@ void Application::attach(DocumentWindow *window)
     connect(window, &DocumentWindow::quitRequested, this, &Application::quit);
     connect(window, &DocumentWindow::openFolderRequested, this,
             [this](const QString &path, DocumentWindow *from) { openFolder(path, from); });
-    connect(window, &DocumentWindow::debugOpenRequested, this, [this](const QString &path) {
-        QString error;
-        const bool opened = openFile(path, nullptr, &error);
-        const QString outcome = opened ? QStringLiteral("opened %1").arg(path)
-                                       : QStringLiteral("failed: %1").arg(error);
-        std::fprintf(stdout, "Lumo debug openURL: %s\n", qUtf8Printable(outcome));
-        std::fflush(stdout);
-    });
 }
 
 DocumentWindow *Application::targetWindow(DocumentWindow *window)

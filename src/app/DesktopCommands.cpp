@@ -4,9 +4,9 @@
 #include "CommandLineTool.h"
 #include "DefaultApp.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QMainWindow>
-#include <QMenu>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
@@ -50,11 +50,14 @@ QMainWindow *offerWindow()
 
 } // namespace
 
-void addTo(QMenu *menu)
+void create(QWidget *window)
 {
-    menu->addSeparator();
-    menu->addAction(tr("Make Lumo the Default for .md Files"), menu, &makeDefault);
-    menu->addAction(tr("Install Command Line Tool…"), menu, &installCommandLineTool);
+    auto *makeDefaultCommand = new QAction(tr("Make Lumo the Default for .md Files"), window);
+    makeDefaultCommand->setObjectName(QStringLiteral("makeDefault"));
+    QObject::connect(makeDefaultCommand, &QAction::triggered, window, [] { makeDefault(); });
+    auto *install = new QAction(tr("Install Command Line Tool…"), window);
+    install->setObjectName(QStringLiteral("installCommandLineTool"));
+    QObject::connect(install, &QAction::triggered, window, [] { installCommandLineTool(); });
 }
 
 void installCommandLineTool()

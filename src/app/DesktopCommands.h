@@ -1,13 +1,14 @@
 #pragma once
 
-class QMenu;
+class QWidget;
 
 // Installing the "lumo" command and becoming the default Markdown application: the
 // two menu commands, their alerts, and the one-time offer after launch.
 namespace DesktopCommands {
 
-// "Make Lumo the Default for .md Files" and "Install Command Line Tool…".
-void addTo(QMenu *menu);
+// Adds "Make Lumo the Default for .md Files" ("makeDefault") and "Install Command
+// Line Tool…" ("installCommandLineTool") to the window.
+void create(QWidget *window);
 
 // Installs the "lumo" command and tells the user where, or why not, in an
 // application-modal alert.

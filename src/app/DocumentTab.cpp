@@ -9,6 +9,8 @@
 #include "document/TabNotice.h"
 #include "DocumentWindow.h"
 #include "editor/EditorView.h"
+#include "document/PreviewView.h"
+#include "document/TabPanels.h"
 #include "workspace/SidebarView.h"
 #include "WorkspaceCommands.h"
 
@@ -18,12 +20,15 @@
 #include <QShortcut>
 #include <QSplitter>
 #include <QVBoxLayout>
+#include <QWebEngineFindTextResult>
 
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)
     : QWidget(parent)
-    , m_controller(new DocumentController(document, startInEditMode, this))
+    , m_view(new PreviewView(this))
+    , m_panels(new TabPanels(this))
+    , m_controller(new DocumentController(document, m_view->connection(), startInEditMode, this))
     , m_columns(new QSplitter(Qt::Horizontal, this))
-    , m_sidebar(new SidebarView(m_controller, m_columns))
+    , m_sidebar(new SidebarView(m_controller, m_panels, m_columns))
     , m_banner(new DiskChangeBanner(this))
     , m_pageFind(new FindBar(false, this))
     , m_editorFind(new FindBar(true, this))
@@ -32,12 +37,13 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
                               TextScale::stepped(Preferences::shared().textScale(), 0)))
 {
     document->setParent(m_controller);
+    m_view->attach(m_controller);
 
     m_editor->setMinimumWidth(editorMinimumWidth);
     m_editor->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     m_editor->setDocumentPath([document] { return document->path(); });
 
-    QWebEngineView *page = m_controller->webView();
+    QWebEngineView *page = m_view;
     page->setMinimumWidth(pageMinimumWidth);
     // The editor keeps a find bar of its own above it.
     m_editorPane = new QWidget(m_panes);
@@ -100,8 +106,7 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     });
 
     connect(m_controller, &DocumentController::modeChanged, this, &DocumentTab::showMode);
-    connect(m_controller, &DocumentController::sidebarVisibleChanged, this,
-            &DocumentTab::updateSidebar);
+    connect(m_panels, &TabPanels::sidebarVisibleChanged, this, &DocumentTab::updateSidebar);
     connect(m_controller, &DocumentController::diskChangePendingChanged, m_banner,
             &QWidget::setVisible);
     connect(m_controller, &DocumentController::openRequested, this, &DocumentTab::openRequested);
@@ -130,20 +135,18 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
     connect(m_banner, &DiskChangeBanner::keepMineClicked, this,
             [this] { m_controller->setDiskChangePending(false); });
 
-    connect(m_controller, &DocumentController::showFindChanged, this, [this](bool show) {
+    connect(m_panels, &TabPanels::showFindChanged, this, [this](bool show) {
         if (show)
             m_pageFind->open();
         else {
             m_pageFind->hide();
-            m_controller->page()->findText(QString()); // clears the highlighted matches
+            m_view->page()->findText(QString()); // clears the highlighted matches
             focusDocument(true);
         }
     });
-    connect(m_pageFind, &FindBar::searchRequested, m_controller,
-            &DocumentController::findInPreview);
-    connect(m_pageFind, &FindBar::closeRequested, this,
-            [this] { m_controller->setShowFind(false); });
-    connect(m_controller, &DocumentController::findFinished, m_pageFind, &FindBar::setCount);
+    connect(m_pageFind, &FindBar::searchRequested, this, &DocumentTab::findInPreview);
+    connect(this, &DocumentTab::findFinished, m_pageFind, &FindBar::setCount);
+    connect(m_pageFind, &FindBar::closeRequested, this, [this] { m_panels->setShowFind(false); });
     connect(m_editorFind, &FindBar::searchRequested, this,
             [this](const QString &text, bool backwards) { findInEditor(text, backwards, false); });
     connect(m_editorFind, &FindBar::textTyped, this,
@@ -161,7 +164,7 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
         if (m_editorFind->isVisible())
             Q_EMIT m_editorFind->closeRequested();
         else
-            m_controller->setShowFind(false);
+            m_panels->setShowFind(false);
     });
     m_pageFind->installEventFilter(this);
     m_editorFind->installEventFilter(this);
@@ -207,7 +210,7 @@ void DocumentTab::focusDocument(bool always)
         return;
     }
     // The page's keys go to the engine's own widget, which exists once a page loads.
-    QWidget *page = m_controller->webView();
+    QWidget *page = m_view;
     (page->focusProxy() ? page->focusProxy() : page)->setFocus();
 }
 
@@ -215,10 +218,10 @@ void DocumentTab::showFind()
 {
     if (m_controller->mode() == DocumentController::Mode::Edit && m_editor->hasFocus())
         m_editorFind->open();
-    else if (m_controller->showFind())
+    else if (m_panels->showFind())
         m_pageFind->open();
     else
-        m_controller->setShowFind(true);
+        m_panels->setShowFind(true);
 }
 
 void DocumentTab::findNext(bool backwards)
@@ -228,7 +231,19 @@ void DocumentTab::findNext(bool backwards)
     if (inEditor)
         findInEditor(m_editorFind->text(), backwards, false);
     else
-        m_controller->findInPreview(m_pageFind->text(), backwards);
+        findInPreview(m_pageFind->text(), backwards);
+}
+
+void DocumentTab::findInPreview(const QString &text, bool backwards)
+{
+    if (text.isEmpty())
+        return;
+    m_view->page()->findText(
+        text, backwards ? QWebEnginePage::FindBackward : QWebEnginePage::FindFlags(),
+        [self = QPointer<DocumentTab>(this)](const QWebEngineFindTextResult &result) {
+            if (self)
+                Q_EMIT self->findFinished(result.activeMatch(), result.numberOfMatches());
+        });
 }
 
 void DocumentTab::findInEditor(const QString &text, bool backwards, bool fromSelectionStart)
@@ -284,7 +299,7 @@ void DocumentTab::updateSidebar()
         m_controller->mode() == DocumentController::Mode::Edit ? editingRoom : readingRoom;
     // A tab not on screen has no width that means anything yet.
     const bool fits = !isVisible() || width() - sidebar >= room;
-    m_sidebar->setVisible(m_controller->sidebarVisible() && fits);
+    m_sidebar->setVisible(m_panels->sidebarVisible() && fits);
 }
 
 void DocumentTab::resizeEvent(QResizeEvent *event)

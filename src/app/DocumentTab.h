@@ -8,21 +8,27 @@
 
 class DiskChangeBanner;
 class FindBar;
+class PreviewView;
 class QShortcut;
 class QSplitter;
 class SidebarView;
+class TabPanels;
 
 // The content of one tab: a sidebar column beside the document area, which shows the
 // reading page alone (read mode) or the text editor beside it (edit mode). The one
-// web view stays in place across modes, so switching never reloads the page.
-class DocumentTab : public QWidget
+// web view stays in place across modes, so switching never reloads the page. The tab
+// owns the view and the panels' state, and gives the view's page to its controller.
+class DocumentTab final : public QWidget
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(DocumentTab)
 
 public:
     DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent = nullptr);
 
     DocumentController *controller() const { return m_controller; }
+    PreviewView *view() const { return m_view; }
+    TabPanels *panels() const { return m_panels; }
     OpenDocument *document() const { return m_controller->document(); }
     EditorView *editor() const { return m_editor; }
 
@@ -34,6 +40,9 @@ public:
     // Find: the editor's own bar while editing with the editor focused, else the page's.
     void showFind();
     void findNext(bool backwards);
+    // Searches the page's text, ignoring case and wrapping around; an empty text does
+    // nothing. findFinished reports the match now selected (from 1) and how many.
+    void findInPreview(const QString &text, bool backwards);
 
     // For the diagnostic state: mode, editor position, find bars.
     QJsonObject probe() const;
@@ -52,6 +61,7 @@ public:
 Q_SIGNALS:
     // The page asked to open a Markdown file.
     void openRequested(const QString &path);
+    void findFinished(int activeMatch, int matches);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -63,6 +73,8 @@ private:
     void updateSidebar();
     void findInEditor(const QString &text, bool backwards, bool fromSelectionStart);
 
+    PreviewView *m_view;
+    TabPanels *m_panels;
     DocumentController *m_controller;
     QSplitter *m_columns;
     SidebarView *m_sidebar;

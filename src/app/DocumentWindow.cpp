@@ -1,58 +1,30 @@
 #include "DocumentWindow.h"
 
 #include "base/Brand.h"
-#include "base/DebugHooks.h"
 #include "base/MarkdownNames.h"
 #include "base/PathKey.h"
 #include "base/Preferences.h"
 #include "base/SaveFolder.h"
 #include "base/WarningAlert.h"
-#include "DesktopCommands.h"
-#include "document/CustomCSS.h"
 #include "document/OutlinePopover.h"
 #include "document/TabNames.h"
+#include "document/TabPanels.h"
 #include "DocumentTab.h"
-#include "EditCommands.h"
 #include "editor/FormatMenu.h"
-#include "ExportCommands.h"
 #include "FolderOpener.h"
-#include "HelpMenu.h"
-#include "ReaderPreferences.h"
 #include "SearchCommands.h"
-#include "SettingsWindow.h"
-#include "WindowProbe.h"
 #include "workspace/FolderOpening.h"
-#include "WorkspaceCommands.h"
 
-#include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QMenuBar>
+#include <QMenu>
 #include <QMessageBox>
 #include <QScreen>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolBar>
-
-namespace {
-
-// A checkable menu item that shows a yes-or-no preference and sets it.
-QAction *addPreferenceToggle(QMenu *menu, const QString &text, bool (Preferences::*get)() const,
-                             void (Preferences::*set)(bool), void (Preferences::*changed)())
-{
-    QAction *action = menu->addAction(text);
-    action->setCheckable(true);
-    action->setChecked((Preferences::shared().*get)());
-    QObject::connect(action, &QAction::toggled, action,
-                     [set](bool on) { (Preferences::shared().*set)(on); });
-    QObject::connect(&Preferences::shared(), changed, action,
-                     [action, get] { action->setChecked((Preferences::shared().*get)()); });
-    return action;
-}
-
-} // namespace
 
 DocumentWindow::DocumentWindow(QWidget *parent)
     : QMainWindow(parent)
@@ -82,192 +54,103 @@ DocumentWindow::DocumentWindow(QWidget *parent)
     tinted.setColor(QPalette::Highlight, Brand::accent().current());
     setPalette(tinted);
 
-    buildMenus();
+    createCommands();
     updateForCurrentTab();
-
-    if (Preferences::shared().debugHooks())
-        connect(&DebugHooks::shared(), &DebugHooks::posted, this, [this](const QString &name) {
-            if (name == QLatin1String("lumoapp.debug.state"))
-                WindowProbe::print(this);
-        });
 }
 
-void DocumentWindow::buildMenus()
+void DocumentWindow::needsDocument(QAction *command)
 {
-    QMenu *file = menuBar()->addMenu(tr("&File"));
-    file->addAction(tr("&New"), QKeySequence::New, this,
-                    [this] { Q_EMIT newDocumentRequested(this); });
-    file->addAction(tr("New &Window"), QKeySequence(tr("Ctrl+Shift+N")), this,
-                    [this] { Q_EMIT newWindowRequested(); });
-    file->addAction(tr("&Open…"), QKeySequence::Open, this, &DocumentWindow::showOpenDialog);
-    m_recentMenu = file->addMenu(tr("Open &Recent"));
-    connect(m_recentMenu, &QMenu::aboutToShow, this, &DocumentWindow::updateRecentMenu);
-    file->addSeparator();
-    QAction *closeTabAction = file->addAction(tr("&Close Tab"), QKeySequence::Close, this,
-                                              [this] { closeTab(m_tabs->currentIndex()); });
-    m_saveAction =
-        file->addAction(tr("&Save"), QKeySequence::Save, this, [this] { save(currentTab()); });
-    QAction *saveAsAction = file->addAction(tr("Save &As…"), QKeySequence::SaveAs, this,
-                                            [this] { saveAs(currentTab()); });
-    m_revertAction =
-        file->addAction(tr("Re&vert to Saved"), this, [this] { revert(currentTab()); });
-    file->addSeparator();
-    QAction *exportAction =
-        file->addAction(tr("Export as &HTML…"), QKeySequence(tr("Ctrl+Alt+Shift+E")), this,
-                        [this] { exportHTML(currentTab()); });
-    file->addSeparator();
-    file->addAction(tr("Close &Window"), QKeySequence(tr("Ctrl+Shift+W")), this, &QWidget::close);
-    QAction *quit =
-        file->addAction(tr("&Quit"), QKeySequence::Quit, this, [this] { Q_EMIT quitRequested(); });
-    quit->setMenuRole(QAction::QuitRole);
+    m_documentCommands.append(command);
+    command->setEnabled(currentTab() != nullptr);
+}
 
-    QMenu *edit = menuBar()->addMenu(tr("&Edit"));
-    QAction *find = edit->addAction(tr("&Find…"), QKeySequence::Find, this, [this] {
-        if (DocumentTab *tab = currentTab())
-            tab->showFind();
-    });
-    QAction *findNext = edit->addAction(tr("Find &Next"), this, [this] {
-        if (DocumentTab *tab = currentTab())
-            tab->findNext(false);
-    });
-    findNext->setShortcuts({QKeySequence(Qt::Key_F3), QKeySequence(tr("Ctrl+G"))});
-    QAction *findPrevious = edit->addAction(tr("Find &Previous"), this, [this] {
-        if (DocumentTab *tab = currentTab())
-            tab->findNext(true);
-    });
-    findPrevious->setShortcuts({QKeySequence(tr("Shift+F3")), QKeySequence(tr("Ctrl+Shift+G"))});
-    edit->addSeparator();
-    QAction *settings = edit->addAction(tr("&Settings…"), QKeySequence(tr("Ctrl+,")), this,
-                                        &SettingsWindow::showShared);
-    settings->setMenuRole(QAction::PreferencesRole);
-    DesktopCommands::addTo(edit);
+QAction *DocumentWindow::addCommand(const char *name, const QString &text,
+                                    const QList<QKeySequence> &keys, bool needsDocument)
+{
+    auto *command = new QAction(text, this);
+    command->setObjectName(QLatin1String(name));
+    command->setShortcuts(keys);
+    if (needsDocument)
+        this->needsDocument(command);
+    return command;
+}
 
-    m_modeAction = new QAction(tr("&Edit Document"), this);
-    m_modeAction->setShortcut(QKeySequence(tr("Ctrl+E")));
-    connect(m_modeAction, &QAction::triggered, this, [this] {
-        if (DocumentTab *tab = currentTab())
-            tab->controller()->toggleMode();
-    });
-    m_outlineAction =
-        new QAction(QIcon::fromTheme(QStringLiteral("view-list-tree")), tr("Outline"), this);
-    m_outlineAction->setShortcut(QKeySequence(tr("Ctrl+Shift+O")));
-    m_outlineAction->setToolTip(tr("Outline (Ctrl+Shift+O)"));
-    connect(m_outlineAction, &QAction::triggered, this, [this] {
-        if (DocumentTab *tab = currentTab())
-            tab->controller()->setShowOutline(!tab->controller()->showOutline());
-    });
-    const auto zoomAction = [this](const QString &text, std::optional<double> step) {
-        auto *action = new QAction(text, this);
-        connect(action, &QAction::triggered, this, [this, step] {
+void DocumentWindow::createCommands()
+{
+    const auto onTab = [this](void (*act)(DocumentTab *)) {
+        return [this, act] {
             if (DocumentTab *tab = currentTab())
-                tab->controller()->zoom(step);
-        });
-        return action;
+                act(tab);
+        };
     };
-    QAction *bigger = zoomAction(tr("&Bigger Text"), 0.1);
-    bigger->setShortcuts({QKeySequence::ZoomIn, QKeySequence(tr("Ctrl+="))});
-    QAction *smaller = zoomAction(tr("&Smaller Text"), -0.1);
-    smaller->setShortcut(QKeySequence::ZoomOut);
-    QAction *actual = zoomAction(tr("&Actual Size"), std::nullopt);
-    actual->setShortcut(QKeySequence(tr("Ctrl+0")));
+    connect(addCommand("new", tr("&New"), {QKeySequence::New}), &QAction::triggered, this,
+            [this] { Q_EMIT newDocumentRequested(this); });
+    connect(addCommand("newWindow", tr("New &Window"), {QKeySequence(tr("Ctrl+Shift+N"))}),
+            &QAction::triggered, this, [this] { Q_EMIT newWindowRequested(); });
+    connect(addCommand("open", tr("&Open…"), {QKeySequence::Open}), &QAction::triggered, this,
+            &DocumentWindow::showOpenDialog);
+    m_recentMenu = new QMenu(tr("Open &Recent"), this);
+    m_recentMenu->setObjectName(QStringLiteral("openRecent"));
+    connect(m_recentMenu, &QMenu::aboutToShow, this, &DocumentWindow::updateRecentMenu);
+    connect(addCommand("closeTab", tr("&Close Tab"), {QKeySequence::Close}, true),
+            &QAction::triggered, this, [this] { closeTab(m_tabs->currentIndex()); });
+    m_saveAction = addCommand("save", tr("&Save"), {QKeySequence::Save}, true);
+    connect(m_saveAction, &QAction::triggered, this, [this] { save(currentTab()); });
+    connect(addCommand("saveAs", tr("Save &As…"), {QKeySequence::SaveAs}, true),
+            &QAction::triggered, this, [this] { saveAs(currentTab()); });
+    m_revertAction = addCommand("revert", tr("Re&vert to Saved"), {}, true);
+    connect(m_revertAction, &QAction::triggered, this, [this] { revert(currentTab()); });
+    connect(addCommand("closeWindow", tr("Close &Window"), {QKeySequence(tr("Ctrl+Shift+W"))}),
+            &QAction::triggered, this, &QWidget::close);
+    QAction *quit = addCommand("quit", tr("&Quit"), {QKeySequence::Quit});
+    quit->setMenuRole(QAction::QuitRole);
+    connect(quit, &QAction::triggered, this, [this] { Q_EMIT quitRequested(); });
 
-    m_sidebarAction = new QAction(tr("Show &Sidebar"), this);
-    connect(m_sidebarAction, &QAction::triggered, this, [this] {
-        if (DocumentTab *tab = currentTab())
-            tab->controller()->toggleSidebar();
-    });
+    connect(addCommand("find", tr("&Find…"), {QKeySequence::Find}, true), &QAction::triggered, this,
+            onTab([](DocumentTab *tab) { tab->showFind(); }));
+    connect(addCommand("findNext", tr("Find &Next"),
+                       {QKeySequence(Qt::Key_F3), QKeySequence(tr("Ctrl+G"))}, true),
+            &QAction::triggered, this, onTab([](DocumentTab *tab) { tab->findNext(false); }));
+    connect(addCommand("findPrevious", tr("Find &Previous"),
+                       {QKeySequence(tr("Shift+F3")), QKeySequence(tr("Ctrl+Shift+G"))}, true),
+            &QAction::triggered, this, onTab([](DocumentTab *tab) { tab->findNext(true); }));
 
-    addFormatMenu(this, [this] { return currentTab() ? currentTab()->editor() : nullptr; });
-    QMenu *view = menuBar()->addMenu(tr("&View"));
-    view->addAction(m_modeAction);
-    view->addAction(m_outlineAction);
-    view->addAction(m_sidebarAction);
-    QAction *followChanges =
-        addPreferenceToggle(view, tr("&Follow Changes"), &Preferences::followChanges,
-                            &Preferences::setFollowChanges, &Preferences::followChangesChanged);
-    followChanges->setObjectName(QStringLiteral("followChanges"));
-    followChanges->setShortcut(QKeySequence(tr("Ctrl+Alt+F")));
-    view->addSeparator();
-    QMenu *themes = view->addMenu(tr("&Theme"));
-    auto *themeGroup = new QActionGroup(this);
-    // A theme that names no case leaves every item unchecked.
-    themeGroup->setExclusionPolicy(QActionGroup::ExclusionPolicy::ExclusiveOptional);
-    for (const ReaderTheme::Case theme : ReaderTheme::allCases()) {
-        QAction *item = themes->addAction(ReaderTheme::displayName(theme), this, [theme] {
-            Preferences::shared().setTheme(ReaderTheme::rawValue(theme));
-        });
-        item->setCheckable(true);
-        item->setData(ReaderTheme::rawValue(theme));
-        themeGroup->addAction(item);
-    }
-    const auto checkTheme = [themeGroup] {
-        const QString current = Preferences::shared().theme();
-        for (QAction *item : themeGroup->actions())
-            item->setChecked(item->data().toString() == current);
-    };
-    connect(&Preferences::shared(), &Preferences::themeChanged, this, checkTheme);
-    checkTheme();
-    QMenu *appearance = view->addMenu(tr("Appearan&ce"));
-    auto *appearanceGroup = new QActionGroup(this);
-    for (const auto &[value, text] : {std::pair{QStringLiteral("system"), tr("&System")},
-                                      std::pair{QStringLiteral("light"), tr("&Light")},
-                                      std::pair{QStringLiteral("dark"), tr("&Dark")}}) {
-        QAction *item = appearance->addAction(
-            text, this, [value] { Preferences::shared().setAppearance(value); });
-        item->setCheckable(true);
-        item->setData(value);
-        appearanceGroup->addAction(item);
-    }
-    const auto checkAppearance = [appearanceGroup] {
-        const QString current = Preferences::shared().appearance();
-        for (QAction *item : appearanceGroup->actions())
-            item->setChecked(item->data().toString() == current);
-    };
-    connect(&Preferences::shared(), &Preferences::valueChanged, this,
-            [checkAppearance](const QString &key) {
-                if (key == QLatin1String("appearance"))
-                    checkAppearance();
-            });
-    checkAppearance();
-    addPreferenceToggle(view, tr("Use Custom CSS"), &Preferences::useCustomCSS,
-                        &Preferences::setUseCustomCSS, &Preferences::useCustomCSSChanged);
-    view->addAction(tr("Edit Custom CSS…"), this,
-                    [] { CustomCSS::shared().openForEditing(Preferences::shared()); });
-    view->addSeparator();
-    view->addAction(bigger);
-    view->addAction(smaller);
-    view->addAction(actual);
-    view->addSeparator();
+    m_modeAction =
+        addCommand("toggleMode", tr("&Edit Document"), {QKeySequence(tr("Ctrl+E"))}, true);
+    connect(m_modeAction, &QAction::triggered, this,
+            onTab([](DocumentTab *tab) { tab->controller()->toggleMode(); }));
+    m_outlineAction =
+        addCommand("outline", tr("Outline"), {QKeySequence(tr("Ctrl+Shift+O"))}, true);
+    m_outlineAction->setIcon(QIcon::fromTheme(QStringLiteral("view-list-tree")));
+    m_outlineAction->setToolTip(tr("Outline (Ctrl+Shift+O)"));
+    connect(m_outlineAction, &QAction::triggered, this, onTab([](DocumentTab *tab) {
+                tab->panels()->setShowOutline(!tab->panels()->showOutline());
+            }));
+    m_sidebarAction = addCommand("toggleSidebar", tr("Show &Sidebar"), {});
+    connect(m_sidebarAction, &QAction::triggered, this,
+            onTab([](DocumentTab *tab) { tab->panels()->toggleSidebar(); }));
+    connect(addCommand("biggerText", tr("&Bigger Text"),
+                       {QKeySequence::ZoomIn, QKeySequence(tr("Ctrl+="))}, true),
+            &QAction::triggered, this,
+            onTab([](DocumentTab *tab) { tab->controller()->zoom(0.1); }));
+    connect(addCommand("smallerText", tr("&Smaller Text"), {QKeySequence::ZoomOut}, true),
+            &QAction::triggered, this,
+            onTab([](DocumentTab *tab) { tab->controller()->zoom(-0.1); }));
+    connect(addCommand("actualSize", tr("&Actual Size"), {QKeySequence(tr("Ctrl+0"))}, true),
+            &QAction::triggered, this,
+            onTab([](DocumentTab *tab) { tab->controller()->zoom(std::nullopt); }));
     const auto switchTab = [this](int step) {
         if (m_tabs->count() > 1)
             m_tabs->setCurrentIndex((m_tabs->currentIndex() + step + m_tabs->count()) %
                                     m_tabs->count());
     };
-    QAction *nextTab = view->addAction(tr("Show &Next Tab"), this, [switchTab] { switchTab(1); });
-    nextTab->setShortcuts({QKeySequence(tr("Ctrl+PgDown")), QKeySequence(tr("Ctrl+Tab"))});
-    QAction *previousTab =
-        view->addAction(tr("Show &Previous Tab"), this, [switchTab] { switchTab(-1); });
-    previousTab->setShortcuts({QKeySequence(tr("Ctrl+PgUp")), QKeySequence(tr("Ctrl+Shift+Tab"))});
+    connect(addCommand("nextTab", tr("Show &Next Tab"),
+                       {QKeySequence(tr("Ctrl+PgDown")), QKeySequence(tr("Ctrl+Tab"))}),
+            &QAction::triggered, this, [switchTab] { switchTab(1); });
+    connect(addCommand("previousTab", tr("Show &Previous Tab"),
+                       {QKeySequence(tr("Ctrl+PgUp")), QKeySequence(tr("Ctrl+Shift+Tab"))}),
+            &QAction::triggered, this, [switchTab] { switchTab(-1); });
 
-    m_documentActions = {closeTabAction, m_saveAction, saveAsAction,   m_revertAction, exportAction,
-                         m_modeAction,   bigger,       smaller,        actual,         find,
-                         findNext,       findPrevious, m_outlineAction};
-    m_documentActions +=
-        WorkspaceCommands::addTo(this, file, m_recentMenu->menuAction(), view, m_sidebarAction);
-    m_documentActions +=
-        SearchCommands::addTo(file, m_recentMenu->menuAction(), edit, findPrevious, this);
-    m_documentActions += ExportCommands::addTo(this, file, exportAction, edit);
-    EditCommands::addTo(edit, this);
-
-    HelpMenu::addTo(this);
-
-    QToolBar *toolbar = addToolBar(tr("Document"));
-    toolbar->setObjectName(QStringLiteral("documentToolbar"));
-    toolbar->setMovable(false);
-    toolbar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    toolbar->addAction(m_outlineAction);
-    toolbar->addAction(m_modeAction);
-    m_outlineAnchor = toolbar->widgetForAction(m_outlineAction);
     m_outline = new OutlinePopover(this);
     connect(m_outline, &OutlinePopover::headingChosen, this, [this](const OutlineItem &item) {
         if (DocumentTab *tab = currentTab())
@@ -275,8 +158,17 @@ void DocumentWindow::buildMenus()
     });
     connect(m_outline, &OutlinePopover::closed, this, [this] {
         if (DocumentTab *tab = currentTab())
-            tab->controller()->setShowOutline(false);
+            tab->panels()->setShowOutline(false);
     });
+}
+
+QWidget *DocumentWindow::outlineAnchor()
+{
+    for (QToolBar *toolbar : findChildren<QToolBar *>()) {
+        if (QWidget *button = toolbar->widgetForAction(m_outlineAction))
+            return button;
+    }
+    return this;
 }
 
 void DocumentWindow::updateRecentMenu()
@@ -314,25 +206,22 @@ DocumentTab *DocumentWindow::addDocument(OpenDocument *document)
     connect(document, &OpenDocument::pathChanged, tab, refresh);
     connect(tab->controller(), &DocumentController::modeChanged, this,
             &DocumentWindow::updateForCurrentTab);
-    connect(tab->controller(), &DocumentController::showOutlineChanged, this,
-            [this, tab](bool show) {
-                if (tab != currentTab())
-                    return;
-                if (show) {
-                    m_outline->setOutline(tab->controller()->outline());
-                    m_outline->showBelow(m_outlineAnchor ? m_outlineAnchor : this);
-                } else if (m_outline->isVisible()) {
-                    m_outline->hide();
-                }
-            });
+    connect(tab->panels(), &TabPanels::showOutlineChanged, this, [this, tab](bool show) {
+        if (tab != currentTab())
+            return;
+        if (show) {
+            m_outline->setOutline(tab->controller()->outline());
+            m_outline->showBelow(outlineAnchor());
+        } else if (m_outline->isVisible()) {
+            m_outline->hide();
+        }
+    });
     connect(tab->controller(), &DocumentController::outlineChanged, this, [this, tab] {
         if (tab == currentTab() && m_outline->isVisible())
             m_outline->setOutline(tab->controller()->outline());
     });
     connect(tab, &DocumentTab::openRequested, this,
             [this](const QString &path) { Q_EMIT openFilesRequested({path}, this); });
-    connect(tab->controller(), &DocumentController::debugOpenRequested, this,
-            &DocumentWindow::debugOpenRequested);
     connect(tab->controller(), &DocumentController::replaceRequested, this,
             [this](const QString &path) {
                 // Unsaved edits are never replaced away: the file opens beside them.
@@ -420,8 +309,8 @@ void DocumentWindow::showTab(DocumentTab *tab)
 void DocumentWindow::updateForCurrentTab()
 {
     DocumentTab *tab = currentTab();
-    for (QAction *action : std::as_const(m_documentActions))
-        action->setEnabled(tab != nullptr);
+    for (QAction *command : std::as_const(m_documentCommands))
+        command->setEnabled(tab != nullptr);
     if (!tab) {
         setWindowTitle(QStringLiteral("Lumo"));
         setWindowModified(false);
@@ -438,7 +327,7 @@ void DocumentWindow::updateForCurrentTab()
     m_sidebarAction->setShortcut(editing ? QKeySequence(tr("Ctrl+Alt+S"))
                                          : QKeySequence(tr("Ctrl+B")));
     m_modeAction->setToolTip(editing ? tr("Back to reading (Ctrl+E)") : tr("Edit (Ctrl+E)"));
-    updateFormatMenu(this, editing);
+    updateFormatCommands(this, editing);
 }
 
 bool DocumentWindow::confirmClose(DocumentTab *tab)
@@ -566,32 +455,6 @@ void DocumentWindow::revert(DocumentTab *tab)
     QString error;
     if (!tab->document()->revert(&error))
         WarningAlert::show(this, tr("The document could not be reverted."), error);
-}
-
-void DocumentWindow::exportHTML(DocumentTab *tab)
-{
-    if (!tab)
-        return;
-    const OpenDocument *document = tab->document();
-    const QString folder = SaveFolder::proposedFor(document->path());
-    auto *dialog = new QFileDialog(this, tr("Export as HTML"),
-                                   folder + QLatin1Char('/') + tab->controller()->title() +
-                                       QStringLiteral(".html"),
-                                   tr("HTML page (*.html *.htm)"));
-    dialog->setAcceptMode(QFileDialog::AcceptSave);
-    dialog->setDefaultSuffix(QStringLiteral("html"));
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    QPointer<DocumentController> controller = tab->controller();
-    connect(dialog, &QFileDialog::fileSelected, this, [this, controller](const QString &path) {
-        if (!controller)
-            return;
-        controller->writeHTML(path, [this, path](bool ok, const QString &error) {
-            if (!ok)
-                WarningAlert::show(
-                    this, tr("“%1” could not be exported.").arg(QFileInfo(path).fileName()), error);
-        });
-    });
-    dialog->open();
 }
 
 void DocumentWindow::showOpenDialog()

@@ -6,15 +6,20 @@ class DocumentTab;
 class OutlinePopover;
 class OpenDocument;
 class QAction;
+class QKeySequence;
 class QMenu;
 class QTabWidget;
 
-// A window of tabs, each holding one document, with the File and View menus and the
-// toolbar acting on the current tab. Closing a tab or the window with unsaved edits
-// asks first, once per document.
-class DocumentWindow : public QMainWindow
+// A window of tabs, each holding one document. Its own commands (new, open, save,
+// find, the mode, the outline, the sidebar, text size, tabs) are actions of the
+// window named by their objectName ("save", "toggleMode", ...), and "openRecent"
+// is its Open Recent menu; other subsystems add theirs, and WindowMenus lays all of
+// them out. Closing a tab or the window with unsaved edits asks first, once per
+// document.
+class DocumentWindow final : public QMainWindow
 {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(DocumentWindow)
 
 public:
     explicit DocumentWindow(QWidget *parent = nullptr);
@@ -35,6 +40,9 @@ public:
     // Closes every tab, asking about unsaved edits; false when the user cancelled.
     bool closeAllTabs();
 
+    // Enables the command only while the window shows a document.
+    void needsDocument(QAction *command);
+
 Q_SIGNALS:
     // The user or the page asks to open files; the application decides where.
     void openFilesRequested(const QStringList &paths, DocumentWindow *window);
@@ -43,8 +51,6 @@ Q_SIGNALS:
     void openFolderRequested(const QString &path, DocumentWindow *window);
     void newDocumentRequested(DocumentWindow *window);
     void quitRequested();
-    // A diagnostic hook asks to open a file and print how that went.
-    void debugOpenRequested(const QString &path);
     void activated(DocumentWindow *window);
 
 protected:
@@ -52,7 +58,11 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
-    void buildMenus();
+    void createCommands();
+    QAction *addCommand(const char *name, const QString &text, const QList<QKeySequence> &keys,
+                        bool needsDocument = false);
+    // The toolbar's outline button, which the outline opens below.
+    QWidget *outlineAnchor();
     void updateRecentMenu();
     void updateForCurrentTab();
     // Names every tab anew: two files of the same name get their folders.
@@ -62,17 +72,15 @@ private:
     bool save(DocumentTab *tab);
     bool saveAs(DocumentTab *tab);
     void revert(DocumentTab *tab);
-    void exportHTML(DocumentTab *tab);
     void showOpenDialog();
 
     QTabWidget *m_tabs;
     QMenu *m_recentMenu = nullptr;
-    QList<QAction *> m_documentActions;
+    QList<QAction *> m_documentCommands;
     QAction *m_saveAction = nullptr;
     QAction *m_revertAction = nullptr;
     QAction *m_modeAction = nullptr;
     QAction *m_outlineAction = nullptr;
     QAction *m_sidebarAction = nullptr;
     OutlinePopover *m_outline = nullptr;
-    QWidget *m_outlineAnchor = nullptr;
 };

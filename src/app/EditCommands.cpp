@@ -2,10 +2,10 @@
 
 #include "DocumentTab.h"
 #include "DocumentWindow.h"
+#include "document/PreviewView.h"
 
 #include <QApplication>
 #include <QLineEdit>
-#include <QMenu>
 #include <QPlainTextEdit>
 #include <QWebEngineView>
 
@@ -14,6 +14,7 @@ namespace {
 
 struct Command
 {
+    const char *name;
     const char *text;
     QKeySequence::StandardKey key;
     QWebEnginePage::WebAction pageAction;
@@ -28,31 +29,36 @@ QWebEngineView *pageFor(QWidget *focus, DocumentWindow *window)
             return view;
     }
     DocumentTab *tab = window->currentTab();
-    return tab ? tab->controller()->webView() : nullptr;
+    return tab ? tab->view() : nullptr;
 }
 
 } // namespace
 
-void addTo(QMenu *edit, DocumentWindow *window)
+void create(DocumentWindow *window)
 {
     static const Command commands[] = {
-        {QT_TRANSLATE_NOOP("EditCommands", "&Undo"), QKeySequence::Undo, QWebEnginePage::Undo,
-         [](QLineEdit *w) { w->undo(); }, [](QPlainTextEdit *w) { w->undo(); }},
-        {QT_TRANSLATE_NOOP("EditCommands", "&Redo"), QKeySequence::Redo, QWebEnginePage::Redo,
-         [](QLineEdit *w) { w->redo(); }, [](QPlainTextEdit *w) { w->redo(); }},
-        {QT_TRANSLATE_NOOP("EditCommands", "Cu&t"), QKeySequence::Cut, QWebEnginePage::Cut,
+        {"undo", QT_TRANSLATE_NOOP("EditCommands", "&Undo"), QKeySequence::Undo,
+         QWebEnginePage::Undo, [](QLineEdit *w) { w->undo(); },
+         [](QPlainTextEdit *w) { w->undo(); }},
+        {"redo", QT_TRANSLATE_NOOP("EditCommands", "&Redo"), QKeySequence::Redo,
+         QWebEnginePage::Redo, [](QLineEdit *w) { w->redo(); },
+         [](QPlainTextEdit *w) { w->redo(); }},
+        {"cut", QT_TRANSLATE_NOOP("EditCommands", "Cu&t"), QKeySequence::Cut, QWebEnginePage::Cut,
          [](QLineEdit *w) { w->cut(); }, [](QPlainTextEdit *w) { w->cut(); }},
-        {QT_TRANSLATE_NOOP("EditCommands", "&Copy"), QKeySequence::Copy, QWebEnginePage::Copy,
-         [](QLineEdit *w) { w->copy(); }, [](QPlainTextEdit *w) { w->copy(); }},
-        {QT_TRANSLATE_NOOP("EditCommands", "&Paste"), QKeySequence::Paste, QWebEnginePage::Paste,
-         [](QLineEdit *w) { w->paste(); }, [](QPlainTextEdit *w) { w->paste(); }},
-        {QT_TRANSLATE_NOOP("EditCommands", "Select &All"), QKeySequence::SelectAll,
+        {"copy", QT_TRANSLATE_NOOP("EditCommands", "&Copy"), QKeySequence::Copy,
+         QWebEnginePage::Copy, [](QLineEdit *w) { w->copy(); },
+         [](QPlainTextEdit *w) { w->copy(); }},
+        {"paste", QT_TRANSLATE_NOOP("EditCommands", "&Paste"), QKeySequence::Paste,
+         QWebEnginePage::Paste, [](QLineEdit *w) { w->paste(); },
+         [](QPlainTextEdit *w) { w->paste(); }},
+        {"selectAll", QT_TRANSLATE_NOOP("EditCommands", "Select &All"), QKeySequence::SelectAll,
          QWebEnginePage::SelectAll, [](QLineEdit *w) { w->selectAll(); },
          [](QPlainTextEdit *w) { w->selectAll(); }},
     };
-    QAction *first = edit->actions().value(0);
     for (const Command &command : commands) {
-        auto *action = new QAction(QCoreApplication::translate("EditCommands", command.text), edit);
+        auto *action =
+            new QAction(QCoreApplication::translate("EditCommands", command.text), window);
+        action->setObjectName(QLatin1String(command.name));
         action->setShortcut(command.key);
         QObject::connect(action, &QAction::triggered, window, [window, &command] {
             QWidget *focus = QApplication::focusWidget();
@@ -63,9 +69,6 @@ void addTo(QMenu *edit, DocumentWindow *window)
             else if (QWebEngineView *page = pageFor(focus, window))
                 page->triggerPageAction(command.pageAction);
         });
-        edit->insertAction(first, action);
-        if (command.key == QKeySequence::Redo || command.key == QKeySequence::SelectAll)
-            edit->insertSeparator(first);
     }
 }
 

@@ -1,13 +1,14 @@
 #pragma once
 
 class DocumentWindow;
-class QMenu;
 
-// Undo, Redo, Cut, Copy, Paste and Select All with the standard keys, at the top of
-// the Edit menu. Each acts on the view that has the keyboard: a text field, the
-// editor, or the page (the current tab's page when the keyboard is elsewhere).
+// Undo, Redo, Cut, Copy, Paste and Select All with the standard keys ("undo", "redo",
+// "cut", "copy", "paste", "selectAll"). Each acts on the view that has the keyboard:
+// a text field, the editor, or the page (the current tab's page when the keyboard is
+// elsewhere).
 namespace EditCommands {
 
-void addTo(QMenu *edit, DocumentWindow *window);
+// Adds the commands to the window.
+void create(DocumentWindow *window);
 
 } // namespace EditCommands

@@ -3,7 +3,9 @@
 #include "base/Brand.h"
 #include "base/SaveFolder.h"
 #include "base/WarningAlert.h"
+#include "document/DocumentExport.h"
 #include "document/PDFPrint.h"
+#include "document/PreviewView.h"
 #include "DocumentTab.h"
 #include "DocumentWindow.h"
 
@@ -42,6 +44,35 @@ public:
     ~BusyCursor() { QApplication::restoreOverrideCursor(); }
 };
 
+void exportHTML(DocumentWindow *window)
+{
+    DocumentTab *tab = window->currentTab();
+    if (!tab)
+        return;
+    auto *dialog =
+        new QFileDialog(window, tr("Export as HTML"), proposedPath(tab, QStringLiteral(".html")),
+                        tr("HTML page (*.html *.htm)"));
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setDefaultSuffix(QStringLiteral("html"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    QPointer<DocumentController> controller = tab->controller();
+    QObject::connect(
+        dialog, &QFileDialog::fileSelected, window, [window, controller](const QString &path) {
+            if (!controller)
+                return;
+            DocumentExport::writeHTML(
+                controller, path,
+                [window = QPointer<DocumentWindow>(window), path](bool ok, const QString &error) {
+                    if (!ok && window)
+                        WarningAlert::show(
+                            window,
+                            tr("“%1” could not be exported.").arg(QFileInfo(path).fileName()),
+                            error);
+                });
+        });
+    dialog->open();
+}
+
 void exportPDF(DocumentWindow *window)
 {
     DocumentTab *tab = window->currentTab();
@@ -60,15 +91,16 @@ void exportPDF(DocumentWindow *window)
     keepDark->setChecked(Brand::currentAppearance() == Appearance::Dark);
     if (auto *grid = qobject_cast<QGridLayout *>(dialog->layout()))
         grid->addWidget(keepDark, grid->rowCount(), 0, 1, grid->columnCount());
-    QPointer<DocumentController> controller = tab->controller();
+    QPointer<DocumentTab> target(tab);
     QObject::connect(
         dialog, &QFileDialog::fileSelected, window,
-        [window, controller, keepDark](const QString &path) {
-            if (!controller)
+        [window, target, keepDark](const QString &path) {
+            if (!target)
                 return;
             auto busy = std::make_shared<BusyCursor>();
-            controller->runPrint(
-                path, keepDark->isChecked() ? Appearance::Dark : Appearance::Light,
+            DocumentExport::writePDF(
+                target->controller(), target->view()->previewPage(), path,
+                keepDark->isChecked() ? Appearance::Dark : Appearance::Light,
                 [window = QPointer<DocumentWindow>(window), path, busy](bool ok,
                                                                         const QString &error) {
                     if (!ok && window)
@@ -91,12 +123,12 @@ void print(DocumentWindow *window)
     printer->setDocName(tab->controller()->title());
     auto *dialog = new QPrintDialog(printer.get(), window);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    QPointer<DocumentController> controller = tab->controller();
-    QObject::connect(dialog, &QDialog::accepted, window, [window, controller, printer] {
-        if (!controller || !controller->webView())
+    QPointer<DocumentTab> target(tab);
+    QObject::connect(dialog, &QDialog::accepted, window, [window, target, printer] {
+        if (!target)
             return;
         auto busy = std::make_shared<BusyCursor>();
-        PDFPrint::toPrinter(controller->webView(), printer.get(),
+        PDFPrint::toPrinter(target->view(), printer.get(),
                             [window = QPointer<DocumentWindow>(window), printer,
                              busy](bool ok, const QString &error) {
                                 if (!ok && window)
@@ -112,37 +144,29 @@ void copyRich(DocumentWindow *window)
     DocumentTab *tab = window->currentTab();
     if (!tab)
         return;
-    tab->controller()->copyRichText(
-        [window = QPointer<DocumentWindow>(window)](bool ok, const QString &error) {
-            if (!ok && window)
-                WarningAlert::show(window, tr("The document could not be copied."), error);
-        });
+    DocumentExport::copyRichText(tab->controller(), [window = QPointer<DocumentWindow>(window)](
+                                                        bool ok, const QString &error) {
+        if (!ok && window)
+            WarningAlert::show(window, tr("The document could not be copied."), error);
+    });
 }
 
 } // namespace
 
-QList<QAction *> addTo(DocumentWindow *window, QMenu *file, QAction *exportHTML, QMenu *edit)
+void create(DocumentWindow *window)
 {
-    auto *pdf = new QAction(tr("Export as &PDF…"), window);
-    pdf->setShortcut(QKeySequence(tr("Ctrl+Shift+E")));
-    QObject::connect(pdf, &QAction::triggered, window, [window] { exportPDF(window); });
-    file->insertAction(exportHTML, pdf);
-
-    // Print goes after Export as HTML, before whatever follows it.
-    const QList<QAction *> actions = file->actions();
-    const qsizetype at = actions.indexOf(exportHTML);
-    auto *printAction = new QAction(tr("&Print…"), window);
-    printAction->setShortcut(QKeySequence(tr("Ctrl+Alt+P")));
-    QObject::connect(printAction, &QAction::triggered, window, [window] { print(window); });
-    file->insertAction(actions.value(at + 1), printAction);
-
-    auto *rich = new QAction(tr("Copy as &Rich Text"), window);
-    rich->setShortcut(QKeySequence(tr("Ctrl+Shift+C")));
-    QObject::connect(rich, &QAction::triggered, window, [window] { copyRich(window); });
-    const QList<QAction *> editActions = edit->actions();
-    edit->insertAction(editActions.value(0), rich);
-    edit->insertSeparator(editActions.value(0));
-    return {pdf, printAction, rich};
+    const auto add = [window](const char *name, const QString &text, const QKeySequence &key,
+                              void (*run)(DocumentWindow *)) {
+        auto *command = new QAction(text, window);
+        command->setObjectName(QLatin1String(name));
+        command->setShortcut(key);
+        QObject::connect(command, &QAction::triggered, window, [window, run] { run(window); });
+        window->needsDocument(command);
+    };
+    add("exportPdf", tr("Export as &PDF…"), QKeySequence(tr("Ctrl+Shift+E")), &exportPDF);
+    add("exportHtml", tr("Export as &HTML…"), QKeySequence(tr("Ctrl+Alt+Shift+E")), &exportHTML);
+    add("print", tr("&Print…"), QKeySequence(tr("Ctrl+Alt+P")), &print);
+    add("copyRichText", tr("Copy as &Rich Text"), QKeySequence(tr("Ctrl+Shift+C")), &copyRich);
 }
 
 } // namespace ExportCommands

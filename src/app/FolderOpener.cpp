@@ -2,6 +2,7 @@
 
 #include "base/MarkdownNames.h"
 #include "base/Preferences.h"
+#include "document/TabPanels.h"
 #include "DocumentTab.h"
 #include "DocumentWindow.h"
 #include "workspace/FolderOpening.h"
@@ -76,7 +77,7 @@ void open(const QString &folder, const QList<DocumentWindow *> &windows, QWidget
             paths.append(tab->document()->path());
         if (const auto index = FolderOpening::showingDocument(path, paths)) {
             DocumentTab *tab = tabs.at(*index);
-            tab->controller()->setSidebarVisible(true);
+            tab->panels()->setSidebarVisible(true);
             window->showTab(tab);
             return;
         }

@@ -1,9 +1,12 @@
 #include "HeadlessExport.h"
 
 #include "document/DocumentController.h"
+#include "document/DocumentExport.h"
 #include "document/OpenDocument.h"
+#include "document/PageConnection.h"
 #include "document/PageScript.h"
 #include "document/PreviewPage.h"
+#include "document/PreviewView.h"
 #include "document/RemoteContentFilter.h"
 
 #include <cstdio>
@@ -77,12 +80,14 @@ int run(const ExportCommand &command)
         return 1;
     }
 
-    DocumentController controller(document, false);
+    PreviewView view;
+    DocumentController controller(document, view.connection(), false);
     document->setParent(&controller);
+    view.attach(&controller);
     // Shown on the offscreen platform: the page gets the frames it renders with, and
     // nothing appears on any screen.
-    controller.webView()->resize(900, 1200);
-    controller.webView()->show();
+    view.resize(900, 1200);
+    view.show();
 
     // Shared with the callbacks, which may still be answered (with a failure) while
     // the controller goes away after the loop.
@@ -104,22 +109,24 @@ int run(const ExportCommand &command)
         outcome->loop.quit();
     };
     const Appearance appearance = command.dark ? Appearance::Dark : Appearance::Light;
-    DocumentController::whenReady(command.input, [&controller, &command, appearance, finish] {
-        if (command.format == ExportCommand::Format::PDF) {
-            controller.runPrint(command.output, appearance, finish);
-            return;
-        }
-        controller.page()->callAwaited(
-            QStringLiteral("setAppearance"),
-            PageScript::json(appearance == Appearance::Dark ? QStringLiteral("dark")
-                                                            : QStringLiteral("light")),
-            [&controller, &command, finish](const QJsonValue &, const QString &failure) {
-                if (!failure.isEmpty())
-                    finish(false, failure);
-                else
-                    controller.writeHTML(command.output, finish);
-            });
-    });
+    DocumentController::whenReady(
+        command.input, [&controller, &view, &command, appearance, finish] {
+            if (command.format == ExportCommand::Format::PDF) {
+                DocumentExport::writePDF(&controller, view.previewPage(), command.output,
+                                         appearance, finish);
+                return;
+            }
+            controller.page()->callAwaited(
+                QStringLiteral("setAppearance"),
+                PageScript::json(appearance == Appearance::Dark ? QStringLiteral("dark")
+                                                                : QStringLiteral("light")),
+                [&controller, &command, finish](const QJsonValue &, const QString &failure) {
+                    if (!failure.isEmpty())
+                        finish(false, failure);
+                    else
+                        DocumentExport::writeHTML(&controller, command.output, finish);
+                });
+        });
     QTimer::singleShot(timeoutMilliseconds, &outcome->loop,
                        [finish] { finish(false, tr("the page did not finish in time")); });
     outcome->loop.exec();

@@ -104,16 +104,17 @@ void showShortcuts(QMainWindow *window)
 
 } // namespace
 
-void addTo(QMainWindow *window)
+void create(QMainWindow *window)
 {
-    QMenu *help = window->menuBar()->addMenu(QCoreApplication::translate("HelpMenu", "&Help"));
-    help->addAction(QCoreApplication::translate("HelpMenu", "&Keyboard Shortcuts"),
-                    QKeySequence(QCoreApplication::translate("HelpMenu", "Ctrl+/")), window,
-                    [window] { showShortcuts(window); });
-    help->addSeparator();
-    help->addAction(QCoreApplication::translate("HelpMenu", "&About Lumo"), window,
-                    [window] { showAbout(window); })
-        ->setMenuRole(QAction::AboutRole);
+    auto *shortcuts =
+        new QAction(QCoreApplication::translate("HelpMenu", "&Keyboard Shortcuts"), window);
+    shortcuts->setObjectName(QStringLiteral("keyboardShortcuts"));
+    shortcuts->setShortcut(QKeySequence(QCoreApplication::translate("HelpMenu", "Ctrl+/")));
+    QObject::connect(shortcuts, &QAction::triggered, window, [window] { showShortcuts(window); });
+    auto *about = new QAction(QCoreApplication::translate("HelpMenu", "&About Lumo"), window);
+    about->setObjectName(QStringLiteral("about"));
+    about->setMenuRole(QAction::AboutRole);
+    QObject::connect(about, &QAction::triggered, window, [window] { showAbout(window); });
 }
 
 } // namespace HelpMenu

@@ -1,5 +1,6 @@
 #include "SearchCommands.h"
 
+#include "document/TabPanels.h"
 #include "DocumentTab.h"
 #include "DocumentWindow.h"
 #include "RevealWhenReady.h"
@@ -9,7 +10,6 @@
 
 #include <QAction>
 #include <QCoreApplication>
-#include <QMenu>
 #include <QPlainTextEdit>
 
 namespace SearchCommands {
@@ -36,30 +36,28 @@ void openFile(DocumentTab *tab, const QString &path, int line, bool replacingCur
 
 } // namespace
 
-QList<QAction *> addTo(QMenu *file, QAction *fileAnchor, QMenu *edit, QAction *editAnchor,
-                       DocumentWindow *window)
+void create(DocumentWindow *window)
 {
     auto *quickOpen =
         new QAction(QCoreApplication::translate("SearchCommands", "Open &Quickly…"), window);
+    quickOpen->setObjectName(QStringLiteral("openQuickly"));
     quickOpen->setShortcut(QKeySequence(QCoreApplication::translate("SearchCommands", "Ctrl+P")));
     QObject::connect(quickOpen, &QAction::triggered, window, [window] {
         if (DocumentTab *tab = window->currentTab())
-            tab->controller()->setShowQuickOpen(true);
+            tab->panels()->setShowQuickOpen(true);
     });
-    file->insertAction(fileAnchor, quickOpen);
+    window->needsDocument(quickOpen);
 
     auto *search =
         new QAction(QCoreApplication::translate("SearchCommands", "Find in &Project…"), window);
+    search->setObjectName(QStringLiteral("findInProject"));
     search->setShortcut(
         QKeySequence(QCoreApplication::translate("SearchCommands", "Ctrl+Shift+F")));
     QObject::connect(search, &QAction::triggered, window, [window] {
         if (DocumentTab *tab = window->currentTab())
-            tab->controller()->setShowSearch(true);
+            tab->panels()->setShowSearch(true);
     });
-    const QList<QAction *> items = edit->actions();
-    const qsizetype after = items.indexOf(editAnchor);
-    edit->insertAction(after >= 0 ? items.value(after + 1) : nullptr, search);
-    return {quickOpen, search};
+    window->needsDocument(search);
 }
 
 QString projectRootOf(const DocumentTab *tab)
@@ -70,41 +68,41 @@ QString projectRootOf(const DocumentTab *tab)
 
 void attachPanels(DocumentTab *tab)
 {
-    DocumentController *controller = tab->controller();
+    TabPanels *panels = tab->panels();
     auto *quickOpen = new QuickOpenPanel(tab);
     auto *search = new SearchPanel(tab);
-    QObject::connect(controller, &DocumentController::showQuickOpenChanged, quickOpen,
-                     [tab, controller, quickOpen](bool show) {
+    QObject::connect(panels, &TabPanels::showQuickOpenChanged, quickOpen,
+                     [tab, panels, quickOpen](bool show) {
                          if (!show) {
                              quickOpen->dismiss();
                              tab->focusDocument(true);
                              return;
                          }
-                         controller->setShowSearch(false);
+                         panels->setShowSearch(false);
                          quickOpen->open(projectRootOf(tab), documentPath(tab));
                      });
-    QObject::connect(controller, &DocumentController::showSearchChanged, search,
-                     [tab, controller, search](bool show) {
+    QObject::connect(panels, &TabPanels::showSearchChanged, search,
+                     [tab, panels, search](bool show) {
                          if (!show) {
                              search->dismiss();
                              tab->focusDocument(true);
                              return;
                          }
-                         controller->setShowQuickOpen(false);
+                         panels->setShowQuickOpen(false);
                          search->open(projectRootOf(tab));
                      });
-    QObject::connect(quickOpen, &PanelOverlay::closeRequested, controller,
-                     [controller] { controller->setShowQuickOpen(false); });
-    QObject::connect(search, &PanelOverlay::closeRequested, controller,
-                     [controller] { controller->setShowSearch(false); });
+    QObject::connect(quickOpen, &PanelOverlay::closeRequested, panels,
+                     [panels] { panels->setShowQuickOpen(false); });
+    QObject::connect(search, &PanelOverlay::closeRequested, panels,
+                     [panels] { panels->setShowSearch(false); });
     QObject::connect(quickOpen, &QuickOpenPanel::fileChosen, tab,
-                     [tab, controller](const QString &path, bool replacingCurrent) {
-                         controller->setShowQuickOpen(false);
+                     [tab, panels](const QString &path, bool replacingCurrent) {
+                         panels->setShowQuickOpen(false);
                          openFile(tab, path, -1, replacingCurrent);
                      });
     QObject::connect(search, &SearchPanel::hitChosen, tab,
-                     [tab, controller](const QString &path, int line, bool replacingCurrent) {
-                         controller->setShowSearch(false);
+                     [tab, panels](const QString &path, int line, bool replacingCurrent) {
+                         panels->setShowSearch(false);
                          openFile(tab, path, line, replacingCurrent);
                      });
 }

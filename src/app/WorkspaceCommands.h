@@ -1,19 +1,14 @@
 #pragma once
 
-#include <QList>
-
 class DocumentWindow;
-class QAction;
-class QMenu;
 class QWidget;
 
-// The folder commands of a document window's menus.
+// The folder commands of a document window: "openFolder", and "revealInSidebar"
+// (enabled while the window shows a document).
 namespace WorkspaceCommands {
 
-// Adds "Open Folder…" to `file` before `before`, and "Reveal in Sidebar" to `view`
-// after `sidebar`. Returns the commands that need a document.
-QList<QAction *> addTo(DocumentWindow *window, QMenu *file, QAction *before, QMenu *view,
-                       QAction *sidebar);
+// Adds the commands to the window.
+void create(DocumentWindow *window);
 
 // Asks for a folder to browse, for the document window that holds `widget`.
 void chooseFolder(QWidget *widget);

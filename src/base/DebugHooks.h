@@ -3,8 +3,8 @@
 #include <QObject>
 
 // Diagnostic notifications ("lumoapp.debug.…") that "lumo --post NAME [ARG]" delivers
-// to the running instance. Document controllers created while the "debugHooks"
-// preference is on listen to them; nothing else does.
+// to the running instance, only while the "debugHooks" preference is on.
+// DebugHookRouter carries them out.
 class DebugHooks : public QObject
 {
     Q_OBJECT

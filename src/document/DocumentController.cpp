@@ -1,46 +1,28 @@
 #include "DocumentController.h"
 
-#include "AssetPolicy.h"
-#include "base/Background.h"
 #include "base/Brand.h"
-#include "base/DebugHooks.h"
 #include "base/PathKey.h"
 #include "base/Preferences.h"
 #include "base/TextScale.h"
 #include "CustomCSS.h"
 #include "editor/MarkdownEditing.h"
 #include "FileWatcher.h"
-#include "HTMLExporter.h"
-#include "LinkPolicy.h"
-#include "LocalAssetHandler.h"
 #include "OpenDocument.h"
-#include "PageAccessibleName.h"
-#include "PageActions.h"
+#include "PageConnection.h"
 #include "PageRecovery.h"
 #include "PageScript.h"
-#include "PDFPrint.h"
-#include "PreviewPage.h"
-#include "RichText.h"
 #include "workspace/ReadState.h"
 #include "workspace/RootResolver.h"
 #include "workspace/Workspace.h"
 
 #include <cmath>
 #include <cstdio>
-#include <QClipboard>
 #include <QCoreApplication>
 #include <QDir>
-#include <QEvent>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QHash>
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QSaveFile>
 #include <QUrl>
-#include <QWebEngineFindTextResult>
-#include <QWebEngineSettings>
-#include <QWebEngineView>
 
 namespace {
 
@@ -50,9 +32,16 @@ QList<DocumentController *> &liveControllers()
     return controllers;
 }
 
-QHash<QString, QList<std::function<void()>>> &pendingActions()
+struct PendingActions
 {
-    static QHash<QString, QList<std::function<void()>>> actions;
+    QList<std::function<void()>> actions;
+    // The request that last set the time-out: an older time-out leaves them be.
+    quint64 request = 0;
+};
+
+QHash<QString, PendingActions> &pendingActions()
+{
+    static QHash<QString, PendingActions> actions;
     return actions;
 }
 
@@ -61,69 +50,30 @@ bool elapsedMoreThan(const QElapsedTimer &timer, int milliseconds)
     return !timer.isValid() || timer.elapsed() > milliseconds;
 }
 
-// Follows the desktop's light or dark switch, which reaches widgets as a palette change.
-class AppearanceWatcher : public QObject
-{
-public:
-    AppearanceWatcher(DocumentController *controller, QObject *watched)
-        : QObject(controller)
-        , m_controller(controller)
-    {
-        watched->installEventFilter(this);
-    }
-
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::PaletteChange)
-            m_controller->applyAppearance();
-        return false;
-    }
-
-private:
-    DocumentController *m_controller;
-};
-
 } // namespace
 
-DocumentController::DocumentController(OpenDocument *document, bool startInEditMode,
-                                       QObject *parent)
+DocumentController::DocumentController(OpenDocument *document, PageConnection *page,
+                                       bool startInEditMode, QObject *parent)
     : QObject(parent)
     , m_document(document)
-    , m_webView(new QWebEngineView(qobject_cast<QWidget *>(parent)))
+    , m_page(page)
     , m_mode(startInEditMode ? Mode::Edit : Mode::Read)
-    , m_sidebarVisible(Preferences::shared().showSidebar())
 {
     m_renderTimer.setSingleShot(true);
     connect(&m_renderTimer, &QTimer::timeout, this, &DocumentController::render);
     m_emptyFileGrace.setSingleShot(true);
     m_emptyFileGrace.setInterval(emptyFileGraceMilliseconds);
     connect(&m_emptyFileGrace, &QTimer::timeout, this, [this] { reload(false, true); });
-
-    auto *page = new PreviewPage(m_webView);
-    QWebEngineSettings *settings = page->settings();
-    settings->setAttribute(QWebEngineSettings::FullScreenSupportEnabled, false);
-    settings->setAttribute(QWebEngineSettings::PrintElementBackgrounds, true);
-    settings->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
-    settings->setAttribute(QWebEngineSettings::JavascriptCanAccessClipboard, false);
-    m_webView->setPage(page);
-    m_webView->setContextMenuPolicy(Qt::NoContextMenu);
-    new PageAccessibleName(m_webView, tr("Document"));
-    new AppearanceWatcher(this, m_webView);
     liveControllers().append(this);
 
-    connect(page, &PreviewPage::messageReceived, this, &DocumentController::handleMessage);
-    connect(page, &PreviewPage::linkClicked, this, [this](const QUrl &url) {
-        LinkPolicy::open(url, m_webView->window(),
-                         [this](const QString &path) { Q_EMIT openRequested(path); });
-    });
-    m_recovery = new PageRecovery(page, this);
-    connect(m_recovery, &PageRecovery::pageLost, this, [this] {
+    connect(page, &PageConnection::messageReceived, this, &DocumentController::handleMessage);
+    connect(page, &PageConnection::lost, this, [this] {
         // A new page starts empty and must say "ready" again.
         m_isReady = false;
         m_pendingRender = true;
     });
-    connect(m_recovery, &PageRecovery::gaveUp, this, &DocumentController::updatePreviewProblem);
-    m_recovery->load();
+    connect(page, &PageConnection::gaveUp, this, &DocumentController::updatePreviewProblem);
+    page->load();
 
     connect(&Preferences::shared(), &Preferences::valueChanged, this, [this](const QString &key) {
         static const QStringList styling{
@@ -134,24 +84,19 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
         else if (key == QLatin1String("followChanges") && m_isReady)
             call(PageScript::setFollowChanges(Preferences::shared().followChanges()));
         // Images already fetched (or refused) go only with the page.
-        if (key == QLatin1String("loadRemoteImages") && this->page()) {
+        if (key == QLatin1String("loadRemoteImages") && m_page) {
             m_isReady = false;
             m_pendingRender = true;
-            this->page()->loadIndex();
+            m_page->load();
         }
     });
     connect(&CustomCSS::shared(), &CustomCSS::changed, this, &DocumentController::applyPrefs);
-
-    if (Preferences::shared().debugHooks())
-        connect(&DebugHooks::shared(), &DebugHooks::posted, this,
-                &DocumentController::handleDebugHook);
 
     if (m_document) {
         connect(m_document, &OpenDocument::textChanged, this, [this] { scheduleRender(); });
         // What the user saved is now what is on disk: nothing is left to decide.
         connect(m_document, &OpenDocument::saved, this, [this] { setDiskChangePending(false); });
         connect(m_document, &OpenDocument::pathChanged, this, [this] {
-            allowAssets();
             watchFile();
             scheduleRender();
             resolveSidebarRoot();
@@ -164,19 +109,17 @@ DocumentController::DocumentController(OpenDocument *document, bool startInEditM
         if (root == m_sidebarRoot)
             return;
         m_sidebarRoot = root;
-        allowAssets();
         Q_EMIT sidebarRootChanged(root);
     });
     connect(&Preferences::shared(), &Preferences::workspaceFoldersChanged, this,
             &DocumentController::resolveSidebarRoot);
     resolveSidebarRoot();
-    allowAssets();
 }
 
 DocumentController::~DocumentController()
 {
     liveControllers().removeAll(this);
-    delete m_webView.get();
+    dropPendingActions();
 }
 
 QList<DocumentController *> DocumentController::registry()
@@ -184,35 +127,12 @@ QList<DocumentController *> DocumentController::registry()
     return liveControllers();
 }
 
-PreviewPage *DocumentController::page() const
-{
-    return m_webView ? static_cast<PreviewPage *>(m_webView->page()) : nullptr;
-}
-
-void DocumentController::setShowOutline(bool show)
-{
-    publish(m_showOutline, show, &DocumentController::showOutlineChanged);
-}
-
-void DocumentController::setShowFind(bool show)
-{
-    publish(m_showFind, show, &DocumentController::showFindChanged);
-}
-
 void DocumentController::setDiskChangePending(bool pending)
 {
-    publish(m_diskChangePending, pending, &DocumentController::diskChangePendingChanged);
-}
-
-void DocumentController::setSidebarVisible(bool visible)
-{
-    publish(m_sidebarVisible, visible, &DocumentController::sidebarVisibleChanged);
-}
-
-void DocumentController::toggleSidebar()
-{
-    setSidebarVisible(!m_sidebarVisible);
-    Preferences::shared().setShowSidebar(m_sidebarVisible);
+    if (m_diskChangePending == pending)
+        return;
+    m_diskChangePending = pending;
+    Q_EMIT diskChangePendingChanged(pending);
 }
 
 void DocumentController::resolveSidebarRoot()
@@ -220,23 +140,6 @@ void DocumentController::resolveSidebarRoot()
     const bool onDisk = m_document && !m_document->isUntitled();
     m_rootResolver->resolve(onDisk ? m_document->path() : QString(),
                             Workspace::folders(Preferences::shared()));
-}
-
-void DocumentController::revealInSidebar()
-{
-    setSidebarVisible(true);
-    ++m_revealRequest;
-    Q_EMIT revealRequestChanged(m_revealRequest);
-}
-
-void DocumentController::setShowQuickOpen(bool show)
-{
-    publish(m_showQuickOpen, show, &DocumentController::showQuickOpenChanged);
-}
-
-void DocumentController::setShowSearch(bool show)
-{
-    publish(m_showSearch, show, &DocumentController::showSearchChanged);
 }
 
 void DocumentController::open(const QString &path, bool replacingCurrent)
@@ -261,21 +164,8 @@ void DocumentController::showLine(int line)
 
 void DocumentController::call(const QString &script)
 {
-    if (PreviewPage *preview = page())
-        preview->call(script);
-}
-
-void DocumentController::findInPreview(const QString &text, bool backwards)
-{
-    if (text.isEmpty() || !page())
-        return;
-    QPointer<DocumentController> self(this);
-    page()->findText(text, backwards ? QWebEnginePage::FindBackward : QWebEnginePage::FindFlags(),
-                     [self](const QWebEngineFindTextResult &result) {
-                         if (self)
-                             Q_EMIT self->findFinished(result.activeMatch(),
-                                                       result.numberOfMatches());
-                     });
+    if (m_page)
+        m_page->call(script);
 }
 
 void DocumentController::scheduleRender(bool immediately)
@@ -346,7 +236,7 @@ void DocumentController::applyAppearance()
 void DocumentController::updatePreviewProblem()
 {
     QString problem;
-    if (m_recovery->hasGivenUp())
+    if (m_page && m_page->hasGivenUp())
         problem = tr("The preview stopped working: its process ended or did not answer %1 "
                      "times in a row. You can still edit and save this document.")
                       .arg(PageRecovery::attempts);
@@ -358,12 +248,14 @@ void DocumentController::updatePreviewProblem()
     if (problem == m_previewProblem)
         return;
     m_previewProblem = problem;
+    // Whatever waits for this file to render would wait forever.
+    if (!problem.isEmpty())
+        dropPendingActions();
     Q_EMIT previewProblemChanged(problem);
 }
 
 void DocumentController::pageBecameReady()
 {
-    m_recovery->pageBecameReady();
     m_isReady = true;
     // A freshly loaded page has none of what an earlier one was sent.
     m_lastRendered.reset();
@@ -379,9 +271,6 @@ void DocumentController::pageBecameReady()
 void DocumentController::handleMessage(const QJsonObject &message)
 {
     const QString type = message.value(QLatin1String("type")).toString();
-    const auto string = [&message](const char *key) {
-        return message.value(QLatin1String(key)).toString();
-    };
     if (type == QLatin1String("ready")) {
         pageBecameReady();
     } else if (type == QLatin1String("rendered")) {
@@ -392,7 +281,6 @@ void DocumentController::handleMessage(const QJsonObject &message)
         // A render reflows the page: keep it on the line the editor shows.
         if (m_mode == Mode::Edit && m_editor.topLine)
             scrollPreview(m_editor.topLine());
-        m_recovery->pageRendered();
         Q_EMIT renderCompleted(m_completedRevision);
         runPendingActions();
     } else if (type == QLatin1String("resync")) {
@@ -418,13 +306,6 @@ void DocumentController::handleMessage(const QJsonObject &message)
             if (m_mode == Mode::Edit && m_editor.scrollToLine)
                 m_editor.scrollToLine(m_previewTopLine);
         }
-    } else if (type == QLatin1String("copyImage")) {
-        PageActions::copyImage(string("dataURL"));
-    } else if (type == QLatin1String("saveSVG")) {
-        PageActions::saveSVG(string("svg"), string("name"),
-                             m_document ? m_document->path() : QString(), m_webView->window());
-    } else if (type == QLatin1String("copy")) {
-        PageActions::copyText(string("text"));
     } else if (type == QLatin1String("toggleTask")) {
         const QJsonValue line = message.value(QLatin1String("line"));
         const QJsonValue checked = message.value(QLatin1String("checked"));
@@ -570,11 +451,6 @@ void DocumentController::watchFile()
     m_watcher->watch(m_document ? m_document->path() : QString());
 }
 
-void DocumentController::allowAssets()
-{
-    LocalAssetHandler::allow(this, m_document ? m_document->path() : QString(), m_sidebarRoot);
-}
-
 void DocumentController::whenReady(const QString &path, std::function<void()> action)
 {
     const QString key = PathKey::resolved(path);
@@ -588,7 +464,23 @@ void DocumentController::whenReady(const QString &path, std::function<void()> ac
         }
         break;
     }
-    pendingActions()[key].append(std::move(action));
+    static quint64 requests = 0;
+    PendingActions &pending = pendingActions()[key];
+    pending.actions.append(std::move(action));
+    pending.request = ++requests;
+    QTimer::singleShot(pendingActionLifetimeMilliseconds, QCoreApplication::instance(),
+                       [key, request = pending.request] {
+                           const auto found = pendingActions().constFind(key);
+                           if (found == pendingActions().cend() || found->request != request)
+                               return;
+                           // A file still loading in a tab keeps them until it renders
+                           // or cannot.
+                           for (const DocumentController *controller : liveControllers()) {
+                               if (controller->pathKey() == key)
+                                   return;
+                           }
+                           pendingActions().remove(key);
+                       });
 }
 
 void DocumentController::runPendingActions()
@@ -596,9 +488,22 @@ void DocumentController::runPendingActions()
     const QString key = pathKey();
     if (key.isEmpty() || !m_isReady || !m_lastRendered || m_completedRevision != m_renderRevision)
         return;
-    const QList<std::function<void()>> actions = pendingActions().take(key);
+    const QList<std::function<void()>> actions = pendingActions().take(key).actions;
     for (const auto &action : actions)
         QMetaObject::invokeMethod(QCoreApplication::instance(), action, Qt::QueuedConnection);
+}
+
+void DocumentController::dropPendingActions()
+{
+    const QString key = pathKey();
+    if (key.isEmpty())
+        return;
+    for (const DocumentController *controller : std::as_const(liveControllers())) {
+        if (controller != this && controller->pathKey() == key &&
+            controller->m_previewProblem.isEmpty())
+            return;
+    }
+    pendingActions().remove(key);
 }
 
 QString DocumentController::title() const
@@ -606,163 +511,4 @@ QString DocumentController::title() const
     if (!m_document || m_document->isUntitled())
         return QCoreApplication::translate("DocumentController", "Untitled");
     return QFileInfo(m_document->path()).completeBaseName();
-}
-
-void DocumentController::embeddedImages(std::function<void(const QJsonObject &)> done)
-{
-    const QString documentPath = m_document ? m_document->path() : QString();
-    const QString folder = m_sidebarRoot;
-    page()->callAwaited(
-        QStringLiteral("localImages"), QString(),
-        [self = QPointer(this), done, documentPath, folder](const QJsonValue &value,
-                                                            const QString &) {
-            if (!self)
-                return;
-            QStringList sources;
-            for (const QJsonValue &entry : value.toArray())
-                sources.append(entry.toString());
-            // Off the GUI thread: a file may sit on a slow disk.
-            runInBackground(
-                self.data(),
-                [sources, documentPath, folder] {
-                    const QStringList roots = AssetPolicy::roots(documentPath, folder);
-                    QJsonObject images;
-                    for (const QString &source : sources) {
-                        const auto path = AssetPolicy::requestedPath(QUrl(source));
-                        const auto result =
-                            path ? AssetPolicy::read(*path, roots, AssetPolicy::embedLimit)
-                                 : AssetPolicy::Refusal{QStringLiteral("not a media file")};
-                        if (const auto *asset = std::get_if<AssetPolicy::Asset>(&result)) {
-                            images.insert(source, AssetPolicy::dataUrl(*asset));
-                            continue;
-                        }
-                        // Said, so that an export that keeps a plain link is explained.
-                        std::fprintf(stderr, "Lumo: not embedded: %s: %s\n", qUtf8Printable(source),
-                                     qUtf8Printable(std::get<AssetPolicy::Refusal>(result).reason));
-                    }
-                    return images;
-                },
-                done);
-        });
-}
-
-void DocumentController::writeHTML(const QString &path, Done done)
-{
-    QPointer<DocumentController> self(this);
-    embeddedImages([self, path, done](const QJsonObject &images) {
-        if (!self)
-            return;
-        const QString argument =
-            QString::fromUtf8(QJsonDocument(images).toJson(QJsonDocument::Compact));
-        self->page()->callAwaited(
-            QStringLiteral("exportHTML"), argument,
-            [self, path, done](const QJsonValue &answer, const QString &error) {
-                if (!self)
-                    return;
-                if (!answer.isObject()) {
-                    if (done)
-                        done(false,
-                             error.isEmpty() ? QStringLiteral("the page gave no export") : error);
-                    return;
-                }
-                const Preferences &prefs = Preferences::shared();
-                const std::optional<QString> css =
-                    prefs.useCustomCSS() ? std::optional<QString>(CustomCSS::shared().text())
-                                         : std::nullopt;
-                const QByteArray html =
-                    HTMLExporter::document(answer.toObject(), self->title(), css).toUtf8();
-                QSaveFile file(path);
-                const bool ok = file.open(QIODevice::WriteOnly) &&
-                                file.write(html) == html.size() && file.commit();
-                if (done)
-                    done(ok, ok ? QString() : file.errorString());
-            });
-    });
-}
-
-void DocumentController::handleDebugHook(const QString &name, const QString &argument)
-{
-    if (name == QLatin1String("lumoapp.debug.toggleMode")) {
-        toggleMode();
-    } else if (name == QLatin1String("lumoapp.debug.exportHTML") && !argument.isEmpty()) {
-        writeHTML(argument, [argument](bool ok, const QString &error) {
-            if (!ok)
-                std::fprintf(stdout, "Lumo export failed: %s: %s\n", qUtf8Printable(argument),
-                             qUtf8Printable(error));
-            std::fflush(stdout);
-        });
-    } else if (name == QLatin1String("lumoapp.debug.js") && !argument.isEmpty()) {
-        call(argument);
-    } else if (name == QLatin1String("lumoapp.debug.openURL") && !argument.isEmpty()) {
-        Q_EMIT debugOpenRequested(argument);
-    } else if (name == QLatin1String("lumoapp.debug.openFile") && !argument.isEmpty()) {
-        Q_EMIT replaceRequested(argument);
-    } else if (name == QLatin1String("lumoapp.debug.quickOpen")) {
-        setShowQuickOpen(true);
-    } else if (name == QLatin1String("lumoapp.debug.search")) {
-        setShowSearch(true);
-    } else if (name == QLatin1String("lumoapp.debug.exportPDF")) {
-        // "path|appearance", split once; anything but two pieces asks for nothing.
-        const qsizetype bar = argument.indexOf(QLatin1Char('|'));
-        QStringList pieces{argument.left(bar), argument.mid(bar + 1)};
-        pieces.removeAll(QString());
-        if (bar < 0 || pieces.size() != 2)
-            return;
-        const Appearance appearance =
-            pieces.at(1).contains(QLatin1String("dark"), Qt::CaseInsensitive) ? Appearance::Dark
-                                                                              : Appearance::Light;
-        const QString path = pieces.at(0);
-        runPrint(path, appearance, [path](bool ok, const QString &error) {
-            if (!ok)
-                std::fprintf(stdout, "Lumo export failed: %s: %s\n", qUtf8Printable(path),
-                             qUtf8Printable(error));
-            std::fflush(stdout);
-        });
-    } else if (name == QLatin1String("lumoapp.debug.copyRich")) {
-        copyRichText();
-    }
-}
-
-void DocumentController::runPrint(const QString &path, Appearance appearance, Done done)
-{
-    if (!page() || !m_isReady) {
-        if (done)
-            done(false, QStringLiteral("the page is not ready yet"));
-        return;
-    }
-    // The PDF takes the page's title as its own.
-    call(QStringLiteral("document.title = ") + PageScript::json(title()));
-    PDFPrint::toFile(page(), path, appearance, [done](bool ok, const QString &error) {
-        if (done)
-            done(ok, error);
-    });
-}
-
-void DocumentController::copyRichText(Done done)
-{
-    if (!page() || !m_isReady) {
-        if (done)
-            done(false, QStringLiteral("the page is not ready yet"));
-        return;
-    }
-    QPointer<DocumentController> self(this);
-    embeddedImages([self, done](const QJsonObject &images) {
-        if (!self)
-            return;
-        const QString argument =
-            QString::fromUtf8(QJsonDocument(images).toJson(QJsonDocument::Compact));
-        self->page()->callAwaited(
-            QStringLiteral("richHTML"), argument,
-            [done](const QJsonValue &html, const QString &error) {
-                if (!html.isString()) {
-                    if (done)
-                        done(false,
-                             error.isEmpty() ? QStringLiteral("the page gave no text") : error);
-                    return;
-                }
-                QGuiApplication::clipboard()->setMimeData(RichText::mimeData(html.toString()));
-                if (done)
-                    done(true, QString());
-            });
-    });
 }

@@ -4,13 +4,10 @@
 
 #include <QAction>
 #include <QCoreApplication>
-#include <QMainWindow>
-#include <QMenu>
-#include <QMenuBar>
 
 namespace {
 
-const QString menuName = QStringLiteral("formatMenu");
+const char *const commandNames[] = {"bold", "italic", "strikethrough", "code", "link"};
 
 QString tr(const char *text)
 {
@@ -19,13 +16,13 @@ QString tr(const char *text)
 
 } // namespace
 
-void addFormatMenu(QMainWindow *window, std::function<EditorView *()> editor)
+void addFormatCommands(QWidget *window, std::function<EditorView *()> editor)
 {
-    QMenu *menu = window->menuBar()->addMenu(tr("F&ormat"));
-    menu->setObjectName(menuName);
+    int named = 0;
     const auto add = [&](const QString &text, const QKeySequence &shortcut,
                          std::function<void(EditorView *)> action) {
-        QAction *item = menu->addAction(text);
+        auto *item = new QAction(text, window);
+        item->setObjectName(QLatin1String(commandNames[named++]));
         item->setShortcut(shortcut);
         QObject::connect(item, &QAction::triggered, window, [editor, action] {
             if (EditorView *view = editor())
@@ -40,13 +37,14 @@ void addFormatMenu(QMainWindow *window, std::function<EditorView *()> editor)
     add(tr("&Strikethrough"), QKeySequence(tr("Ctrl+Shift+X")), wrap(QStringLiteral("~~")));
     add(tr("&Code"), QKeySequence(tr("Ctrl+Shift+K")), wrap(QStringLiteral("`")));
     add(tr("&Link"), QKeySequence(tr("Ctrl+K")), [](EditorView *view) { view->insertLink(); });
-    updateFormatMenu(window, false);
+    updateFormatCommands(window, false);
 }
 
-void updateFormatMenu(QMainWindow *window, bool editing)
+void updateFormatCommands(QWidget *window, bool editing)
 {
-    if (auto *menu = window->menuBar()->findChild<QMenu *>(menuName)) {
-        for (QAction *item : menu->actions())
+    for (const char *name : commandNames) {
+        if (auto *item =
+                window->findChild<QAction *>(QLatin1String(name), Qt::FindDirectChildrenOnly))
             item->setEnabled(editing);
     }
 }

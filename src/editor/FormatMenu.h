@@ -3,12 +3,12 @@
 #include <functional>
 
 class EditorView;
-class QMainWindow;
+class QWidget;
 
-// Adds the "Format" menu (Bold, Italic, Strikethrough, Code, Link) to the window's menu
-// bar. Each item acts on the editor that `editor` returns, and only while it returns
-// one: the caller calls updateFormatMenu whenever editing starts or stops.
-void addFormatMenu(QMainWindow *window, std::function<EditorView *()> editor);
+// Adds the Format menu's commands to the window: "bold", "italic", "strikethrough",
+// "code" and "link". Each acts on the editor that `editor` returns, and only while it
+// returns one: the caller calls updateFormatCommands whenever editing starts or stops.
+void addFormatCommands(QWidget *window, std::function<EditorView *()> editor);
 
-// Enables the Format items while editing; disabled items leave Ctrl+B to the sidebar.
-void updateFormatMenu(QMainWindow *window, bool editing);
+// Enables the Format commands while editing; disabled ones leave Ctrl+B to the sidebar.
+void updateFormatCommands(QWidget *window, bool editing);

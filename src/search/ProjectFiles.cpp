@@ -1,7 +1,7 @@
 #include "ProjectFiles.h"
 
 #include "base/MarkdownNames.h"
-#include "search/DirectoryReader.h"
+#include "DirectoryReader.h"
 
 #include <algorithm>
 #include <array>

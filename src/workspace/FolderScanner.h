@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workspace/TreeNode.h"
+#include "TreeNode.h"
 
 #include <QList>
 #include <QSet>

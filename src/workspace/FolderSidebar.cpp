@@ -2,6 +2,7 @@
 
 #include "base/DesktopIntegration.h"
 #include "document/DocumentController.h"
+#include "document/TabPanels.h"
 #include "FolderTree.h"
 #include "FolderTreeModel.h"
 #include "SidebarList.h"
@@ -31,7 +32,7 @@ QLabel *centredNote(const QString &text, QWidget *parent)
 } // namespace
 
 FolderSidebar::FolderSidebar(std::shared_ptr<FolderTree> tree, DocumentController *controller,
-                             QWidget *parent)
+                             TabPanels *panels, QWidget *parent)
     : QWidget(parent)
     , m_tree(std::move(tree))
     , m_controller(controller)
@@ -69,7 +70,7 @@ FolderSidebar::FolderSidebar(std::shared_ptr<FolderTree> tree, DocumentControlle
     connect(m_list, &SidebarList::rowActivated, this, &FolderSidebar::activate);
     connect(m_list, &SidebarList::contextMenuRequested, this, &FolderSidebar::showContextMenu);
     connect(m_list, &SidebarList::escapePressed, this, &FolderSidebar::leaveRequested);
-    connect(controller, &DocumentController::revealRequestChanged, this, &FolderSidebar::reveal);
+    connect(panels, &TabPanels::revealRequestChanged, this, &FolderSidebar::reveal);
     if (OpenDocument *document = controller->document()) {
         connect(document, &OpenDocument::pathChanged, this, [this] {
             m_model->setCurrentFile(currentFile());

@@ -4,6 +4,7 @@
 #include <QWidget>
 
 class DocumentController;
+class TabPanels;
 class FolderTree;
 class FolderTreeModel;
 class QLabel;
@@ -26,7 +27,7 @@ class FolderSidebar final : public QWidget
 
 public:
     FolderSidebar(std::shared_ptr<FolderTree> tree, DocumentController *controller,
-                  QWidget *parent = nullptr);
+                  TabPanels *panels, QWidget *parent = nullptr);
 
     FolderTree *tree() const { return m_tree.get(); }
     FolderTreeModel *model() const { return m_model; }

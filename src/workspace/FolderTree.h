@@ -1,7 +1,7 @@
 #pragma once
 
-#include "workspace/FolderScanner.h"
-#include "workspace/FolderWatcher.h"
+#include "FolderScanner.h"
+#include "FolderWatcher.h"
 
 #include <memory>
 #include <optional>

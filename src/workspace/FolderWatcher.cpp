@@ -2,7 +2,7 @@
 
 #include "base/MarkdownNames.h"
 #include "search/DirectoryReader.h"
-#include "workspace/FolderScanner.h"
+#include "FolderScanner.h"
 
 #include <algorithm>
 #include <array>

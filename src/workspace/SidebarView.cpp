@@ -56,9 +56,10 @@ QWidget *noFolderView(SidebarView *sidebar)
 
 } // namespace
 
-SidebarView::SidebarView(DocumentController *controller, QWidget *parent)
+SidebarView::SidebarView(DocumentController *controller, TabPanels *panels, QWidget *parent)
     : QStackedWidget(parent)
     , m_controller(controller)
+    , m_panels(panels)
     , m_noFolder(noFolderView(this))
     , m_pending(new QWidget(this))
 {
@@ -84,7 +85,7 @@ void SidebarView::showRoot(const QString &root)
         setCurrentWidget(document && !document->isUntitled() ? m_pending : m_noFolder);
         return;
     }
-    m_folder = new FolderSidebar(FolderTree::shared(root), m_controller, this);
+    m_folder = new FolderSidebar(FolderTree::shared(root), m_controller, m_panels, this);
     connect(m_folder, &FolderSidebar::leaveRequested, this, &SidebarView::leaveRequested);
     connect(m_folder, &FolderSidebar::openFolderChosen, this, &SidebarView::openFolderChosen);
     addWidget(m_folder);

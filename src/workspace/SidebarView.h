@@ -3,6 +3,7 @@
 #include <QStackedWidget>
 
 class DocumentController;
+class TabPanels;
 class FolderSidebar;
 class QMimeData;
 
@@ -16,7 +17,7 @@ class SidebarView final : public QStackedWidget
     Q_DISABLE_COPY_MOVE(SidebarView)
 
 public:
-    explicit SidebarView(DocumentController *controller, QWidget *parent = nullptr);
+    SidebarView(DocumentController *controller, TabPanels *panels, QWidget *parent = nullptr);
 
     FolderSidebar *folderSidebar() const { return m_folder; }
 
@@ -38,6 +39,7 @@ private:
     void showRoot(const QString &root);
 
     DocumentController *m_controller;
+    TabPanels *m_panels;
     QWidget *m_noFolder;
     QWidget *m_pending;
     FolderSidebar *m_folder = nullptr;

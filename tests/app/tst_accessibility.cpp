@@ -2,6 +2,8 @@
 // reach has a name and a role, and so has every row of its lists.
 #include "app/DocumentTab.h"
 #include "app/DocumentWindow.h"
+#include "app/WindowMenus.h"
+#include "document/TabPanels.h"
 #include "support/WebTest.h"
 
 #include <QAbstractItemView>
@@ -102,6 +104,7 @@ void TestAccessibility::everyControlHasANameAndRole()
 {
     QFETCH(QString, furniture);
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.resize(1000, 700);
     window.show();
     QString error;
@@ -115,17 +118,17 @@ void TestAccessibility::everyControlHasANameAndRole()
     if (furniture == u"editing"_s) {
         controller->toggleMode();
     } else if (furniture == u"sidebar"_s) {
-        controller->setSidebarVisible(true);
-        controller->setShowFind(true);
+        tab->panels()->setSidebarVisible(true);
+        tab->panels()->setShowFind(true);
         controller->setDiskChangePending(true);
         QTRY_VERIFY(!controller->sidebarRoot().isEmpty());
     } else if (furniture == u"outline"_s) {
         QTRY_VERIFY(!controller->outline().isEmpty());
-        controller->setShowOutline(true);
+        tab->panels()->setShowOutline(true);
     } else if (furniture == u"quickOpen"_s) {
-        controller->setShowQuickOpen(true);
+        tab->panels()->setShowQuickOpen(true);
     } else if (furniture == u"search"_s) {
-        controller->setShowSearch(true);
+        tab->panels()->setShowSearch(true);
         QTest::keyClicks(QApplication::focusWidget(), u"setup"_s);
     }
     QTest::qWait(1500);

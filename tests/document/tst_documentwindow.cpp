@@ -1,8 +1,14 @@
 // The window around the documents: its commands follow the current tab.
+#include "app/DebugHookRouter.h"
 #include "app/DocumentTab.h"
 #include "app/DocumentWindow.h"
+#include "app/WindowMenus.h"
+#include "base/DebugHooks.h"
 #include "document/EmptyHint.h"
+#include "document/PageConnection.h"
 #include "document/PreviewPage.h"
+#include "document/PreviewView.h"
+#include "document/TabPanels.h"
 #include "editor/EditorView.h"
 #include "support/WebTest.h"
 #include "workspace/SidebarView.h"
@@ -33,23 +39,21 @@ private Q_SLOTS:
     void nothingIsClippedAtAnyWidth();
     void typingKeepsTheFilesLineEndings_data();
     void typingKeepsTheFilesLineEndings();
+    void hooksActOnceOnTheActiveTab();
 
 private:
-    static QAction *action(QWidget *window, const QString &text)
+    static QAction *action(QWidget *window, const QString &name)
     {
-        for (QAction *candidate : window->findChildren<QAction *>()) {
-            if (candidate->text().remove(u'&') == text)
-                return candidate;
-        }
-        return nullptr;
+        return window->findChild<QAction *>(name);
     }
 };
 
 void TestDocumentWindow::documentCommandsNeedADocument()
 {
     DocumentWindow window;
-    const QStringList commands{u"Save"_s,        u"Find…"_s,         u"Outline"_s,
-                               u"Bigger Text"_s, u"Edit Document"_s, u"Export as HTML…"_s};
+    WindowMenus::build(&window);
+    const QStringList commands{u"save"_s,       u"find"_s,       u"outline"_s,
+                               u"biggerText"_s, u"toggleMode"_s, u"exportHtml"_s};
     for (const QString &command : commands) {
         QVERIFY2(action(&window, command), qPrintable(command));
         QVERIFY2(!action(&window, command)->isEnabled(), qPrintable(command));
@@ -62,13 +66,14 @@ void TestDocumentWindow::documentCommandsNeedADocument()
 void TestDocumentWindow::sidebarShortcutFollowsTheMode()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     DocumentTab *tab = window.addDocument(new OpenDocument(u"# One"_s));
-    QAction *sidebar = action(&window, u"Show Sidebar"_s);
+    QAction *sidebar = action(&window, u"toggleSidebar"_s);
     QVERIFY(sidebar);
     QCOMPARE(sidebar->shortcut(), QKeySequence(u"Ctrl+B"_s));
-    const bool before = tab->controller()->sidebarVisible();
+    const bool before = tab->panels()->sidebarVisible();
     sidebar->trigger();
-    QCOMPARE(tab->controller()->sidebarVisible(), !before);
+    QCOMPARE(tab->panels()->sidebarVisible(), !before);
 
     tab->controller()->toggleMode();
     QCOMPARE(sidebar->shortcut(), QKeySequence(u"Ctrl+Alt+S"_s));
@@ -79,28 +84,30 @@ void TestDocumentWindow::sidebarShortcutFollowsTheMode()
 void TestDocumentWindow::modeSwitchKeepsThePage()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     DocumentTab *tab = window.addDocument(new OpenDocument(u"# Kept"_s));
     QSignalSpy rendered(tab->controller(), &DocumentController::renderCompleted);
     QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000);
-    QSignalSpy loads(tab->controller()->page(), &QWebEnginePage::loadStarted);
-    WebTest::evaluate(tab->controller()->page(), u"window.lumoMarker = 7"_s);
+    QSignalSpy loads(tab->view()->previewPage(), &QWebEnginePage::loadStarted);
+    WebTest::evaluate(tab->view()->previewPage(), u"window.lumoMarker = 7"_s);
 
     tab->controller()->toggleMode();
     QTRY_VERIFY(tab->editor()->isVisible());
-    QVERIFY(tab->controller()->webView()->isVisible());
+    QVERIFY(tab->view()->isVisible());
     // The page sits to the right of the editor, and it is the same page.
-    QTRY_VERIFY(tab->controller()->webView()->mapTo(tab, QPoint()).x() >
+    QTRY_VERIFY(tab->view()->mapTo(tab, QPoint()).x() >
                 tab->editor()->mapTo(tab, QPoint()).x() + tab->editor()->width() - 1);
     tab->controller()->toggleMode();
     QTRY_VERIFY(!tab->editor()->isVisible());
     QCOMPARE(loads.count(), 0);
-    QCOMPARE(WebTest::evaluate(tab->controller()->page(), u"window.lumoMarker"_s).toInt(), 7);
+    QCOMPARE(WebTest::evaluate(tab->view()->previewPage(), u"window.lumoMarker"_s).toInt(), 7);
 }
 
 void TestDocumentWindow::modeSwitchKeepsTheLine()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     QString text;
     for (int i = 0; i < 300; ++i)
@@ -127,10 +134,11 @@ void TestDocumentWindow::modeSwitchKeepsTheLine()
 void TestDocumentWindow::ctrlBIsBoldWhileEditing()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     DocumentTab *tab = window.addDocument(new OpenDocument(u"word"_s));
-    QAction *bold = action(&window, u"Bold"_s);
+    QAction *bold = action(&window, u"bold"_s);
     QVERIFY(bold);
     QVERIFY(!bold->isEnabled());
 
@@ -138,12 +146,12 @@ void TestDocumentWindow::ctrlBIsBoldWhileEditing()
     QTRY_VERIFY(tab->editor()->hasFocus());
     QVERIFY(bold->isEnabled());
     tab->editor()->selectAll();
-    const bool sidebar = tab->controller()->sidebarVisible();
+    const bool sidebar = tab->panels()->sidebarVisible();
     QTest::keyClick(tab->editor(), Qt::Key_B, Qt::ControlModifier);
     QCOMPARE(tab->document()->text(), u"**word**"_s);
-    QCOMPARE(tab->controller()->sidebarVisible(), sidebar);
+    QCOMPARE(tab->panels()->sidebarVisible(), sidebar);
     QTest::keyClick(tab->editor(), Qt::Key_S, Qt::ControlModifier | Qt::AltModifier);
-    QCOMPARE(tab->controller()->sidebarVisible(), !sidebar);
+    QCOMPARE(tab->panels()->sidebarVisible(), !sidebar);
     // Ctrl+K is Link, not the text view's delete-to-end-of-line.
     QTest::keyClick(tab->editor(), Qt::Key_K, Qt::ControlModifier);
     QCOMPARE(tab->document()->text(), u"**[word]()**"_s);
@@ -155,6 +163,7 @@ void TestDocumentWindow::ctrlBIsBoldWhileEditing()
 void TestDocumentWindow::thePageFollowsTheEditor()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     QString text;
@@ -166,8 +175,8 @@ void TestDocumentWindow::thePageFollowsTheEditor()
     QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000);
     controller->toggleMode();
     QTRY_VERIFY(tab->editor()->hasFocus());
-    const auto pageTop = [controller] {
-        return WebTest::evaluate(controller->page(), u"mv.topLine()"_s).toDouble();
+    const auto pageTop = [tab] {
+        return WebTest::evaluate(tab->view()->page(), u"mv.topLine()"_s).toDouble();
     };
 
     // The caret keys scroll the editor without its scroll bar saying so.
@@ -179,11 +188,11 @@ void TestDocumentWindow::thePageFollowsTheEditor()
 
     // The page moving by itself (a find, layout) leaves the editor where it is...
     QTest::qWait(DocumentController::scrollQuietMilliseconds + 50);
-    Q_EMIT controller->page()->messageReceived(
+    Q_EMIT tab->view()->connection()->messageReceived(
         {{u"type"_s, u"topLine"_s}, {u"line"_s, 3}, {u"user"_s, false}});
     QCOMPARE(EditorView::topLine(tab->editor()), top);
     // ...and a render puts the page back on the editor's line.
-    WebTest::evaluate(controller->page(), u"window.scrollTo(0, 0)"_s);
+    WebTest::evaluate(tab->view()->page(), u"window.scrollTo(0, 0)"_s);
     QTest::keyClicks(tab->editor(), u"x"_s);
     QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 2, 10000);
     QTRY_VERIFY(std::abs(pageTop() - EditorView::topLine(tab->editor())) < 1);
@@ -192,6 +201,7 @@ void TestDocumentWindow::thePageFollowsTheEditor()
 void TestDocumentWindow::shownDocumentsTakeTheKeyboard()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     const auto focusIn = [](const QWidget *widget) {
@@ -199,43 +209,44 @@ void TestDocumentWindow::shownDocumentsTakeTheKeyboard()
         return focus && (focus == widget || widget->isAncestorOf(focus));
     };
     DocumentTab *first = window.addDocument(new OpenDocument(u"# One"_s));
-    QSignalSpy loaded(first->controller()->webView(), &QWebEngineView::loadFinished);
+    QSignalSpy loaded(first->view(), &QWebEngineView::loadFinished);
     QTRY_VERIFY_WITH_TIMEOUT(loaded.count() > 0, 20000);
-    QTRY_VERIFY(focusIn(first->controller()->webView()));
+    QTRY_VERIFY(focusIn(first->view()));
 
     first->controller()->toggleMode();
     DocumentTab *second = window.addDocument(new OpenDocument(u"# Two"_s));
-    QTRY_VERIFY(focusIn(second->controller()->webView()));
+    QTRY_VERIFY(focusIn(second->view()));
     window.showTab(first);
     QTRY_VERIFY(first->editor()->hasFocus());
     window.showTab(second);
-    QTRY_VERIFY(focusIn(second->controller()->webView()));
+    QTRY_VERIFY(focusIn(second->view()));
 }
 
 void TestDocumentWindow::editCommandsActOnTheFocusedView()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     DocumentTab *tab = window.addDocument(new OpenDocument(u"one two"_s));
-    QVERIFY(action(&window, u"About Lumo"_s));
-    QVERIFY(action(&window, u"Keyboard Shortcuts"_s));
+    QVERIFY(action(&window, u"about"_s));
+    QVERIFY(action(&window, u"keyboardShortcuts"_s));
 
     tab->controller()->toggleMode();
     QTRY_VERIFY(tab->editor()->hasFocus());
-    action(&window, u"Select All"_s)->trigger();
+    action(&window, u"selectAll"_s)->trigger();
     QCOMPARE(tab->editor()->textCursor().selectedText(), u"one two"_s);
-    action(&window, u"Cut"_s)->trigger();
+    action(&window, u"cut"_s)->trigger();
     QCOMPARE(tab->document()->text(), QString());
-    action(&window, u"Undo"_s)->trigger();
+    action(&window, u"undo"_s)->trigger();
     QCOMPARE(tab->document()->text(), u"one two"_s);
 
     // The page, when it has the keyboard.
     tab->controller()->toggleMode();
     QTRY_VERIFY_WITH_TIMEOUT(tab->controller()->completedRevision() > 0, 20000);
     QTRY_VERIFY(!tab->editor()->isVisible());
-    action(&window, u"Select All"_s)->trigger();
-    QTRY_COMPARE(WebTest::evaluate(tab->controller()->page(), u"String(getSelection())"_s)
+    action(&window, u"selectAll"_s)->trigger();
+    QTRY_COMPARE(WebTest::evaluate(tab->view()->previewPage(), u"String(getSelection())"_s)
                      .toString()
                      .trimmed(),
                  u"one two"_s);
@@ -244,6 +255,7 @@ void TestDocumentWindow::editCommandsActOnTheFocusedView()
 void TestDocumentWindow::anEmptyWindowSaysHowToBegin()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     DocumentTab *tab = window.addDocument(new OpenDocument());
     auto *hint = tab->findChild<EmptyHint *>();
@@ -279,19 +291,20 @@ void TestDocumentWindow::nothingIsClippedAtAnyWidth()
     QFETCH(bool, editing);
     QFETCH(bool, sidebarShown);
     DocumentWindow window;
+    WindowMenus::build(&window);
     DocumentTab *tab = window.addDocument(new OpenDocument(u"# Wide enough"_s));
-    tab->controller()->setSidebarVisible(true);
+    tab->panels()->setSidebarVisible(true);
     if (editing)
         tab->controller()->toggleMode();
     window.resize(width, 600);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QWidget *page = tab->controller()->webView();
+    QWidget *page = tab->view();
     QTRY_COMPARE(page->mapTo(&window, QPoint(page->width(), 0)).x() <= window.width(), true);
     if (editing)
         QVERIFY(tab->editor()->width() >= DocumentTab::editorMinimumWidth);
     QCOMPARE(tab->findChild<SidebarView *>()->isVisible(), sidebarShown);
-    QVERIFY(tab->controller()->sidebarVisible());
+    QVERIFY(tab->panels()->sidebarVisible());
 }
 
 void TestDocumentWindow::typingKeepsTheFilesLineEndings_data()
@@ -318,6 +331,7 @@ void TestDocumentWindow::typingKeepsTheFilesLineEndings()
     file.close();
 
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     DocumentTab *tab = window.addDocument(OpenDocument::open(path, nullptr));
@@ -332,6 +346,41 @@ void TestDocumentWindow::typingKeepsTheFilesLineEndings()
 
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), saved);
+}
+
+void TestDocumentWindow::hooksActOnceOnTheActiveTab()
+{
+    DocumentWindow window;
+    WindowMenus::build(&window);
+    DebugHookRouter hooks([&window] { return &window; });
+    QList<DocumentTab *> tabs{window.addDocument(new OpenDocument(u"# One"_s)),
+                              window.addDocument(new OpenDocument(u"# Two"_s))};
+    for (DocumentTab *tab : std::as_const(tabs)) {
+        QTRY_VERIFY_WITH_TIMEOUT(tab->controller()->completedRevision() >= 1, 20000);
+    }
+    window.showTab(tabs.at(0));
+    const auto post = [](const char *name, const QString &argument) {
+        DebugHooks::shared().post(u"lumoapp.debug."_s + QLatin1String(name), argument);
+    };
+
+    QSignalSpy opens(&hooks, &DebugHookRouter::openRequested);
+    post("openURL", u"/tmp/some.md"_s);
+    QCOMPARE(opens.count(), 1);
+
+    post("toggleMode", {});
+    QCOMPARE(tabs.at(0)->controller()->mode(), DocumentController::Mode::Edit);
+    QCOMPARE(tabs.at(1)->controller()->mode(), DocumentController::Mode::Read);
+
+    post("js", u"window.hookRuns = (window.hookRuns || 0) + 1"_s);
+    const auto runs = [](DocumentTab *tab) {
+        return WebTest::evaluate(tab->view()->page(), u"window.hookRuns || 0"_s).toInt();
+    };
+    QTRY_COMPARE(runs(tabs.at(0)), 1);
+    QCOMPARE(runs(tabs.at(1)), 0);
+
+    post("quickOpen", {});
+    QVERIFY(tabs.at(0)->panels()->showQuickOpen());
+    QVERIFY(!tabs.at(1)->panels()->showQuickOpen());
 }
 
 LUMO_WEB_TEST_MAIN(TestDocumentWindow)

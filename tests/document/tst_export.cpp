@@ -1,9 +1,11 @@
 // PDF export and rich copy through a real page: what the files and the clipboard
 // hold afterwards, read back with qpdf, and that the page keeps its own appearance.
 #include "document/DocumentController.h"
+#include "document/DocumentExport.h"
 #include "document/PageScript.h"
 #include "document/PDFBackground.h"
 #include "document/PDFPrint.h"
+#include "document/PreviewView.h"
 #include "support/WebTest.h"
 
 #include <QClipboard>
@@ -82,14 +84,15 @@ private Q_SLOTS:
 private:
     DocumentController *open(const QByteArray &markdown);
     void setDesktopDark(bool dark);
-    bool pageIsDark(DocumentController *controller)
+    bool pageIsDark()
     {
-        return WebTest::evaluate(controller->page(),
+        return WebTest::evaluate(m_view->page(),
                                  u"document.documentElement.classList.contains('dark')"_s)
             .toBool();
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<PreviewView> m_view;
     std::unique_ptr<DocumentController> m_controller;
     QPalette m_lightPalette;
 };
@@ -104,6 +107,7 @@ void TestExport::init()
 void TestExport::cleanup()
 {
     m_controller.reset();
+    m_view.reset();
     QApplication::setPalette(m_lightPalette);
 }
 
@@ -127,10 +131,12 @@ DocumentController *TestExport::open(const QByteArray &markdown)
     OpenDocument *document = OpenDocument::open(path, nullptr);
     if (!document)
         return nullptr;
-    m_controller = std::make_unique<DocumentController>(document, false);
+    m_view = std::make_unique<PreviewView>();
+    m_controller = std::make_unique<DocumentController>(document, m_view->connection(), false);
     document->setParent(m_controller.get());
-    m_controller->webView()->resize(800, 600);
-    m_controller->webView()->show();
+    m_view->attach(m_controller.get());
+    m_view->resize(800, 600);
+    m_view->show();
     QSignalSpy rendered(m_controller.get(), &DocumentController::renderCompleted);
     if (!rendered.wait(20000))
         return nullptr;
@@ -163,11 +169,11 @@ void TestExport::pdfAppearance()
     DocumentController *controller = open(markdown);
     QVERIFY(controller);
     setDesktopDark(desktopDark);
-    QTRY_COMPARE(pageIsDark(controller), desktopDark);
+    QTRY_COMPARE(pageIsDark(), desktopDark);
     if (!userSheet.isEmpty())
-        controller->page()->call(u"mv.setCustomCSS(%1)"_s.arg(PageScript::json(userSheet)));
+        m_view->previewPage()->call(u"mv.setCustomCSS(%1)"_s.arg(PageScript::json(userSheet)));
     const std::optional<QColor> darkBackground = PDFBackground::color(
-        WebTest::evaluate(controller->page(),
+        WebTest::evaluate(m_view->page(),
                           u"(() => { mv.setAppearance('dark'); const bg = getComputedStyle("
                           u"document.documentElement).getPropertyValue('--bg').trim(); "
                           u"mv.setAppearance(null); return bg; })()"_s)
@@ -176,8 +182,9 @@ void TestExport::pdfAppearance()
 
     const QString path = m_dir->filePath(u"out.pdf"_s);
     std::optional<bool> succeeded;
-    controller->runPrint(path, keepDark ? Appearance::Dark : Appearance::Light,
-                         [&succeeded](bool ok, const QString &) { succeeded = ok; });
+    DocumentExport::writePDF(controller, m_view->previewPage(), path,
+                             keepDark ? Appearance::Dark : Appearance::Light,
+                             [&succeeded](bool ok, const QString &) { succeeded = ok; });
     QTRY_VERIFY_WITH_TIMEOUT(succeeded.has_value(), 30000);
     QVERIFY(*succeeded);
 
@@ -195,12 +202,12 @@ void TestExport::pdfAppearance()
     QCOMPARE(pdf.title, u"doc"_s);
     // The colour emoji went to paper as a picture, and came back as text.
     QCOMPARE(pdf.images, 1);
-    QTRY_COMPARE(WebTest::evaluate(controller->page(),
+    QTRY_COMPARE(WebTest::evaluate(m_view->page(),
                                    u"document.querySelector('main').lastElementChild.textContent"_s)
                      .toString(),
                  u"Done. \U0001F389"_s);
     // The page is back in the desktop's appearance.
-    QTRY_COMPARE(pageIsDark(controller), desktopDark);
+    QTRY_COMPARE(pageIsDark(), desktopDark);
 }
 
 void TestExport::aFailedExportLeavesThePageAsItWas()
@@ -208,13 +215,14 @@ void TestExport::aFailedExportLeavesThePageAsItWas()
     DocumentController *controller = open("# Title\n");
     QVERIFY(controller);
     std::optional<QString> error;
-    controller->runPrint(
-        m_dir->filePath(u"missing/folder/out.pdf"_s), Appearance::Dark,
+    DocumentExport::writePDF(
+        controller, m_view->previewPage(), m_dir->filePath(u"missing/folder/out.pdf"_s),
+        Appearance::Dark,
         [&error](bool ok, const QString &message) { error = ok ? QString() : message; });
     QTRY_VERIFY_WITH_TIMEOUT(error.has_value(), 30000);
     QVERIFY(!error->isEmpty());
-    QTRY_VERIFY(!pageIsDark(controller));
-    QCOMPARE(WebTest::evaluate(controller->page(),
+    QTRY_VERIFY(!pageIsDark());
+    QCOMPARE(WebTest::evaluate(m_view->page(),
                                u"document.getElementById('lumo-print-targets') === null"_s),
              QVariant(true));
 }
@@ -224,18 +232,18 @@ void TestExport::printingUsesTheLightPage()
     DocumentController *controller = open("# Printed\n\nOn paper.\n");
     QVERIFY(controller);
     setDesktopDark(true);
-    QTRY_VERIFY(pageIsDark(controller));
+    QTRY_VERIFY(pageIsDark());
     QPrinter printer(QPrinter::HighResolution);
     printer.setOutputFormat(QPrinter::PdfFormat);
     printer.setOutputFileName(m_dir->filePath(u"printed.pdf"_s));
 
     std::optional<bool> printed;
-    PDFPrint::toPrinter(controller->webView(), &printer,
+    PDFPrint::toPrinter(m_view.get(), &printer,
                         [&printed](bool ok, const QString &) { printed = ok; });
     QTRY_VERIFY_WITH_TIMEOUT(printed.has_value(), 30000);
     QVERIFY(*printed);
     QVERIFY(QFileInfo(printer.outputFileName()).size() > 0);
-    QTRY_VERIFY(pageIsDark(controller));
+    QTRY_VERIFY(pageIsDark());
 }
 
 void TestExport::richCopyIsLightAndSelfContained()
@@ -247,11 +255,11 @@ void TestExport::richCopyIsLightAndSelfContained()
         open("# Notes\n\nSome **bold** text.\n\n![dot](dot.png)\n\n```js\nlet x = 1;\n```\n");
     QVERIFY(controller);
     setDesktopDark(true);
-    QTRY_VERIFY(pageIsDark(controller));
+    QTRY_VERIFY(pageIsDark());
     QGuiApplication::clipboard()->clear();
 
     std::optional<bool> copied;
-    controller->copyRichText([&copied](bool ok, const QString &) { copied = ok; });
+    DocumentExport::copyRichText(controller, [&copied](bool ok, const QString &) { copied = ok; });
     QTRY_VERIFY_WITH_TIMEOUT(copied.has_value(), 20000);
     QVERIFY(*copied);
 

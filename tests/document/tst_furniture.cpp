@@ -3,9 +3,10 @@
 #include "base/Preferences.h"
 #include "document/CustomCSS.h"
 #include "document/DiskChangeBanner.h"
-#include "document/DocumentController.h"
+#include "app/DocumentTab.h"
 #include "document/OutlineFilter.h"
 #include "document/OutlinePopover.h"
+#include "document/PreviewView.h"
 #include "support/WebTest.h"
 
 #include <QDir>
@@ -33,8 +34,8 @@ private Q_SLOTS:
     void findInThePage();
 
 private:
-    DocumentController *openRendered(const QString &text);
-    std::unique_ptr<DocumentController> m_controller;
+    DocumentTab *openRendered(const QString &text);
+    std::unique_ptr<DocumentTab> m_tab;
 };
 
 static QList<OutlineItem> outlineOf(const QList<std::pair<int, QString>> &headings)
@@ -157,47 +158,46 @@ void TestFurniture::nestedHeadingsStayReadable()
         QVERIFY(muted != text);
 }
 
-DocumentController *TestFurniture::openRendered(const QString &text)
+DocumentTab *TestFurniture::openRendered(const QString &text)
 {
-    m_controller = std::make_unique<DocumentController>(new OpenDocument(text), false);
-    m_controller->document()->setParent(m_controller.get());
-    m_controller->webView()->resize(700, 500);
-    m_controller->webView()->show();
-    QSignalSpy rendered(m_controller.get(), &DocumentController::renderCompleted);
+    m_tab = std::make_unique<DocumentTab>(new OpenDocument(text), false);
+    m_tab->resize(700, 500);
+    m_tab->show();
+    QSignalSpy rendered(m_tab->controller(), &DocumentController::renderCompleted);
     [&] { QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000); }();
-    return m_controller.get();
+    return m_tab.get();
 }
 
 void TestFurniture::findInThePage()
 {
-    DocumentController *controller = openRendered(u"# Needle\n\nhay needle hay NEEDLE\n"_s);
-    QSignalSpy finished(controller, &DocumentController::findFinished);
+    DocumentTab *tab = openRendered(u"# Needle\n\nhay needle hay NEEDLE\n"_s);
+    QSignalSpy finished(tab, &DocumentTab::findFinished);
     QList<int> active;
-    connect(controller->page(), &QWebEnginePage::findTextFinished, this,
+    connect(tab->view()->page(), &QWebEnginePage::findTextFinished, this,
             [&](const QWebEngineFindTextResult &result) { active.append(result.activeMatch()); });
 
-    controller->findInPreview(QString(), false);
+    tab->findInPreview(QString(), false);
     QTest::qWait(200);
     QCOMPARE(finished.count(), 0);
 
-    controller->findInPreview(u"needle"_s, false);
+    tab->findInPreview(u"needle"_s, false);
     QTRY_COMPARE(finished.count(), 1);
     QCOMPARE(finished.at(0), (QVariantList{1, 3}));
     // Three matches, case ignored: the fourth search wraps around to the first, and
     // backwards from the first wraps to the last.
     for (int i = 0; i < 3; ++i) {
-        controller->findInPreview(u"needle"_s, false);
+        tab->findInPreview(u"needle"_s, false);
         QTRY_COMPARE(finished.count(), i + 2);
     }
-    controller->findInPreview(u"needle"_s, true);
+    tab->findInPreview(u"needle"_s, true);
     QTRY_COMPARE(finished.count(), 5);
     QCOMPARE(active, (QList<int>{1, 2, 3, 1, 3}));
 
-    controller->findInPreview(u"absent"_s, false);
+    tab->findInPreview(u"absent"_s, false);
     QTRY_COMPARE(finished.count(), 6);
     QCOMPARE(finished.at(5), (QVariantList{0, 0}));
     QCOMPARE(
-        WebTest::evaluate(controller->page(), u"document.querySelector('main h1').textContent"_s)
+        WebTest::evaluate(tab->view()->page(), u"document.querySelector('main h1').textContent"_s)
             .toString(),
         u"Needle"_s);
 }
@@ -212,20 +212,18 @@ void TestFurniture::stylesheetEditsReachOpenPages()
     file.close();
     Preferences::shared().setUseCustomCSS(true);
 
-    DocumentController *controller = openRendered(u"# Styled"_s);
+    QWebEnginePage *page = openRendered(u"# Styled"_s)->view()->page();
     const QString probe =
         u"getComputedStyle(document.querySelector('main h1')).getPropertyValue('--probe').trim()"_s;
-    QCOMPARE(WebTest::evaluate(controller->page(), probe).toString(), QString());
+    QCOMPARE(WebTest::evaluate(page, probe).toString(), QString());
 
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("main h1 { --probe: saved; }\n");
     file.close();
-    QTRY_COMPARE_WITH_TIMEOUT(WebTest::evaluate(controller->page(), probe).toString(), u"saved"_s,
-                              10000);
+    QTRY_COMPARE_WITH_TIMEOUT(WebTest::evaluate(page, probe).toString(), u"saved"_s, 10000);
 
     QVERIFY(QFile::remove(path));
-    QTRY_COMPARE_WITH_TIMEOUT(WebTest::evaluate(controller->page(), probe).toString(), QString(),
-                              10000);
+    QTRY_COMPARE_WITH_TIMEOUT(WebTest::evaluate(page, probe).toString(), QString(), 10000);
 }
 
 LUMO_WEB_TEST_MAIN(TestFurniture)

@@ -202,7 +202,7 @@ QJsonObject TestKeyboard::state()
 QStringList TestKeyboard::probe(const QString &expression)
 {
     const QString tag = u"probe%1"_s.arg(++m_probes);
-    run({u"--post"_s, u"lumoapp.debug.js"_s,
+    run({u"--post"_s, u"lumoapp.debug.jsEveryPage"_s,
          u"console.error('%1:' + String(%2).replace(/\\n/g, ' '))"_s.arg(tag, expression)});
     QStringList found;
     const QString prefix = u"Lumo JS error: %1:"_s.arg(tag);

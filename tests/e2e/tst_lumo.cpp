@@ -115,7 +115,7 @@ QString TestLumo::fixture(const QString &name, const QByteArray &bytes)
 QStringList TestLumo::probe(const QString &expression)
 {
     const QString tag = u"probe%1"_s.arg(++m_probes);
-    run({u"--post"_s, u"lumoapp.debug.js"_s,
+    run({u"--post"_s, u"lumoapp.debug.jsEveryPage"_s,
          u"console.error('%1:' + (%2))"_s.arg(tag, expression)});
     QStringList found;
     const auto collect = [&] {

@@ -141,7 +141,7 @@ void TestWayland::runsAsANativeClient()
     QCOMPARE(run({fixture(u"second.md"_s, "# Second\n")}), 0);
     QVERIFY(QTest::qWaitFor(
         [this] {
-            run({u"--post"_s, u"lumoapp.debug.js"_s,
+            run({u"--post"_s, u"lumoapp.debug.jsEveryPage"_s,
                  u"console.error('title:' + document.querySelector('main h1').textContent)"_s});
             return m_output.contains("title:First") && m_output.contains("title:Second");
         },

@@ -1,8 +1,12 @@
 // Quick open and project search over a document window, opening real pages.
+#include "app/DebugHookRouter.h"
 #include "app/DocumentTab.h"
 #include "app/DocumentWindow.h"
+#include "app/WindowMenus.h"
 #include "base/DebugHooks.h"
 #include "base/Preferences.h"
+#include "document/PreviewView.h"
+#include "document/TabPanels.h"
 #include "search/QuickOpenPanel.h"
 #include "search/SearchPanel.h"
 #include "support/TreeBuilder.h"
@@ -32,7 +36,7 @@ private:
     }
     QuickOpenPanel *showQuickOpen(DocumentTab *tab)
     {
-        tab->controller()->setShowQuickOpen(true);
+        tab->panels()->setShowQuickOpen(true);
         auto *panel = tab->findChild<QuickOpenPanel *>();
         if (panel && !QTest::qWaitFor([panel] { return !panel->loading(); }))
             return nullptr;
@@ -60,9 +64,10 @@ void TestSearchPanels::init()
 void TestSearchPanels::quickOpenKeys()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     DocumentTab *tab = openReadme(window);
-    tab->controller()->setShowQuickOpen(true);
+    tab->panels()->setShowQuickOpen(true);
     auto *panel = tab->findChild<QuickOpenPanel *>();
     QVERIFY(panel && panel->isVisible());
     // Listing happens off the main thread: nothing has arrived yet.
@@ -83,13 +88,14 @@ void TestSearchPanels::quickOpenKeys()
     QCOMPARE(panel->field()->cursorPosition(), 2);
 
     QTest::keyClick(panel->field(), Qt::Key_Escape);
-    QVERIFY(!tab->controller()->showQuickOpen());
+    QVERIFY(!tab->panels()->showQuickOpen());
     QTRY_VERIFY(!panel->isVisible());
 }
 
 void TestSearchPanels::quickOpenOpensInPlaceOrInANewTab()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     // The application answers the window's requests to open files; here, as a tab.
     connect(&window, &DocumentWindow::openFilesRequested, this,
@@ -116,6 +122,7 @@ void TestSearchPanels::quickOpenEmptyStatesAndBackdrop()
     QDir(m_root + u"/docs"_s).removeRecursively();
     QDir(m_root + u"/guides"_s).removeRecursively();
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.show();
     DocumentTab *tab = openReadme(window);
     QuickOpenPanel *panel = showQuickOpen(tab);
@@ -126,18 +133,19 @@ void TestSearchPanels::quickOpenEmptyStatesAndBackdrop()
     QTest::keyClick(panel->field(), Qt::Key_Down); // nothing to move to
 
     QTest::mouseClick(panel->card(), Qt::LeftButton, {}, QPoint(20, 20));
-    QVERIFY(tab->controller()->showQuickOpen());
+    QVERIFY(tab->panels()->showQuickOpen());
     QTest::mouseClick(panel, Qt::LeftButton, {}, QPoint(4, panel->height() - 4));
-    QVERIFY(!tab->controller()->showQuickOpen());
+    QVERIFY(!tab->panels()->showQuickOpen());
 }
 
 void TestSearchPanels::searchOpensTheHitAtItsLine()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.resize(900, 700);
     window.show();
     DocumentTab *tab = openReadme(window);
-    tab->controller()->setShowSearch(true);
+    tab->panels()->setShowSearch(true);
     auto *panel = tab->findChild<SearchPanel *>();
     QVERIFY(panel && panel->isVisible());
     QCOMPARE(panel->message(), u"Search all Markdown in handbook"_s);
@@ -153,37 +161,35 @@ void TestSearchPanels::searchOpensTheHitAtItsLine()
     QTRY_VERIFY(window.currentTab()->document()->path().endsWith(u"docs/notes.md"_s));
     DocumentController *opened = window.currentTab()->controller();
     QTRY_VERIFY_WITH_TIMEOUT(opened->completedRevision() >= 1, 20000);
-    QTRY_COMPARE(WebTest::evaluate(opened->page(), u"Math.round(mv.topLine())"_s).toInt(), 600);
+    QTRY_COMPARE(
+        WebTest::evaluate(window.currentTab()->view()->page(), u"Math.round(mv.topLine())"_s)
+            .toInt(),
+        600);
 }
 
 void TestSearchPanels::commandsAndHooksShowThePanels()
 {
-    Preferences::shared().setDebugHooks(true);
     DocumentWindow window;
+    WindowMenus::build(&window);
+    DebugHookRouter hooks([&window] { return &window; });
     DocumentTab *tab = openReadme(window);
-    Preferences::shared().setDebugHooks(false);
-    const auto command = [&](const QString &text, const QKeySequence &shortcut) {
-        for (QAction *action : window.findChildren<QAction *>()) {
-            if (action->text().remove(u'&') == text && action->shortcut() == shortcut)
-                return action;
-        }
-        return static_cast<QAction *>(nullptr);
-    };
-    QAction *quickOpen = command(u"Open Quickly…"_s, QKeySequence(u"Ctrl+P"_s));
-    QAction *search = command(u"Find in Project…"_s, QKeySequence(u"Ctrl+Shift+F"_s));
+    auto *quickOpen = window.findChild<QAction *>(u"openQuickly"_s);
+    auto *search = window.findChild<QAction *>(u"findInProject"_s);
     QVERIFY(quickOpen && search);
+    QCOMPARE(quickOpen->shortcut(), QKeySequence(u"Ctrl+P"_s));
+    QCOMPARE(search->shortcut(), QKeySequence(u"Ctrl+Shift+F"_s));
     quickOpen->trigger();
-    QVERIFY(tab->controller()->showQuickOpen());
+    QVERIFY(tab->panels()->showQuickOpen());
     search->trigger();
-    QVERIFY(tab->controller()->showSearch());
-    QVERIFY(!tab->controller()->showQuickOpen());
-    tab->controller()->setShowSearch(false);
+    QVERIFY(tab->panels()->showSearch());
+    QVERIFY(!tab->panels()->showQuickOpen());
+    tab->panels()->setShowSearch(false);
 
     DebugHooks::shared().post(u"lumoapp.debug.search"_s, {});
-    QVERIFY(tab->controller()->showSearch());
+    QVERIFY(tab->panels()->showSearch());
     DebugHooks::shared().post(u"lumoapp.debug.quickOpen"_s, {});
-    QVERIFY(tab->controller()->showQuickOpen());
-    QVERIFY(!tab->controller()->showSearch());
+    QVERIFY(tab->panels()->showQuickOpen());
+    QVERIFY(!tab->panels()->showSearch());
 }
 
 LUMO_WEB_TEST_MAIN(TestSearchPanels)

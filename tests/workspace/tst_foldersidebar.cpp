@@ -3,8 +3,11 @@
 #include "app/DocumentTab.h"
 #include "app/DocumentWindow.h"
 #include "app/FolderOpener.h"
+#include "app/WindowMenus.h"
 #include "base/Preferences.h"
 #include "document/DocumentController.h"
+#include "document/TabPanels.h"
+#include "support/FakePage.h"
 #include "support/TreeBuilder.h"
 #include "support/WebTest.h"
 #include "workspace/FolderSidebar.h"
@@ -51,6 +54,8 @@ private:
     // A sidebar on the "notes" folder, for a document showing `file`.
     struct Fixture
     {
+        std::unique_ptr<FakePage> page = std::make_unique<FakePage>();
+        std::unique_ptr<TabPanels> panels = std::make_unique<TabPanels>();
         std::unique_ptr<DocumentController> controller;
         std::shared_ptr<FolderTree> tree;
         std::unique_ptr<FolderSidebar> sidebar;
@@ -79,12 +84,14 @@ TestFolderSidebar::Fixture TestFolderSidebar::open(const QString &folder, const 
     Fixture fixture;
     QString error;
     fixture.controller = std::make_unique<DocumentController>(
-        file.isEmpty() ? new OpenDocument() : OpenDocument::open(path(file), &error), false);
+        file.isEmpty() ? new OpenDocument() : OpenDocument::open(path(file), &error),
+        fixture.page.get(), false);
     fixture.tree = FolderTree::shared(path(folder));
     if (!QTest::qWaitFor([&] { return fixture.tree->loaded(); }, 10000))
         qWarning("the tree did not load");
     fixture.tree->setExpanded({});
-    fixture.sidebar = std::make_unique<FolderSidebar>(fixture.tree, fixture.controller.get());
+    fixture.sidebar = std::make_unique<FolderSidebar>(fixture.tree, fixture.controller.get(),
+                                                      fixture.panels.get());
     fixture.sidebar->resize(260, 400);
     fixture.sidebar->show();
     if (!QTest::qWaitForWindowExposed(fixture.sidebar.get()))
@@ -280,9 +287,9 @@ void TestFolderSidebar::revealShowsTheDocument()
 {
     Fixture fixture = open(u"notes"_s, u"notes/alpha/sub/s.md"_s);
     fixture.tree->setExpanded({});
-    fixture.controller->setSidebarVisible(false);
-    fixture.controller->revealInSidebar();
-    QVERIFY(fixture.controller->sidebarVisible());
+    fixture.panels->setSidebarVisible(false);
+    fixture.panels->revealInSidebar();
+    QVERIFY(fixture.panels->sidebarVisible());
     QCOMPARE(sorted(fixture.tree->expanded()), (QStringList{u"alpha"_s, u"alpha/sub"_s}));
     SidebarList *list = fixture.sidebar->list();
     QTRY_COMPARE(list->cursorPath().value_or(QString()), u"alpha/sub/s.md"_s);
@@ -323,8 +330,11 @@ void TestFolderSidebar::sidebarFollowsTheRoot()
 {
     Preferences::shared().setWorkspaceFolders({});
     QString error;
-    DocumentController controller(OpenDocument::open(path(u"notes/beta/b.md"_s), &error), false);
-    SidebarView view(&controller);
+    FakePage page;
+    TabPanels panels;
+    DocumentController controller(OpenDocument::open(path(u"notes/beta/b.md"_s), &error), &page,
+                                  false);
+    SidebarView view(&controller, &panels);
     // Outside every remembered folder: the project root, its own folder here.
     QTRY_COMPARE(controller.sidebarRoot(), path(u"notes/beta"_s));
     QVERIFY(view.folderSidebar());
@@ -335,14 +345,15 @@ void TestFolderSidebar::sidebarFollowsTheRoot()
     QCOMPARE(controller.sidebarRoot(), path(u"notes"_s));
     QCOMPARE(view.folderSidebar()->tree()->root(), path(u"notes"_s));
 
-    DocumentController untitled(new OpenDocument(), false);
-    SidebarView none(&untitled);
+    DocumentController untitled(new OpenDocument(), &page, false);
+    SidebarView none(&untitled, &panels);
     QCOMPARE(none.currentWidget()->objectName(), u"noFolder"_s);
 }
 
 void TestFolderSidebar::openingAFolderRaisesOpensOrTells()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     QString error;
     DocumentTab *inside =
         window.addDocument(OpenDocument::open(path(u"notes/readme.md"_s), &error));
@@ -351,10 +362,10 @@ void TestFolderSidebar::openingAFolderRaisesOpensOrTells()
     const auto openFile = [&opened](const QString &file) { opened << file; };
 
     // A tab already shows a file of the folder: it comes to the front, sidebar on.
-    inside->controller()->setSidebarVisible(false);
+    inside->panels()->setSidebarVisible(false);
     FolderOpener::open(path(u"notes"_s), {&window}, &window, openFile);
     QCOMPARE(window.currentTab(), inside);
-    QVERIFY(inside->controller()->sidebarVisible());
+    QVERIFY(inside->panels()->sidebarVisible());
     QVERIFY(opened.isEmpty());
     Preferences &prefs = Preferences::shared();
     QCOMPARE(prefs.workspaceFolders().value(0), path(u"notes"_s));
@@ -381,6 +392,7 @@ void TestFolderSidebar::openingAFolderRaisesOpensOrTells()
 void TestFolderSidebar::dropsOpenFoldersAndFiles()
 {
     DocumentWindow window;
+    WindowMenus::build(&window);
     window.addDocument(new OpenDocument());
     auto *sidebar = window.findChild<SidebarView *>();
     QVERIFY(sidebar);
