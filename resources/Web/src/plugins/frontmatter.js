@@ -3,7 +3,7 @@
 // ordinary Markdown (a rule and a heading, as CommonMark says), unless it
 // clearly tried to be one ("key: value" lines), then its raw text is shown.
 import { load as loadYaml, CORE_SCHEMA } from 'js-yaml';
-import { openEnded } from './math.js';
+import { markOpenEnded } from '../convert/env.js';
 
 const FENCE = /^-{3}[ \t]*$/;
 const CLOSE = /^(?:-{3}|\.{3})[ \t]*$/;
@@ -32,7 +32,7 @@ function frontMatter(state, startLine, endLine, silent) {
       break;
     }
   }
-  if (close < 0) openEnded(state, endLine);
+  if (close < 0) markOpenEnded(state, endLine);
   if (close < 2) return false;
   const raw = state.getLines(1, close, 0, true);
   const parsed = parse(raw);
