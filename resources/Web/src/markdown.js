@@ -103,8 +103,9 @@ function recordDefinitions(md) {
     const offset = state.env.lineOffset || 0;
     for (const label of Object.keys(probe)) {
       const { href, title } = probe[label];
-      list.push({ line: startLine + offset, label, href, title });
-      if (known[label] === undefined) known[label] = probe[label];
+      const added = known[label] === undefined;
+      list.push({ line: startLine + offset, label, href, title, added });
+      if (added) known[label] = probe[label];
     }
     return ok;
   });

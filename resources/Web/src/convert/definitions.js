@@ -10,11 +10,16 @@ const FOOTNOTE_CANDIDATE = /^ {0,3}\[\^([^\]\n ]+)\]:/gm;
 export function prescan(md, text) {
   const refs = {};
   REF_CANDIDATE.lastIndex = 0;
+  // A run of definitions up to the next blank line is parsed once: a
+  // definition cannot interrupt a paragraph, so the lines after one that is
+  // not a definition are none either.
   for (let m; (m = REF_CANDIDATE.exec(text)); ) {
-    const stop = text.indexOf('\n\n', m.index);
+    const found = text.indexOf('\n\n', m.index);
+    const stop = found < 0 ? text.length : found;
     const env = {};
-    md.block.parse(text.slice(m.index, stop < 0 ? text.length : stop), md, env, []);
+    md.block.parse(text.slice(m.index, stop), md, env, []);
     for (const [label, ref] of Object.entries(env.references || {})) if (refs[label] === undefined) refs[label] = ref;
+    REF_CANDIDATE.lastIndex = stop;
   }
   const labels = new Set();
   FOOTNOTE_CANDIDATE.lastIndex = 0;

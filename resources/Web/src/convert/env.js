@@ -11,6 +11,7 @@ import { createSlugger } from '../slug.js';
  * @property {string} label  normalised label
  * @property {string} href
  * @property {string} title
+ * @property {boolean} added  it brought its label into `references` (no earlier definition or guess had it)
  *
  * @typedef {object} FootnoteDef  A footnote definition where it was written.
  * @property {number} line   absolute first line

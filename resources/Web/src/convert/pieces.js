@@ -51,15 +51,16 @@ export function createPieceParser(md, phases, renderer) {
     const refMark = env.refDefs.length;
     const fnMark = env.fnDefs.length;
     const cutting = to < source.total;
-    const knownBefore = cutting ? new Set(Object.keys(env.references)) : null;
     const carried = env.footnotes;
     const state = parseBlocks(source, from, to, env);
-    // Forgets what lines from `line` on defined: the next piece parses them again.
+    // Forgets what lines from `line` on defined: the next piece parses them
+    // again. Only this piece's definitions are visited, however many are known.
     const forget = (line) => {
-      for (const d of env.refDefs.splice(refMark)) if (d.line < line) env.refDefs.push(d);
+      const dropped = [];
+      for (const d of env.refDefs.splice(refMark)) (d.line < line ? env.refDefs : dropped).push(d);
       for (const d of env.fnDefs.splice(fnMark)) if (d.line < line) env.fnDefs.push(d);
       const kept = new Set(env.refDefs.slice(refMark).map((d) => d.label));
-      for (const label of Object.keys(env.references)) if (!knownBefore.has(label) && !kept.has(label)) delete env.references[label];
+      for (const d of dropped) if (d.added && !kept.has(d.label)) delete env.references[d.label];
     };
     let next = source.total;
     if (cutting) {

@@ -2,16 +2,46 @@
 // closes (<details> ... </details> around Markdown).
 
 const VOID = new Set(['area', 'base', 'br', 'col', 'embed', 'hr', 'img', 'input', 'link', 'meta', 'param', 'source', 'track', 'wbr']);
-const TAG = /<(\/?)([a-zA-Z][a-zA-Z0-9-]*)(?:[^>"']|"[^"]*"|'[^']*')*?(\/?)>/g;
+const GREATER = 0x3e;
+const SLASH = 0x2f;
+const QUOTE = 0x22;
+const APOSTROPHE = 0x27;
 
-/** Open-minus-close counts of raw HTML tags added to `counts`, or null when they balance. */
+const isLetter = (c) => (c >= 0x61 && c <= 0x7a) || (c >= 0x41 && c <= 0x5a);
+const isNameChar = (c) => isLetter(c) || (c >= 0x30 && c <= 0x39) || c === 0x2d;
+
+/** Offset of the '>' that ends a tag whose attributes start at `from` (quoted values may hold '>'), or -1. */
+function tagEnd(html, from) {
+  for (let i = from; i < html.length; i++) {
+    const c = html.charCodeAt(i);
+    if (c === GREATER) return i;
+    if (c === QUOTE || c === APOSTROPHE) {
+      i = html.indexOf(c === QUOTE ? '"' : "'", i + 1);
+      if (i < 0) return -1;
+    }
+  }
+  return -1;
+}
+
+/**
+ * Open-minus-close counts of raw HTML tags added to `counts`, or null when
+ * they balance. Scanned by hand: a document may hold hundreds of thousands.
+ */
 export function tagBalance(html, counts = null) {
-  TAG.lastIndex = 0;
-  for (let m; (m = TAG.exec(html)); ) {
-    const name = m[2].toLowerCase();
-    if (VOID.has(name) || m[3]) continue;
+  for (let at = html.indexOf('<'); at !== -1; at = html.indexOf('<', at + 1)) {
+    const closing = html.charCodeAt(at + 1) === SLASH;
+    const nameStart = at + (closing ? 2 : 1);
+    if (!isLetter(html.charCodeAt(nameStart))) continue;
+    let nameEnd = nameStart + 1;
+    while (isNameChar(html.charCodeAt(nameEnd))) nameEnd++;
+    const end = tagEnd(html, nameEnd);
+    if (end < 0) continue;
+    at = end;
+    const selfClosing = end > nameEnd && html.charCodeAt(end - 1) === SLASH;
+    const name = html.slice(nameStart, nameEnd).toLowerCase();
+    if (selfClosing || VOID.has(name)) continue;
     counts ??= Object.create(null);
-    counts[name] = (counts[name] || 0) + (m[1] ? -1 : 1);
+    counts[name] = (counts[name] || 0) + (closing ? -1 : 1);
   }
   if (!counts) return null;
   for (const name in counts) if (counts[name] !== 0) return counts;
