@@ -1,5 +1,5 @@
-// Raw HTML that spans blocks: an element a block opens and a later block
-// closes (<details> ... </details> around Markdown).
+// Raw HTML read as tags: elements a block opens and a later block closes
+// (<details> ... </details> around Markdown), and how deep they nest.
 
 const VOID = new Set(['area', 'base', 'br', 'col', 'embed', 'hr', 'img', 'input', 'link', 'meta', 'param', 'source', 'track', 'wbr']);
 const GREATER = 0x3e;
@@ -24,10 +24,11 @@ function tagEnd(html, from) {
 }
 
 /**
- * Open-minus-close counts of raw HTML tags added to `counts`, or null when
- * they balance. Scanned by hand: a document may hold hundreds of thousands.
+ * Calls visit(name, closing, start, end) for every tag that opens or closes
+ * an element (not void, not self-closing); [start, end) is the tag's text.
+ * Scanned by hand: a document may hold hundreds of thousands.
  */
-export function tagBalance(html, counts = null) {
+export function scanTags(html, visit) {
   for (let at = html.indexOf('<'); at !== -1; at = html.indexOf('<', at + 1)) {
     const closing = html.charCodeAt(at + 1) === SLASH;
     const nameStart = at + (closing ? 2 : 1);
@@ -36,16 +37,42 @@ export function tagBalance(html, counts = null) {
     while (isNameChar(html.charCodeAt(nameEnd))) nameEnd++;
     const end = tagEnd(html, nameEnd);
     if (end < 0) continue;
+    const start = at;
     at = end;
     const selfClosing = end > nameEnd && html.charCodeAt(end - 1) === SLASH;
     const name = html.slice(nameStart, nameEnd).toLowerCase();
-    if (selfClosing || VOID.has(name)) continue;
+    if (!selfClosing && !VOID.has(name)) visit(name, closing, start, end + 1);
+  }
+}
+
+/** Open-minus-close counts of raw HTML tags added to `counts`, or null when they balance. */
+export function tagBalance(html, counts = null) {
+  scanTags(html, (name, closing) => {
     counts ??= Object.create(null);
     counts[name] = (counts[name] || 0) + (closing ? -1 : 1);
-  }
+  });
   if (!counts) return null;
   for (const name in counts) if (counts[name] !== 0) return counts;
   return null;
+}
+
+/**
+ * The HTML without the tags of elements nested deeper than `max`, or the same
+ * string when none are. The engine's parser checks the whole stack of open
+ * elements at each tag (quadratic in depth) and keeps only 512 levels anyway.
+ */
+export function capNesting(html, max) {
+  let depth = 0;
+  const cuts = [];
+  scanTags(html, (name, closing, start, end) => {
+    if (!closing) depth++;
+    if (depth > max) cuts.push(start, end);
+    if (closing) depth = Math.max(0, depth - 1);
+  });
+  if (cuts.length === 0) return html;
+  const parts = [html.slice(0, cuts[0])];
+  for (let i = 1; i < cuts.length; i += 2) parts.push(html.slice(cuts[i], i + 1 < cuts.length ? cuts[i + 1] : html.length));
+  return parts.join('');
 }
 
 /**
