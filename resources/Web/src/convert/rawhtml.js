@@ -29,18 +29,23 @@ function tagEnd(html, from) {
  * Scanned by hand: a document may hold hundreds of thousands.
  */
 export function scanTags(html, visit) {
+  // The last name read, reused while tags repeat it: a new string per tag costs more than the scan.
+  let last = '';
   for (let at = html.indexOf('<'); at !== -1; at = html.indexOf('<', at + 1)) {
     const closing = html.charCodeAt(at + 1) === SLASH;
     const nameStart = at + (closing ? 2 : 1);
     if (!isLetter(html.charCodeAt(nameStart))) continue;
+    let upper = html.charCodeAt(nameStart) < 0x61;
     let nameEnd = nameStart + 1;
-    while (isNameChar(html.charCodeAt(nameEnd))) nameEnd++;
+    for (let c = html.charCodeAt(nameEnd); isNameChar(c); c = html.charCodeAt(++nameEnd)) upper ||= c >= 0x41 && c <= 0x5a;
     const end = tagEnd(html, nameEnd);
     if (end < 0) continue;
     const start = at;
     at = end;
     const selfClosing = end > nameEnd && html.charCodeAt(end - 1) === SLASH;
-    const name = html.slice(nameStart, nameEnd).toLowerCase();
+    let name = last;
+    if (upper) name = html.slice(nameStart, nameEnd).toLowerCase();
+    else if (nameEnd - nameStart !== last.length || !html.startsWith(last, nameStart)) name = last = html.slice(nameStart, nameEnd);
     if (!selfClosing && !VOID.has(name)) visit(name, closing, start, end + 1);
   }
 }
