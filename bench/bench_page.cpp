@@ -4,8 +4,8 @@
 //   first screen  the first blocks are on the page and its script is free again;
 //   rendered      the "rendered" message: the whole document is on the page;
 //   laid out      the whole document is also laid out (a layout forced right after).
-// Run: build/bench/bench_page [RUNS]   (medians of RUNS runs, 3 by default;
-// prints figures, never fails on time)
+// Run: build/bench/bench_page [RUNS [FILE...]]   (medians of RUNS runs, 3 by default;
+// prints figures, never fails on time). Given files, times those instead.
 #include "document/PageScript.h"
 #include "document/PreviewPage.h"
 #include "document/WebEngineSetup.h"
@@ -16,6 +16,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -125,7 +126,24 @@ int main(int argc, char *argv[])
     std::printf("%-26s %16s %12s %12s %16s\n", "document", "first screen ms", "rendered ms",
                 "laid out ms", "markdown-it ms");
     qint64 revision = 0;
-    for (const int megabytes : {1, 10}) {
+    const QStringList files = QCoreApplication::arguments().mid(2);
+    for (const QString &file : files) {
+        QFile input(file);
+        if (!input.open(QIODevice::ReadOnly))
+            return 1;
+        const QString text = QString::fromUtf8(input.readAll());
+        std::vector<Timing> timings;
+        for (int run = 0; run < runs; ++run) {
+            timeRender(page, QString(), ++revision);
+            timings.push_back(timeRender(page, text, ++revision));
+        }
+        const Timing timing = median(timings);
+        std::printf("%-26s %16.1f %12.1f %12.1f %16s\n", qPrintable(QFileInfo(file).fileName()),
+                    timing.firstBlock, timing.rendered, timing.laidOut,
+                    qPrintable(node({webSource + QStringLiteral("/bench/plain.mjs"), file,
+                                     QStringLiteral("3")})));
+    }
+    for (const int megabytes : files.isEmpty() ? std::vector<int>{1, 10} : std::vector<int>{}) {
         const QString file = dir.filePath(QStringLiteral("doc%1.md").arg(megabytes));
         node({webSource + QStringLiteral("/bench/generate.mjs"), file,
               QString::number(megabytes * 1000 * 1000)});

@@ -38,14 +38,20 @@ class AppendingTokens extends Array {
   }
 }
 
+// A rule's own function, taken through the public ruler API from a
+// throw-away instance with the same plugins, so that ours can wrap it.
+function originalRule(parser, name) {
+  const probe = new MarkdownIt(MARKDOWN_OPTIONS).use(footnote);
+  probe[parser].ruler.enableOnly([name]);
+  return probe[parser].ruler.getRules('')[0];
+}
+
 function linearFootnoteTail(md) {
-  const rule = md.core.ruler.__rules__.find((r) => r.name === 'footnote_tail');
-  if (!rule) return;
-  const tail = rule.fn;
+  const tail = originalRule('core', 'footnote_tail');
   md.core.ruler.at('footnote_tail', (state) => {
     if (state.env.pieces) {
-      // Part of a document converted in pieces: definitions wait for the end of
-      // the document, where the footnote section is built from all of them.
+      // Part of a document converted in pieces (convert/env.js): definitions wait
+      // for the end of the document, where the footnote section is built from all of them.
       stashDefinitions(state);
       return;
     }
@@ -79,11 +85,9 @@ function stashDefinitions(state) {
 
 // Definitions are recorded with their absolute lines so that a document
 // converted in pieces can tell whether an edit changed any of them (their
-// effect reaches blocks anywhere in the document).
+// effect reaches blocks anywhere in the document). Fields: convert/env.js.
 function recordDefinitions(md) {
-  const rules = md.block.ruler.__rules__;
-  const referenceRule = rules.find((r) => r.name === 'reference');
-  const reference = referenceRule.fn;
+  const reference = originalRule('block', 'reference');
   md.block.ruler.at('reference', (state, startLine, endLine, silent) => {
     const list = state.env.refDefs;
     if (!list || silent) return reference(state, startLine, endLine, silent);
@@ -99,16 +103,16 @@ function recordDefinitions(md) {
     const offset = state.env.lineOffset || 0;
     for (const label of Object.keys(probe)) {
       const { href, title } = probe[label];
-      list.push({ line: startLine + offset, label, href, title });
-      if (known[label] === undefined) known[label] = probe[label];
+      const added = known[label] === undefined;
+      list.push({ line: startLine + offset, label, href, title, added });
+      if (added) known[label] = probe[label];
     }
     return ok;
-  }, { alt: referenceRule.alt.slice() });
-  const footnoteRule = rules.find((r) => r.name === 'footnote_def');
-  const footnote = footnoteRule.fn;
+  });
+  const footnoteDef = originalRule('block', 'footnote_def');
   md.block.ruler.at('footnote_def', (state, startLine, endLine, silent) => {
     const at = state.tokens.length;
-    const ok = footnote(state, startLine, endLine, silent);
+    const ok = footnoteDef(state, startLine, endLine, silent);
     if (!ok || silent) return ok;
     const open = state.tokens[at];
     if (open?.type === 'footnote_reference_open') {
@@ -122,7 +126,7 @@ function recordDefinitions(md) {
       });
     }
     return ok;
-  }, { alt: footnoteRule.alt.slice() });
+  }, { alt: ['paragraph', 'reference'] });
 }
 
 export function createMarkdown() {

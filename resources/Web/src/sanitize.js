@@ -3,6 +3,7 @@
 // forms or restyle the page around it. Local URLs are resolved on the way.
 import createDOMPurify from 'dompurify';
 import { resolveAsset, resolveLink, resolveSrcset } from './urls.js';
+import { capNesting } from './convert/rawhtml.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
 
 const FORBID_TAGS = [
@@ -137,6 +138,12 @@ export function generatedHtmlIsClean(html) {
   return true;
 }
 
+// Raw HTML nested deeper than the engine keeps (it flattens past 512 levels)
+// loses the tags past this depth before parsing, which would otherwise take
+// time quadratic in the depth.
+const MAX_DEPTH = 500;
+const shallow = (html) => capNesting(html, MAX_DEPTH);
+
 /**
  * @param {Window} win the window whose DOM parses and holds the result
  * @returns {{fragment(html: string, base: string|null): DocumentFragment, html(html: string, base: string|null): string}}
@@ -218,10 +225,10 @@ export function createSanitizer(win) {
   }
 
   // DOMPurify answers null for HTML that has no body (a <frameset>).
-  const purifiedFragment = (html) => purify.sanitize(html, { ...config, RETURN_DOM_FRAGMENT: true }) ?? win.document.createDocumentFragment();
+  const purifiedFragment = (html) => purify.sanitize(shallow(html), { ...config, RETURN_DOM_FRAGMENT: true }) ?? win.document.createDocumentFragment();
 
   function purified(htmlList) {
-    return sanitizeAll(htmlList) ?? htmlList.map((html) => Array.from(purifiedFragment(html).childNodes));
+    return sanitizeAll(htmlList.map(shallow)) ?? htmlList.map((html) => Array.from(purifiedFragment(html).childNodes));
   }
 
   return {
@@ -263,7 +270,7 @@ export function createSanitizer(win) {
     html(html, docBase = null) {
       base = docBase;
       try {
-        return purify.sanitize(html, config);
+        return purify.sanitize(shallow(html), config);
       } finally {
         base = null;
       }

@@ -90,6 +90,20 @@ test('front matter becomes a collapsed metadata block', async (t) => {
     assert.ok(!convert('x\n\n---\na: b\n---').html.includes('front-matter'));
     assert.ok(!convert('---\n- a\n- b\n---').html.includes('front-matter'));
   });
+  await t.test('aliases are shown, an alias bomb only up to a bound that the page states', () => {
+    const small = convert('---\nbase: &b {x: 1}\ncopy: *b\nlist: &l [p, q]\nagain: *l\n---\n').html;
+    assert.equal(small.match(/<th scope="row">x<\/th><td>1<\/td>/g).length, 2);
+    assert.equal(small.match(/<span class="front-matter-item">q<\/span>/g).length, 2);
+    assert.ok(!small.includes('front-matter-note'));
+    // Nine levels of nine aliases: 9^9 leaves from a few hundred bytes.
+    let yaml = 'l0: &l0 [lol, lol, lol, lol, lol, lol, lol, lol, lol]\n';
+    for (let i = 1; i < 9; i++) yaml += `l${i}: &l${i} [${Array(9).fill(`*l${i - 1}`).join(', ')}]\n`;
+    const { html, outline } = convert(`---\ntitle: Bomb\n${yaml}---\n\n# After\n`);
+    assert.ok(html.length < 200000, `${html.length} characters`);
+    assert.match(html, /<th scope="row">l8<\/th>/);
+    assert.match(html, /<p class="front-matter-note">Shortened: /);
+    assert.deepEqual(outline.map((h) => h.text), ['After']);
+  });
 });
 
 test('GitHub alerts', async (t) => {

@@ -199,3 +199,28 @@ test("the page's own classes and attributes are not the document's", () => {
   assert.equal(boxes[0].getAttribute('data-lumo-task'), null);
   assert.ok(!boxes[1].hasAttribute('disabled') && boxes[1].classList.contains('task-list-item-checkbox'));
 });
+
+test('raw HTML nested past what the engine keeps loses only the tags past that depth', async (t) => {
+  const depthOf = (holder) => {
+    let deepest = 0;
+    const stack = [[holder, 0]];
+    while (stack.length) {
+      const [el, depth] = stack.pop();
+      deepest = Math.max(deepest, depth);
+      for (const child of el.children) stack.push([child, depth + 1]);
+    }
+    return deepest;
+  };
+  const cases = [
+    ['100,000 nested divs', '<div>'.repeat(100000) + 'deep' + '</div>'.repeat(100000) + '\n\nafter', 500],
+    ['nested spans with text', '<p>' + '<span>x'.repeat(3000) + '</span>'.repeat(3000) + '</p>', 500],
+    ['ordinary nesting', '<details><summary>s</summary><div><p><b>kept</b></p></div></details>', 4],
+  ];
+  for (const [name, markdown, depth] of cases) {
+    await t.test(name, () => {
+      const holder = render(markdown);
+      assert.equal(depthOf(holder), depth);
+      assert.equal(holder.textContent.replace(/\s/g, '').length, markdown.replace(/<[^>]*>|\s/g, '').length, 'no text lost');
+    });
+  }
+});

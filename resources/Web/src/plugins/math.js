@@ -6,6 +6,8 @@
 // followed by a space, the closing $ is not preceded by a space nor followed
 // by a digit, and \$ is a literal dollar.
 
+import { markOpenEnded } from '../convert/env.js';
+
 const DOLLAR = 0x24;
 const BACKSLASH = 0x5c;
 
@@ -59,12 +61,6 @@ function lineText(state, line) {
   return state.src.slice(state.bMarks[line] + state.tShift[line], state.eMarks[line]);
 }
 
-// A piece of a longer document (env.pieces) cannot tell an unclosed block
-// from one that closes further down; it says so, and gets more lines.
-export function openEnded(state, endLine) {
-  if (state.env.pieces && !state.env.lastPiece && endLine >= state.lineMax) state.env.openEnded = true;
-}
-
 function mathBlock(state, startLine, endLine, silent) {
   if (state.sCount[startLine] - state.blkIndent >= 4) return false;
   const first = lineText(state, startLine);
@@ -92,7 +88,7 @@ function mathBlock(state, startLine, endLine, silent) {
       body.push(text);
     }
     if (!closed) {
-      openEnded(state, endLine);
+      markOpenEnded(state, endLine);
       return false;
     }
   }
