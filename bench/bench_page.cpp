@@ -70,7 +70,8 @@ Timing timeRender(PreviewPage *page, const QString &text, qint64 revision)
                 done = true;
         });
     bool watching = false;
-    page->runJavaScript(QString::fromLatin1(watchTasks), [&](const QVariant &) { watching = true; });
+    page->runJavaScript(QString::fromLatin1(watchTasks),
+                        [&](const QVariant &) { watching = true; });
     runUntil([&] { return watching; }, 10000);
     clock.start();
     page->call(PageScript::render(text, std::nullopt, false, revision));
@@ -183,8 +184,8 @@ int main(int argc, char *argv[])
             edits.push_back(timeRender(page, edited, ++revision));
         }
         const Timing edit = median(edits);
-        std::printf("%-26s %16s %12.1f %12.1f %16s %10s %16.1f\n", "1 MB, one-character edit",
-                    "", edit.rendered, edit.laidOut, "", "", edit.longest);
+        std::printf("%-26s %16s %12.1f %12.1f %16s %10s %16.1f\n", "1 MB, one-character edit", "",
+                    edit.rendered, edit.laidOut, "", "", edit.longest);
     }
     return 0;
 }
