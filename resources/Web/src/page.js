@@ -23,8 +23,8 @@ const CHANGE_MARK_MS = 2400;
 const FIRST_LINES = 600;
 const SLICE_MS = 10;
 // Blocks are sanitised in batches of about this many: each pass has a cost
-// of its own.
-const BATCH_UNITS = 400;
+// of its own, and a larger one would outlast its slice.
+const BATCH_UNITS = 150;
 
 // Raw HTML that floats: a long document leaves its layout open so that what
 // follows flows around it (.lumo-long in style.css).
@@ -191,7 +191,8 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       prepare(state);
       // Aim each step at a few milliseconds whatever the document holds.
       const spent = performance.now() - before;
-      if (current.line > line) state.lines = Math.max(50, Math.min(20000, Math.round(state.lines * (SLICE_MS / 2 / Math.max(spent, 0.5)))));
+      // At most twice as many lines as the last step: the next lines may be denser.
+      if (current.line > line) state.lines = Math.max(50, Math.min(2 * state.lines, 20000, Math.round(state.lines * (SLICE_MS / 2 / Math.max(spent, 0.5)))));
     }
     const { stream } = state;
     flush(state);
