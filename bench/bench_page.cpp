@@ -3,7 +3,11 @@
 // the same text in node. Three times from the mv.render call:
 //   first screen  the first blocks are on the page and its script is free again;
 //   rendered      the "rendered" message: the whole document is on the page;
-//   laid out      the whole document is also laid out (a layout forced right after).
+//   laid out      the whole document is also laid out (a layout forced right after):
+//                 the final scrollbar, the outline, End and find work on the whole text;
+//   longest task  the longest task of the page's main thread from the mv.render call
+//                 until then (a 'longtask' observer in the page; the forced layout of
+//                 the measurement itself left out), which stalls scrolling and input.
 // Run: build/bench/bench_page [RUNS [FILE...]]   (medians of RUNS runs, 3 by default;
 // prints figures, never fails on time). Given files, times those instead.
 #include "document/PageScript.h"
@@ -40,7 +44,20 @@ struct Timing
     double rendered = -1;   // ms to the "rendered" message
     double laidOut = -1;    // ms until a layout forced after it is done
     double firstBlock = -1; // ms until the first block is in the page
+    double longest = -1;    // ms of the longest task of the page
 };
+
+// Collects the page's long tasks from now on, for longestTask().
+const char *watchTasks =
+    "window.lumoTasks = []; window.lumoForced = Infinity; window.lumoTaskObserver || "
+    "(window.lumoTaskObserver = new PerformanceObserver((list) => "
+    "window.lumoTasks.push(...list.getEntries())), "
+    "window.lumoTaskObserver.observe({entryTypes: ['longtask']}))";
+// The longest task since watchTasks (0 when none took over 50 ms), leaving out the
+// one that forced the layout for the measurement.
+const char *longestTask =
+    "Math.max(0, ...window.lumoTasks.filter((t) => !(t.startTime <= window.lumoForced && "
+    "window.lumoForced <= t.startTime + t.duration)).map((t) => t.duration))";
 
 Timing timeRender(PreviewPage *page, const QString &text, qint64 revision)
 {
@@ -53,6 +70,10 @@ Timing timeRender(PreviewPage *page, const QString &text, qint64 revision)
                 message.value(QLatin1String("rev")).toInteger() == revision)
                 done = true;
         });
+    bool watching = false;
+    page->runJavaScript(QString::fromLatin1(watchTasks),
+                        [&](const QVariant &) { watching = true; });
+    runUntil([&] { return watching; }, 10000);
     clock.start();
     page->call(PageScript::render(text, std::nullopt, false, revision));
     // The first screen: poll for the first rendered block while the render runs.
@@ -73,10 +94,16 @@ Timing timeRender(PreviewPage *page, const QString &text, qint64 revision)
     runUntil([&] { return done; }, 600000);
     timing.rendered = clock.nsecsElapsed() / 1e6;
     page->runJavaScript(
-        QStringLiteral("document.querySelector('main.markdown').getBoundingClientRect().height"),
+        QStringLiteral("window.lumoForced = performance.now(), "
+                       "document.querySelector('main.markdown').getBoundingClientRect().height"),
         [&timing, &clock](const QVariant &) { timing.laidOut = clock.nsecsElapsed() / 1e6; });
     runUntil([&] { return timing.laidOut >= 0; }, 600000);
     runUntil([&] { return timing.firstBlock >= 0; }, 5000);
+    // Long tasks are reported a moment after they end.
+    runUntil([] { return false; }, 300);
+    page->runJavaScript(QString::fromLatin1(longestTask),
+                        [&timing](const QVariant &value) { timing.longest = value.toDouble(); });
+    runUntil([&] { return timing.longest >= 0; }, 10000);
     QObject::disconnect(connection);
     return timing;
 }
@@ -92,7 +119,8 @@ Timing median(std::vector<Timing> timings)
         std::sort(values.begin(), values.end());
         return values[values.size() / 2];
     };
-    return {middle(&Timing::rendered), middle(&Timing::laidOut), middle(&Timing::firstBlock)};
+    return {middle(&Timing::rendered), middle(&Timing::laidOut), middle(&Timing::firstBlock),
+            middle(&Timing::longest)};
 }
 
 } // namespace
@@ -123,8 +151,8 @@ int main(int argc, char *argv[])
         return 1;
     }
 
-    std::printf("%-26s %16s %12s %12s %16s\n", "document", "first screen ms", "rendered ms",
-                "laid out ms", "markdown-it ms");
+    std::printf("%-26s %16s %12s %12s %16s %10s %16s\n", "document", "first screen ms",
+                "rendered ms", "laid out ms", "markdown-it ms", "laid out/", "longest task ms");
     qint64 revision = 0;
     const QStringList files = QCoreApplication::arguments().mid(2);
     for (const QString &file : files) {
@@ -160,9 +188,10 @@ int main(int argc, char *argv[])
             firsts.push_back(timeRender(page, text, ++revision));
         }
         const Timing first = median(firsts);
-        std::printf("%-26s %16.1f %12.1f %12.1f %16s\n",
+        std::printf("%-26s %16.1f %12.1f %12.1f %16s %9.1fx %16.1f\n",
                     qPrintable(QStringLiteral("%1 MB, first render").arg(megabytes)),
-                    first.firstBlock, first.rendered, first.laidOut, qPrintable(plain));
+                    first.firstBlock, first.rendered, first.laidOut, qPrintable(plain),
+                    first.laidOut / plain.toDouble(), first.longest);
         if (megabytes != 1)
             continue;
         QString edited = text;
@@ -173,8 +202,8 @@ int main(int argc, char *argv[])
             edits.push_back(timeRender(page, edited, ++revision));
         }
         const Timing edit = median(edits);
-        std::printf("%-26s %16s %12.1f %12.1f %16s\n", "1 MB, one-character edit", "",
-                    edit.rendered, edit.laidOut, "");
+        std::printf("%-26s %16s %12.1f %12.1f %16s %10s %16.1f\n", "1 MB, one-character edit", "",
+                    edit.rendered, edit.laidOut, "", "", edit.longest);
     }
     return 0;
 }

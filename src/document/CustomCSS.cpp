@@ -47,7 +47,10 @@ QByteArray CustomCSS::templateText()
         "   Also: --subtle, --border, --border-strong, --mark, --note, --tip, --important,\n"
         "   --warning, --caution, --body-font, --mono-font, --base-size, --line-height, "
         "--measure.\n"
-        "   The page structure is: html > body > main.markdown > (h1, p, pre, table, ...) */\n");
+        "   The page structure is: html > body > main.markdown > (h1, p, pre, table, ...);\n"
+        "   a document of over 600 lines has its blocks in chunks: main.markdown > lumo-chunk >\n"
+        "   (h1, p, ...). For both, write main.markdown > h1, main.markdown > lumo-chunk > h1. "
+        "*/\n");
 }
 
 void CustomCSS::readFile()

@@ -1,10 +1,11 @@
 // Work that would hold up the first paint of a long document runs after it:
 // code colouring, math typesetting and diagrams. Blocks near the viewport go
 // first, the rest in idle time, in the order they arrived. The blocks near
-// the viewport are found by a binary search over the container's children:
-// observing every target would cost the browser work on each frame for
-// each of tens of thousands of them.
+// the viewport are found by a binary search over the container's children
+// (chunks first in a long document): observing every target would cost the
+// browser work on each frame for each of tens of thousands of them.
 import katex from 'katex';
+import { isChunked, nextBlock } from './chunks.js';
 import { highlightCode } from './highlight.js';
 import { renderDiagram } from './diagrams.js';
 
@@ -12,6 +13,18 @@ const TARGETS = 'pre, .math, .mermaid-diagram';
 // Work done in one go when idle: short, so that a render asked for meanwhile
 // (a keystroke in the editor) does not wait behind it.
 const IDLE_SLICE_MS = 8;
+
+/** Index of the first of `elements` whose bottom is at or below `y` (the last when none is). */
+function firstEndingBelow(elements, y) {
+  let lo = 0;
+  let hi = elements.length - 1;
+  while (lo < hi) {
+    const mid = (lo + hi) >> 1;
+    if (elements[mid].getBoundingClientRect().bottom < y) lo = mid + 1;
+    else hi = mid;
+  }
+  return lo;
+}
 
 export function renderMath(el) {
   const tex = el.textContent;
@@ -95,23 +108,18 @@ export function createEnhancer({ container, post, isDark, onError }) {
 
   /** Top-level blocks within NEAR_PX of the viewport, top to bottom. */
   function nearViewport() {
-    const blocks = container.children;
-    const n = blocks.length;
-    if (n === 0 || pending.size === 0) return [];
+    if (pending.size === 0) return [];
     const low = -NEAR_PX;
     const high = window.innerHeight + NEAR_PX;
-    let lo = 0;
-    let hi = n - 1;
-    while (lo < hi) {
-      const mid = (lo + hi) >> 1;
-      if (blocks[mid].getBoundingClientRect().bottom < low) lo = mid + 1;
-      else hi = mid;
+    let blocks = container.children;
+    if (isChunked(container)) {
+      const chunk = blocks[firstEndingBelow(blocks, low)];
+      blocks = chunk ? chunk.children : [];
     }
     const out = [];
-    for (let i = lo; i < n; i++) {
-      const rect = blocks[i].getBoundingClientRect();
-      if (rect.top > high) break;
-      out.push(blocks[i]);
+    for (let block = blocks[firstEndingBelow(blocks, low)]; block; block = nextBlock(block)) {
+      if (block.getBoundingClientRect().top > high) break;
+      out.push(block);
     }
     return out;
   }

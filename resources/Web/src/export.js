@@ -68,6 +68,7 @@ export function cleanClone(container, images) {
   const inert = container.ownerDocument.implementation.createHTMLDocument('');
   const clone = inert.importNode(container, true);
   dropUnshownRemoteMedia(container, clone);
+  clone.querySelectorAll('lumo-chunk').forEach((n) => n.replaceWith(...n.childNodes));
   clone.querySelectorAll('.lumo-ui').forEach((n) => n.remove());
   clone.querySelectorAll('[data-line], [data-line-end]').forEach((n) => {
     n.removeAttribute('data-line');

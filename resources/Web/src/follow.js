@@ -7,6 +7,8 @@
 // written again) is brought back to it once the text above it is back.
 // Anyone else is never moved.
 
+import { lastBlock } from './chunks.js';
+
 const TOUCH_QUIET_MS = 2000;
 // A place lost to a short file is looked for this long.
 const LOST_PLACE_MS = 30000;
@@ -51,7 +53,7 @@ export function createChangeFollower({ container, scroll, now = () => performanc
 
     /** The view before an outside change replaces `text`. */
     before(text) {
-      const last = container.lastElementChild;
+      const last = lastBlock(container);
       const end = last ? last.getBoundingClientRect().bottom + window.scrollY : 0;
       return { atBottom: atBottom(), line: scroll.topLine(), text, end };
     },

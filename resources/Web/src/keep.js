@@ -3,13 +3,15 @@
 // one unbreakable box with the block after it, when that block is short
 // enough not to leave much of a page empty; then the boxes are taken apart.
 
+import { blockParents } from './chunks.js';
+
 const HEADING = /^H[1-6]$/;
 // A following block up to this tall (CSS pixels on the screen) goes along.
 const LONGEST = 320;
 
 /** Keeps each heading of the container on the page of the block after it. */
 export function keepHeadingsWithNext(container) {
-  for (const heading of Array.from(container.children)) {
+  for (const heading of blockParents(container).flatMap((parent) => Array.from(parent.children))) {
     const next = heading.nextElementSibling;
     if (!HEADING.test(heading.tagName) || !next || HEADING.test(next.tagName)) continue;
     if (next.getBoundingClientRect().height > LONGEST) continue;
@@ -25,5 +27,5 @@ export function keepHeadingsWithNext(container) {
 
 /** Takes the boxes of keepHeadingsWithNext apart again. */
 export function releaseHeadings(container) {
-  for (const box of Array.from(container.querySelectorAll(':scope > div.lumo-keep'))) box.replaceWith(...box.childNodes);
+  for (const box of Array.from(container.querySelectorAll('div.lumo-keep'))) if (box.parentNode === container || box.parentNode.parentNode === container) box.replaceWith(...box.childNodes);
 }

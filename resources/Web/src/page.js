@@ -6,6 +6,7 @@ import { createSanitizer } from './sanitize.js';
 import { createPatcher } from './patch.js';
 import { createScrollSync } from './scroll.js';
 import { createChangeFollower } from './follow.js';
+import { blockOf, isChunk, nextBlock, previousBlock } from './chunks.js';
 import { createEnhancer } from './enhance.js';
 import { createAppearance } from './appearance.js';
 import { installDiagramMenu } from './diagrams.js';
@@ -17,18 +18,13 @@ import { TASK_BOX_MARK } from './plugins/tasks.js';
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
 // in slices of a few milliseconds so that scrolling stays smooth. Its blocks
-// are laid out only near the viewport (.lumo-long in style.css).
+// are put in chunks, laid out only near the viewport (chunks.js, .lumo-long
+// in style.css), so each slice's blocks can join the page at once.
 const FIRST_LINES = 600;
 const SLICE_MS = 10;
-// New blocks join the page at most this often, and only once they double
-// what is there: each addition costs the browser a layout that grows with
-// the whole document, so many small additions to a long page would take
-// quadratic time.
-const APPEND_MS = 250;
-const APPEND_GROWTH = 1;
 // Blocks are sanitised in batches of about this many: each pass has a cost
-// of its own.
-const BATCH_UNITS = 400;
+// of its own, and a larger one would outlast its slice.
+const BATCH_UNITS = 150;
 
 // Raw HTML that floats: a long document leaves its layout open so that what
 // follows flows around it (.lumo-long in style.css).
@@ -43,15 +39,19 @@ const WRAPPING = 3;
 
 /** Marks the blocks that wrap around a float, for the top-level nodes just placed. */
 function markWraps(nodes) {
-  const mark = (node) => node.hasAttribute('data-lumo-float') || node.setAttribute('data-lumo-wrap', '');
+  const mark = (node) => {
+    if (node.hasAttribute('data-lumo-float')) return;
+    node.setAttribute('data-lumo-wrap', '');
+    if (isChunk(node.parentNode)) node.parentNode.setAttribute('data-lumo-float', ''); // its chunk stays unskipped
+  };
   for (const node of nodes) {
     if (node.nodeType !== 1) continue;
     let near = node;
     if (node.hasAttribute('data-lumo-float')) {
-      for (let i = 0; i < WRAPPING && (near = near.nextElementSibling); i++) mark(near);
+      for (let i = 0; i < WRAPPING && (near = nextBlock(near)); i++) mark(near);
       continue;
     }
-    for (let i = 0; i < WRAPPING && (near = near.previousElementSibling); i++) {
+    for (let i = 0; i < WRAPPING && (near = previousBlock(near)); i++) {
       if (near.hasAttribute('data-lumo-float')) {
         mark(node);
         break;
@@ -60,17 +60,10 @@ function markWraps(nodes) {
   }
 }
 
-// Heights a long document gives blocks it has not laid out yet, as rows of
-// text (.lumo-long in style.css); a block gets the nearest.
-const ROW_STEPS = [1, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64, 96, 128, 192, 256];
-
+/** The rows of text the converter expects of a unit: a long document's chunks estimate their height from them (chunks.js). */
 function markRows(nodes, rows) {
   const element = nodes.find((node) => node.nodeType === 1);
-  if (!element) return;
-  let step = ROW_STEPS.findIndex((n) => n >= rows);
-  if (step < 0) step = ROW_STEPS.length - 1;
-  else if (step > 0 && rows / ROW_STEPS[step - 1] < ROW_STEPS[step] / rows) step -= 1;
-  element.setAttribute('data-lumo-rows', String(ROW_STEPS[step]));
+  if (element) element.setAttribute('data-lumo-rows', String(Math.max(1, Math.round(rows))));
 }
 
 function errorMessage(err) {
@@ -117,7 +110,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     if (target instanceof HTMLInputElement && target.getAttribute('data-lumo-task') === TASK_BOX_MARK) {
       const item = target.closest('li[data-line]');
       if (!item) return;
-      const block = topBlock(item);
+      const block = blockOf(container, item);
       if (block) patcher.invalidate(block); // its DOM now differs from its source until the next render
       post({ type: 'toggleTask', line: Number(item.getAttribute('data-line')), checked: target.checked, rev });
       return;
@@ -134,11 +127,6 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       api.scrollToId(id);
     }
   });
-
-  function topBlock(node) {
-    while (node && node.parentNode !== container) node = node.parentNode;
-    return node;
-  }
 
   function markChanged(nodes) {
     for (const node of nodes) {
@@ -186,7 +174,6 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   function flush(state) {
     prepare(state, true);
     const added = state.stream.flush();
-    state.flushed = performance.now();
     markWraps(added);
     if (state.diff && !follower.isTailed(state.view, added)) markChanged(added);
     if (state.view) state.changed.push(...added);
@@ -204,11 +191,11 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       prepare(state);
       // Aim each step at a few milliseconds whatever the document holds.
       const spent = performance.now() - before;
-      if (current.line > line) state.lines = Math.max(50, Math.min(20000, Math.round(state.lines * (SLICE_MS / 2 / Math.max(spent, 0.5)))));
+      // At most twice as many lines as the last step: the next lines may be denser.
+      if (current.line > line) state.lines = Math.max(50, Math.min(2 * state.lines, 20000, Math.round(state.lines * (SLICE_MS / 2 / Math.max(spent, 0.5)))));
     }
     const { stream } = state;
-    const waiting = stream.queued + current.blocks.length - state.grouped;
-    if (current.done || (performance.now() - state.flushed > APPEND_MS && waiting >= stream.placed * APPEND_GROWTH)) flush(state);
+    flush(state);
     if (!current.done) {
       schedule(() => pump(state));
       return;
@@ -233,6 +220,11 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     channel.port2.postMessage(null);
   }
 
+  function setLong(long) {
+    container.classList.toggle('lumo-long', long);
+    patcher.setChunked(long);
+  }
+
   /** Export and print need the whole document. */
   function finishRendering() {
     while (job && !job.job.done) pump(job);
@@ -252,15 +244,15 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       enhancer.hold(false);
       const fast = converter.update(text, base);
       if (fast) {
-        container.classList.toggle('lumo-long', fast.total > firstLines);
+        setLong(fast.total > firstLines);
         return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff, view);
       }
       const current = converter.start(text, base);
-      container.classList.toggle('lumo-long', current.total > firstLines);
+      setLong(current.total > firstLines);
       current.step(firstLines);
       if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff, view);
       // Long: the top now, the rest in slices.
-      const state = { job: current, stream: patcher.begin(), grouped: 0, diff, view, changed: [], rev, lines: firstLines, flushed: 0 };
+      const state = { job: current, stream: patcher.begin(), grouped: 0, diff, view, changed: [], rev, lines: firstLines };
       job = state;
       enhancer.hold(true);
       flush(state);

@@ -3,7 +3,9 @@
 // are kept while its HTML without line attributes is unchanged, so that
 // scroll position, loaded images and already coloured code survive an edit;
 // only new units are sanitised. Matching is by key in a Map: linear however
-// many blocks move.
+// many blocks move. Where the nodes go (straight into the container, or into
+// chunks) is the placer's business (chunks.js).
+import { createPlacer } from './chunks.js';
 
 const LINE_PAIR = / data-line="(\d*)" data-line-end="(\d*)"/g;
 const STALE = '\u0000stale';
@@ -32,6 +34,7 @@ export function createPatcher(container, { sanitize }) {
   let entries = [];
   let stream = null; // a document being shown in pieces
   const owner = new WeakMap(); // top-level node -> entry
+  const placer = createPlacer(container);
 
   function firstNode(list, from) {
     for (let i = from; i < list.length; i++) if (list[i].nodes.length) return list[i].nodes[0];
@@ -66,14 +69,14 @@ export function createPatcher(container, { sanitize }) {
       const nodes = list[i].nodes;
       for (let k = nodes.length - 1; k >= 0; k--) {
         const node = nodes[k];
-        if (node.parentNode !== container || node.nextSibling !== ref) container.insertBefore(node, ref);
+        if (!placer.isBefore(node, ref)) placer.insertBefore(node, ref);
         ref = node;
       }
     }
   }
 
   function removeEntry(entry) {
-    for (const node of entry.nodes) node.remove();
+    for (const node of entry.nodes) placer.remove(node);
   }
 
   return {
@@ -110,6 +113,7 @@ export function createPatcher(container, { sanitize }) {
       missing.forEach((m, i) => (middle[m] = made[i]));
       for (const list of pool.values()) for (const entry of list) removeEntry(entry);
       place(middle, firstNode(old, old.length - tail));
+      placer.settle();
       entries = old.slice(0, head).concat(middle, old.slice(old.length - tail));
       return made.flatMap((e) => e.nodes);
     },
@@ -157,14 +161,18 @@ export function createPatcher(container, { sanitize }) {
         },
         flush() {
           const anchor = last;
-          const batch = container.ownerDocument.createDocumentFragment();
+          const batch = [];
           for (const e of queued) {
-            for (const node of e.nodes) batch.appendChild(node);
+            for (const node of e.nodes) {
+              if (node.parentNode) placer.remove(node);
+              batch.push(node);
+            }
             placed.push(e);
             used.add(e);
             if (e.nodes.length) last = e.nodes.at(-1);
           }
-          container.insertBefore(batch, anchor ? anchor.nextSibling : container.firstChild);
+          placer.insertAfter(batch, anchor);
+          placer.settle();
           queued = [];
           const added = fresh;
           fresh = [];
@@ -173,6 +181,7 @@ export function createPatcher(container, { sanitize }) {
         /** Drops the old nodes that were not reused. */
         end() {
           for (const entry of before) if (!used.has(entry)) removeEntry(entry);
+          placer.settle();
           entries = placed;
           stream = null;
         },
@@ -183,6 +192,11 @@ export function createPatcher(container, { sanitize }) {
         },
       };
       return stream;
+    },
+
+    /** Whether the blocks go into chunks (chunks.js) from now on. */
+    setChunked(on) {
+      placer.setChunked(on);
     },
 
     /** Marks the unit holding this top-level node as changed: the next update replaces it. */

@@ -1,6 +1,7 @@
 // Source line <-> vertical position. Every element with data-line gives two
 // points, (first line, top) and (end line, bottom); between points the
 // mapping is linear, so fractional lines land inside a block in proportion.
+import { isChunked } from './chunks.js';
 
 /** Builds a monotone list of [line, y] points from annotated elements. */
 export function buildPoints(elements, scrollY = 0) {
@@ -54,8 +55,9 @@ export function yToLine(points, y) {
 
 // The page is searched block by block: of the container's children only a
 // few are measured per question, and only the block asked about is measured
-// inside. A long document lays out only the blocks near the viewport (see
-// style.css); measuring inside every block would lay out all of them.
+// inside. A long document lays out only the chunks near the viewport (see
+// chunks.js): its chunks are searched first, then the blocks of one chunk,
+// so that a question lays out at most that chunk.
 
 /** Source line a top-level block starts at: its own, or that of the first annotated element inside raw HTML. */
 function blockLine(el) {
@@ -67,32 +69,49 @@ function blockLine(el) {
   return inner ? Number(inner.getAttribute('data-line')) : NaN;
 }
 
-function nextAnnotated(blocks, i, step) {
-  for (; i >= 0 && i < blocks.length; i += step) if (Number.isFinite(blockLine(blocks[i]))) return i;
+/** The line a chunk starts at: that of its first annotated block. */
+function chunkLine(chunk) {
+  const blocks = chunk.children;
+  const i = nextAnnotated(blocks, 0, 1);
+  return i < 0 ? NaN : blockLine(blocks[i]);
+}
+
+function nextAnnotated(blocks, i, step, lineOf = blockLine) {
+  for (; i >= 0 && i < blocks.length; i += step) if (Number.isFinite(lineOf(blocks[i]))) return i;
   return -1;
 }
 
-/** Points of block i (its inside included) and of the next annotated block. */
-function pointsAround(blocks, i, scrollY) {
+/** The first annotated block after the chunk at `i`. */
+function firstAnnotatedAfter(chunks, i) {
+  for (let c = i + 1; c < chunks.length; c++) {
+    const at = nextAnnotated(chunks[c].children, 0, 1);
+    if (at >= 0) return chunks[c].children[at];
+  }
+  return null;
+}
+
+/** Points of block i (its inside included) and of the next annotated block (`after` past the last). */
+function pointsAround(blocks, i, scrollY, after) {
   const el = blocks[i];
   const elements = el.hasAttribute('data-line') ? [el] : [];
   for (const inner of el.querySelectorAll('[data-line]')) elements.push(inner);
   const next = nextAnnotated(blocks, i + 1, 1);
   if (next >= 0) elements.push(blocks[next]);
+  else if (after) elements.push(after);
   return buildPoints(elements, scrollY);
 }
 
-/** The last annotated top-level block starting at or before `line`, or -1. */
-function blockAtLine(blocks, line) {
+/** The last annotated element of `blocks` starting at or before `line`, or -1. */
+function lastAtLine(blocks, line, lineOf = blockLine) {
   let lo = 0;
   let hi = blocks.length - 1;
   let found = -1;
   while (lo <= hi) {
     const mid = (lo + hi) >> 1;
-    const at = nextAnnotated(blocks, mid, 1);
+    const at = nextAnnotated(blocks, mid, 1, lineOf);
     if (at < 0 || at > hi) {
       hi = mid - 1;
-    } else if (blockLine(blocks[at]) <= line) {
+    } else if (lineOf(blocks[at]) <= line) {
       found = at;
       lo = at + 1;
     } else hi = mid - 1;
@@ -100,8 +119,8 @@ function blockAtLine(blocks, line) {
   return found;
 }
 
-/** The last annotated top-level block whose top is at or above `y` (viewport coordinates), or -1. */
-function blockAtY(blocks, y) {
+/** The last element of `blocks` whose top is at or above `y` (viewport coordinates); 0 when none is. */
+function lastAtY(blocks, y) {
   let lo = 0;
   let hi = blocks.length - 1;
   while (lo < hi) {
@@ -109,23 +128,32 @@ function blockAtY(blocks, y) {
     if (blocks[mid].getBoundingClientRect().top <= y) lo = mid;
     else hi = mid - 1;
   }
-  return nextAnnotated(blocks, lo, -1);
+  return lo;
+}
+
+/** The blocks to search in for a question, and the annotated block that follows them. */
+function scope(container, pick) {
+  const children = container.children;
+  if (!isChunked(container)) return { blocks: children, after: null };
+  const c = pick(children);
+  if (c < 0) return { blocks: [], after: null };
+  return { blocks: children[c].children, after: firstAnnotatedAfter(children, c) };
 }
 
 /** y of a fractional source line in a container of blocks. */
 export function lineToPageY(container, line, scrollY = 0) {
-  const blocks = container.children;
-  const i = blockAtLine(blocks, line);
+  const { blocks, after } = scope(container, (chunks) => Math.max(0, lastAtLine(chunks, line, chunkLine)));
+  const i = lastAtLine(blocks, line);
   if (i < 0) return 0;
-  return lineToY(pointsAround(blocks, i, scrollY), line);
+  return lineToY(pointsAround(blocks, i, scrollY, after), line);
 }
 
 /** Fractional source line at height y of a container of blocks. */
 export function pageYToLine(container, y, scrollY = 0) {
-  const blocks = container.children;
-  const i = blockAtY(blocks, y - scrollY);
+  const { blocks, after } = scope(container, (chunks) => (chunks.length ? lastAtY(chunks, y - scrollY) : -1));
+  const i = blocks.length ? nextAnnotated(blocks, lastAtY(blocks, y - scrollY), -1) : -1;
   if (i < 0) return 0;
-  return yToLine(pointsAround(blocks, i, scrollY), y);
+  return yToLine(pointsAround(blocks, i, scrollY, after), y);
 }
 
 // A scroll this soon after the reader's own input in the page is theirs.

@@ -1,0 +1,227 @@
+// A long document's top-level blocks live in chunk elements of a few dozen
+// blocks each: the engine then styles, lays out and paints a handful of
+// chunks near the viewport and keeps every other one as a box of remembered
+// (at first estimated) height, so that adding a block or scrolling costs the
+// same however long the document is. A short document has its blocks straight
+// in the container. The chunk is an element name no document can write (the
+// sanitiser drops unknown elements), so raw HTML cannot pass for one.
+//
+// Everything here takes the container and finds out from its children which
+// of the two structures it holds.
+
+const CHUNK = 'lumo-chunk';
+// Blocks per chunk: small enough that laying out the chunks coming into view
+// takes a few milliseconds, large enough that the container holds few.
+export const CHUNK_BLOCKS = 48;
+// Estimated height of a block of n rows of text, in em (a paragraph line, its
+// margins): what a chunk not yet laid out is given.
+const EM_PER_ROW = 1.65;
+const EM_PER_BLOCK = 0.95;
+const DEFAULT_ROWS = 2.5;
+
+export function isChunk(node) {
+  return node?.localName === CHUNK;
+}
+
+export function isChunked(container) {
+  return isChunk(container.firstElementChild);
+}
+
+/** The top-level block holding `node` (the node itself when it is one), or null outside the container. */
+export function blockOf(container, node) {
+  while (node && node.parentNode !== container && !isChunk(node.parentNode)) node = node.parentNode;
+  if (!node || isChunk(node)) return null;
+  return node.parentNode === container || node.parentNode.parentNode === container ? node : null;
+}
+
+/** The parents of the top-level blocks, in order: the chunks, or the container itself. */
+export function blockParents(container) {
+  return isChunked(container) ? Array.from(container.children) : [container];
+}
+
+/** The next top-level element after `block`, across chunk borders. */
+export function nextBlock(block) {
+  const next = block.nextElementSibling;
+  if (next || !isChunk(block.parentNode)) return next;
+  for (let chunk = block.parentNode.nextElementSibling; chunk; chunk = chunk.nextElementSibling) if (chunk.firstElementChild) return chunk.firstElementChild;
+  return null;
+}
+
+/** The top-level element before `block`, across chunk borders. */
+export function previousBlock(block) {
+  const previous = block.previousElementSibling;
+  if (previous || !isChunk(block.parentNode)) return previous;
+  for (let chunk = block.parentNode.previousElementSibling; chunk; chunk = chunk.previousElementSibling) if (chunk.lastElementChild) return chunk.lastElementChild;
+  return null;
+}
+
+export function lastBlock(container) {
+  const last = container.lastElementChild;
+  return isChunk(last) ? last.lastElementChild : last;
+}
+
+/** The node after `node` among the top-level nodes, across chunk borders. */
+function nextNode(node) {
+  if (node.nextSibling || !isChunk(node.parentNode)) return node.nextSibling;
+  for (let chunk = node.parentNode.nextSibling; chunk; chunk = chunk.nextSibling) if (chunk.firstChild) return chunk.firstChild;
+  return null;
+}
+
+// A chunk lays out on its own, so the margins of blocks on either side of its
+// border add up instead of collapsing: a chunk opens only with a block that
+// has no top margin (not a heading, a rule or the footnotes).
+const NO_OPENING = /^(H[1-6]|HR|SECTION)$/;
+
+function opens(node) {
+  return node.nodeType === 1 && !NO_OPENING.test(node.tagName);
+}
+
+/** Whether a chunk of `count` blocks ends before `node`. */
+function closes(count, node) {
+  return count >= CHUNK_BLOCKS && (opens(node) || count >= 2 * CHUNK_BLOCKS - 1);
+}
+
+function rowsOf(el) {
+  const rows = Number(el.getAttribute('data-lumo-rows'));
+  return rows > 0 ? rows : DEFAULT_ROWS;
+}
+
+/**
+ * Gives a chunk its estimated height, and leaves a chunk holding raw HTML
+ * that floats (or blocks that flow around one, data-lumo-wrap) unskipped: a
+ * skipped chunk would contain the float and cut the flow around it.
+ */
+function refresh(chunk) {
+  let em = 0;
+  let floating = false;
+  for (const el of chunk.children) {
+    em += EM_PER_BLOCK + EM_PER_ROW * rowsOf(el);
+    if (el.hasAttribute('data-lumo-float') || el.hasAttribute('data-lumo-wrap')) floating = true;
+  }
+  chunk.style.containIntrinsicSize = `auto ${em.toFixed(1)}em`;
+  chunk.toggleAttribute('data-lumo-float', floating);
+}
+
+/** Wraps runs of `nodes` (top-level nodes in order) in chunks, answered in a fragment. */
+function chunkedNodes(doc, nodes) {
+  const fragment = doc.createDocumentFragment();
+  let chunk = null;
+  let count = 0;
+  for (const node of nodes) {
+    if (!chunk || closes(count, node)) {
+      if (chunk) refresh(chunk);
+      chunk = doc.createElement(CHUNK);
+      fragment.appendChild(chunk);
+      count = 0;
+    }
+    chunk.appendChild(node);
+    if (node.nodeType === 1) count += 1;
+  }
+  if (chunk) refresh(chunk);
+  return fragment;
+}
+
+/**
+ * Places top-level nodes; with chunks they join the chunk of their neighbour
+ * and a chunk grown to twice its size is split.
+ */
+export function createPlacer(container) {
+  const touched = new Set();
+  let on = false;
+
+  /** Leaves a chunk its first blocks and puts the rest in chunks after it. */
+  function split(chunk) {
+    let count = 0;
+    let node = chunk.firstChild;
+    for (; node && !closes(count, node); node = node.nextSibling) if (node.nodeType === 1) count += 1;
+    const rest = [];
+    for (; node; node = node.nextSibling) rest.push(node);
+    chunk.after(chunkedNodes(container.ownerDocument, rest));
+    refresh(chunk);
+  }
+
+  return {
+    /**
+     * Puts the top-level nodes into chunks (`chunked`) or straight into the
+     * container from now on; the nodes on the page are kept.
+     */
+    setChunked(chunked) {
+      if (on === !!chunked) return;
+      on = !!chunked;
+      if (!on) {
+        for (const chunk of Array.from(container.children)) if (isChunk(chunk)) chunk.replaceWith(...chunk.childNodes);
+      } else if (container.firstChild) {
+        container.appendChild(chunkedNodes(container.ownerDocument, Array.from(container.childNodes)));
+      }
+    },
+    /** Whether `node` already stands right before `ref` (null: last). */
+    isBefore(node, ref) {
+      if (!on) return node.parentNode === container && node.nextSibling === ref;
+      return isChunk(node.parentNode) && node.parentNode.parentNode === container && nextNode(node) === ref;
+    },
+    /** Inserts `node` before the top-level node `ref`, or at the end. */
+    insertBefore(node, ref) {
+      if (!on) {
+        container.insertBefore(node, ref);
+        return;
+      }
+      let chunk = ref ? ref.parentNode : container.lastElementChild;
+      if (!ref && (!chunk || chunk.childElementCount >= CHUNK_BLOCKS)) {
+        chunk = container.ownerDocument.createElement(CHUNK);
+        container.appendChild(chunk);
+      }
+      chunk.insertBefore(node, ref);
+      touched.add(chunk);
+    },
+    remove(node) {
+      const parent = node.parentNode;
+      node.remove();
+      if (isChunk(parent)) touched.add(parent);
+    },
+    /** Inserts `nodes` after the top-level node `anchor` (null: at the start), in new chunks after its own. */
+    insertAfter(nodes, anchor) {
+      const doc = container.ownerDocument;
+      if (!on) {
+        const fragment = doc.createDocumentFragment();
+        fragment.append(...nodes);
+        container.insertBefore(fragment, anchor ? anchor.nextSibling : container.firstChild);
+        return;
+      }
+      const chunk = anchor ? anchor.parentNode : null;
+      if (!chunk) {
+        container.insertBefore(chunkedNodes(doc, nodes), container.firstChild);
+        return;
+      }
+      touched.add(chunk);
+      if (anchor.nextSibling) {
+        // The anchor stands inside its chunk: what follows it moves to a chunk after the new ones.
+        const after = [];
+        for (let node = anchor.nextSibling; node; node = node.nextSibling) after.push(node);
+        chunk.after(chunkedNodes(doc, nodes.concat(after)));
+        return;
+      }
+      // The anchor ends its chunk: that chunk is filled up first.
+      let i = 0;
+      const filling = [];
+      for (let count = chunk.childElementCount; i < nodes.length && !closes(count, nodes[i]); i++) {
+        if (nodes[i].nodeType === 1) count += 1;
+        filling.push(nodes[i]);
+      }
+      chunk.append(...filling);
+      if (i < nodes.length) chunk.after(chunkedNodes(doc, nodes.slice(i)));
+    },
+    /** Drops emptied chunks, splits overgrown ones, and estimates the height of those changed. */
+    settle() {
+      for (const chunk of touched) {
+        if (chunk.parentNode !== container) continue;
+        const previous = chunk.previousElementSibling;
+        while (previous && chunk.firstChild && !opens(chunk.firstElementChild ?? chunk.firstChild)) previous.appendChild(chunk.firstChild);
+        if (previous) refresh(previous);
+        if (!chunk.firstElementChild) chunk.remove();
+        else if (chunk.childElementCount >= 2 * CHUNK_BLOCKS) split(chunk);
+        else refresh(chunk);
+      }
+      touched.clear();
+    },
+  };
+}
