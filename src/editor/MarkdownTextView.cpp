@@ -46,7 +46,26 @@ QByteArray pngData(const QMimeData *source)
 MarkdownTextView::MarkdownTextView(QWidget *parent)
     : QPlainTextEdit(parent)
     , m_highlighter(new MarkdownHighlighter(document(), this))
-{}
+{
+    m_highlighter->setVisibleRange([this] { return visibleText(); });
+}
+
+MarkdownHighlighting::Range MarkdownTextView::visibleText() const
+{
+    // From the lines' counts as last laid out: this is asked while the document is
+    // changing, before its layout has caught up.
+    QTextBlock block = firstVisibleBlock();
+    if (!block.isValid())
+        block = document()->firstBlock();
+    const qint64 start = block.position();
+    int lines = viewport()->height() / std::max(1, fontMetrics().lineSpacing()) + 1;
+    while (block.isValid() && lines > 0) {
+        lines -= std::max(1, block.lineCount());
+        block = block.next();
+    }
+    const qint64 end = block.isValid() ? block.position() : document()->characterCount() - 1;
+    return {start, std::max<qint64>(end - start, 0)};
+}
 
 const QString &MarkdownTextView::text() const
 {

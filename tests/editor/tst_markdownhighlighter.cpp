@@ -233,6 +233,7 @@ void TestMarkdownHighlighter::incrementalStylingEqualsStylingFromScratch()
         }
         const QString text = document.toRawText().replace(QChar::ParagraphSeparator, u'\n');
         QCOMPARE(highlighter.text(), text);
+        QCOMPARE(highlighter.blocks(), MarkdownHighlighting::findBlocks(text));
 
         QTextDocument fresh(text);
         MarkdownHighlighter scratch(&fresh);
