@@ -46,6 +46,25 @@ void OpenDocument::setLineFeedText(const QString &text)
     setText(LineEndings::applyEdit(m_document.text, text));
 }
 
+bool OpenDocument::applyLineFeedEdit(const QString &text, qint64 position, qint64 removed,
+                                     qint64 inserted)
+{
+    QString &current = m_document.text;
+    const bool fits = position >= 0 && removed >= 0 && inserted >= 0 &&
+                      position + removed <= current.size() &&
+                      current.size() - removed + inserted == text.size();
+    if (!fits || current.contains(u'\r')) {
+        setLineFeedText(text);
+        return LineEndings::toLineFeeds(m_document.text) == text;
+    }
+    if (removed == 0 && inserted == 0)
+        return true;
+    current.replace(position, removed, text.constData() + position, inserted);
+    setModified(current != m_savedText);
+    Q_EMIT textChanged();
+    return true;
+}
+
 bool OpenDocument::save(QString *error)
 {
     if (m_path.isEmpty())

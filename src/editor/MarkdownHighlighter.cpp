@@ -114,9 +114,12 @@ void MarkdownHighlighter::contentsChanged(int position, int removed, int added)
     const qint64 inserted = std::min<qint64>(added, newLength - position);
     const qint64 replaced = inserted - delta;
     if (position < 0 || inserted < 0 || replaced < 0 || position + replaced > m_text.size()) {
+        const qint64 before = m_text.size();
         highlightAll();
+        m_lastEdit = {{0, m_text.size()}, before};
         return;
     }
+    m_lastEdit = {{position, inserted}, replaced};
     if (removed == added && replaced == inserted && removed > 0) {
         const QString now = rawText(position, position + static_cast<int>(inserted));
         // The same characters within one line: nothing the rules can see has changed.

@@ -66,6 +66,13 @@ public:
 
     // The document's text with line feeds between its lines.
     const QString &text() const { return m_text; }
+    // The last change of characters: text()[location, end) replaced `removed` of them.
+    struct Edit
+    {
+        MarkdownHighlighting::Range inserted;
+        qint64 removed = 0;
+    };
+    const Edit &lastEdit() const { return m_lastEdit; }
     const QList<MarkdownHighlighting::Block> &blocks() const { return m_blocks; }
 
 Q_SIGNALS:
@@ -81,6 +88,7 @@ private:
 
     QPointer<QTextDocument> m_document;
     QString m_text;
+    Edit m_lastEdit;
     QList<MarkdownHighlighting::Block> m_blocks;
     std::function<MarkdownHighlighting::Range()> m_visibleRange;
     // Lines still to restyle, sorted and disjoint.

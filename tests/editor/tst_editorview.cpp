@@ -131,6 +131,7 @@ void TestEditorView::outsideTextKeepsCaretsClamped()
     QTest::keyClicks(&view, u"z"_s);
     QCOMPARE(edited.count(), 1);
     QCOMPARE(edited.first().first().toString(), u"y"_s.repeated(100) + u"z"_s);
+    QCOMPARE(edited.first().mid(1), (QVariantList{100, 0, 1}));
 }
 
 void TestEditorView::zoomRestylesAtTheNewSize()
