@@ -182,22 +182,26 @@ void MarkdownHighlighter::restyleSlice()
         return;
     // Lines scrolled into view since go first.
     qsizetype index = 0;
+    qint64 from = m_pending.first().location;
     if (m_visibleRange) {
         const Range visible = m_visibleRange();
         for (qsizetype i = 0; i < m_pending.size(); ++i) {
-            if (m_pending.at(i).location < visible.end() &&
-                m_pending.at(i).end() > visible.location) {
+            const Range pending = m_pending.at(i);
+            if (pending.location < visible.end() && pending.end() > visible.location) {
                 index = i;
+                from = std::max(pending.location, visible.location);
                 break;
             }
         }
     }
     const Range range = m_pending.at(index);
-    const Range slice = wholeLines(m_text, {range.location, std::min(range.length, sliceLength)});
+    const Range slice = wholeLines(m_text, {from, std::min(range.end() - from, sliceLength)});
     apply(slice);
     m_pending.removeAt(index);
     if (slice.end() < range.end())
         m_pending.insert(index, {slice.end(), range.end() - slice.end()});
+    if (slice.location > range.location)
+        m_pending.insert(index, {range.location, slice.location - range.location});
     if (m_pending.isEmpty())
         Q_EMIT restyled();
     else

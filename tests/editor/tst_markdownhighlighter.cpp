@@ -72,6 +72,7 @@ private Q_SLOTS:
     void anUnpairedSurrogateStylesTheRest();
     void backgroundRestyleEndsAsAFullOne_data();
     void backgroundRestyleEndsAsAFullOne();
+    void linesScrolledIntoViewAreRestyledFirst();
 };
 
 void TestMarkdownHighlighter::styles_data()
@@ -357,6 +358,30 @@ void TestMarkdownHighlighter::backgroundRestyleEndsAsAFullOne()
                                  .arg(text.first(i).count(u'\n') + 1)
                                  .arg(actual.at(i), expected.at(i))));
     }
+}
+
+void TestMarkdownHighlighter::linesScrolledIntoViewAreRestyledFirst()
+{
+    const QString body = u"para *em*\n\n# head\n\n"_s.repeated(8000);
+    QTextDocument document(body);
+    MarkdownHighlighter highlighter(&document);
+    MarkdownHighlighting::Range visible{0, 2000};
+    highlighter.setVisibleRange([&visible] { return visible; });
+    highlighter.highlightAll();
+    QTRY_VERIFY_WITH_TIMEOUT(!highlighter.isRestyling(), 60'000);
+
+    QTextCursor(&document).insertText(u"~~~\n"_s);
+    QVERIFY(highlighter.isRestyling());
+    // Scrolled to the end: one turn of the loop styles what is shown there.
+    visible = {document.characterCount() - 1 - 2000, 2000};
+    QCoreApplication::processEvents();
+    QVERIFY(highlighter.isRestyling());
+    const QString text = document.toRawText().replace(QChar::ParagraphSeparator, u'\n');
+    QTextDocument fresh(text);
+    MarkdownHighlighter scratch(&fresh);
+    scratch.highlightAll();
+    QCOMPARE(looks(&document, highlighter).mid(visible.location),
+             looks(&fresh, scratch).mid(visible.location));
 }
 
 QTEST_MAIN(TestMarkdownHighlighter)
