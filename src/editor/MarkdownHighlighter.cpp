@@ -202,9 +202,7 @@ void MarkdownHighlighter::restyleSlice()
         m_pending.insert(index, {slice.end(), range.end() - slice.end()});
     if (slice.location > range.location)
         m_pending.insert(index, {range.location, slice.location - range.location});
-    if (m_pending.isEmpty())
-        Q_EMIT restyled();
-    else
+    if (!m_pending.isEmpty())
         m_slicer.start();
 }
 

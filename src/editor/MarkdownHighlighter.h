@@ -75,10 +75,6 @@ public:
     const Edit &lastEdit() const { return m_lastEdit; }
     const QList<MarkdownHighlighting::Block> &blocks() const { return m_blocks; }
 
-Q_SIGNALS:
-    // The background restyle is done: every line has its styles.
-    void restyled();
-
 private:
     void contentsChanged(int position, int removed, int added);
     QString rawText(int from, int to) const;
