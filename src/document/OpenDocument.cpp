@@ -2,6 +2,7 @@
 
 #include "LineEndings.h"
 
+#include <algorithm>
 #include <QCoreApplication>
 #include <QFileInfo>
 
@@ -53,7 +54,17 @@ bool OpenDocument::applyLineFeedEdit(const QString &text, qint64 position, qint6
     const bool fits = position >= 0 && removed >= 0 && inserted >= 0 &&
                       position + removed <= current.size() &&
                       current.size() - removed + inserted == text.size();
-    if (!fits || current.contains(u'\r')) {
+    // A few characters either side of the edit must agree, as a guard against texts
+    // that went apart.
+    const auto sameAround = [&] {
+        const qint64 before = std::min<qint64>(position, 32);
+        const qint64 after = std::min<qint64>(current.size() - position - removed, 32);
+        return QStringView(current).mid(position - before, before) ==
+                   QStringView(text).mid(position - before, before) &&
+               QStringView(current).mid(position + removed, after) ==
+                   QStringView(text).mid(position + inserted, after);
+    };
+    if (!fits || !sameAround() || current.contains(u'\r')) {
         setLineFeedText(text);
         return LineEndings::toLineFeeds(m_document.text) == text;
     }

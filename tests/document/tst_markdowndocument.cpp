@@ -36,6 +36,7 @@ private Q_SLOTS:
     void editsKeepLineEndings();
     void anEditTakenWhereItWasKeepsLineEndings_data() { editsKeepLineEndings_data(); }
     void anEditTakenWhereItWasKeepsLineEndings();
+    void anEditOfTextsThatWentApartTakesTheWholeText();
 
 private:
     QString path(const QString &name) const { return m_dir->filePath(name); }
@@ -300,6 +301,14 @@ void TestMarkdownDocument::anEditTakenWhereItWasKeepsLineEndings()
                                        edited.size() - front - back));
     QCOMPARE(document.text(), result);
     QCOMPARE(document.isModified(), result != text);
+}
+
+void TestMarkdownDocument::anEditOfTextsThatWentApartTakesTheWholeText()
+{
+    OpenDocument document(u"one\ntwo\n"_s);
+    // Of the right length, but not what the document holds around the edit.
+    QVERIFY(document.applyLineFeedEdit(u"one\nTWO\nthree\n"_s, 0, 0, 6));
+    QCOMPARE(document.text(), u"one\nTWO\nthree\n"_s);
 }
 
 QTEST_APPLESS_MAIN(TestMarkdownDocument)
