@@ -94,9 +94,21 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
                              [this](double line) { EditorView::scrollToLine(m_editor, line); },
                              [this](int line) { EditorView::placeCaretAtLine(m_editor, line); }});
 
-    connect(m_editor, &EditorView::textEdited, document, &OpenDocument::setLineFeedText);
-    connect(document, &OpenDocument::textChanged, this,
-            [this] { m_editor->setBoundText(this->document()->text()); });
+    // The editor's own edit comes back as a change of the document: the editor has it
+    // already, and comparing two long texts on every keystroke would slow typing.
+    connect(m_editor, &EditorView::textEdited, this,
+            [this](const QString &text, qint64 position, qint64 removed, qint64 inserted) {
+                m_takingEdit = true;
+                const bool same =
+                    this->document()->applyLineFeedEdit(text, position, removed, inserted);
+                m_takingEdit = false;
+                if (!same)
+                    m_editor->setBoundText(this->document()->text());
+            });
+    connect(document, &OpenDocument::textChanged, this, [this] {
+        if (!m_takingEdit)
+            m_editor->setBoundText(this->document()->text());
+    });
     connect(m_editor, &EditorView::scrolled, this, [this](double topLine) {
         if (m_controller->mode() == DocumentController::Mode::Edit && m_editor->isVisible())
             m_controller->editorDidScroll(topLine);

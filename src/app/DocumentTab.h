@@ -85,4 +85,6 @@ private:
     QSplitter *m_panes;
     QWidget *m_editorPane;
     EditorView *m_editor;
+    // While the document takes an edit typed in the editor.
+    bool m_takingEdit = false;
 };

@@ -2,6 +2,7 @@
 
 #include "LineEndings.h"
 
+#include <algorithm>
 #include <QCoreApplication>
 #include <QFileInfo>
 
@@ -44,6 +45,35 @@ void OpenDocument::setText(const QString &text)
 void OpenDocument::setLineFeedText(const QString &text)
 {
     setText(LineEndings::applyEdit(m_document.text, text));
+}
+
+bool OpenDocument::applyLineFeedEdit(const QString &text, qint64 position, qint64 removed,
+                                     qint64 inserted)
+{
+    QString &current = m_document.text;
+    const bool fits = position >= 0 && removed >= 0 && inserted >= 0 &&
+                      position + removed <= current.size() &&
+                      current.size() - removed + inserted == text.size();
+    // A few characters either side of the edit must agree, as a guard against texts
+    // that went apart.
+    const auto sameAround = [&] {
+        const qint64 before = std::min<qint64>(position, 32);
+        const qint64 after = std::min<qint64>(current.size() - position - removed, 32);
+        return QStringView(current).mid(position - before, before) ==
+                   QStringView(text).mid(position - before, before) &&
+               QStringView(current).mid(position + removed, after) ==
+                   QStringView(text).mid(position + inserted, after);
+    };
+    if (!fits || !sameAround() || current.contains(u'\r')) {
+        setLineFeedText(text);
+        return LineEndings::toLineFeeds(m_document.text) == text;
+    }
+    if (removed == 0 && inserted == 0)
+        return true;
+    current.replace(position, removed, text.constData() + position, inserted);
+    setModified(current != m_savedText);
+    Q_EMIT textChanged();
+    return true;
 }
 
 bool OpenDocument::save(QString *error)

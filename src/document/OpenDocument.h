@@ -37,6 +37,11 @@ public:
     // An edit made where every line ends in a line feed (the editor): the lines it
     // reached take the document's line-ending style, the others keep theirs.
     void setLineFeedText(const QString &text);
+    // The same, told where the edit was: `removed` characters at `position` of the
+    // text before became text[position, position + inserted). A text that ends all its
+    // lines in line feeds takes just that change, however long it is. False when the
+    // text then differs from the given one in more than its line endings.
+    bool applyLineFeedEdit(const QString &text, qint64 position, qint64 removed, qint64 inserted);
 
     bool save(QString *error = nullptr);
     bool saveAs(const QString &path, QString *error = nullptr);

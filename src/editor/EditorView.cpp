@@ -49,8 +49,10 @@ EditorView::EditorView(const QString &text, double scale, QWidget *parent)
     m_unshownText = text;
 
     connect(this, &QPlainTextEdit::textChanged, this, [this] {
-        if (!m_settingText)
-            Q_EMIT textEdited(this->text());
+        if (m_settingText)
+            return;
+        const MarkdownHighlighter::Edit &edit = highlighter()->lastEdit();
+        Q_EMIT textEdited(this->text(), edit.inserted.location, edit.removed, edit.inserted.length);
     });
     // The text view moves itself (caret keys, typing, find) with the scroll bar's
     // signals blocked; what it repaints after tells.

@@ -35,9 +35,9 @@ public:
     static void placeCaretAtLine(QPlainTextEdit *view, int line);
 
 Q_SIGNALS:
-    // The user changed the text; carries the whole new text, every line ending in a
-    // line feed.
-    void textEdited(const QString &text);
+    // The user changed the text: `removed` characters at `position` became `inserted`
+    // ones there. Carries the whole new text too, every line ending in a line feed.
+    void textEdited(const QString &text, qint64 position, qint64 removed, qint64 inserted);
     // The top visible line moved.
     void scrolled(double topLine);
 

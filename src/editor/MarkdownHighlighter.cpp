@@ -28,6 +28,9 @@ QString withLineFeeds(QString text)
     return text;
 }
 
+// Restyled at once, and the size of one background slice: a few milliseconds.
+constexpr qint64 sliceLength = 24 * 1024;
+
 } // namespace
 
 MarkdownHighlighter::Palette MarkdownHighlighter::Palette::from(const QPalette &palette)
@@ -53,6 +56,9 @@ MarkdownHighlighter::MarkdownHighlighter(QTextDocument *document, QObject *paren
     // Without a layout the document reports no changes.
     document->documentLayout();
     connect(document, &QTextDocument::contentsChange, this, &MarkdownHighlighter::contentsChanged);
+    m_slicer.setSingleShot(true);
+    m_slicer.setInterval(0);
+    connect(&m_slicer, &QTimer::timeout, this, &MarkdownHighlighter::restyleSlice);
 }
 
 QFont MarkdownHighlighter::baseFont() const
@@ -88,7 +94,8 @@ void MarkdownHighlighter::highlightAll()
         return;
     m_text = withLineFeeds(m_document->toRawText());
     m_blocks = findBlocks(m_text);
-    apply({0, m_text.size()});
+    m_pending.clear();
+    restyle({0, m_text.size()});
 }
 
 QString MarkdownHighlighter::rawText(int from, int to) const
@@ -107,9 +114,12 @@ void MarkdownHighlighter::contentsChanged(int position, int removed, int added)
     const qint64 inserted = std::min<qint64>(added, newLength - position);
     const qint64 replaced = inserted - delta;
     if (position < 0 || inserted < 0 || replaced < 0 || position + replaced > m_text.size()) {
+        const qint64 before = m_text.size();
         highlightAll();
+        m_lastEdit = {{0, m_text.size()}, before};
         return;
     }
+    m_lastEdit = {{position, inserted}, replaced};
     if (removed == added && replaced == inserted && removed > 0) {
         const QString now = rawText(position, position + static_cast<int>(inserted));
         // The same characters within one line: nothing the rules can see has changed.
@@ -121,10 +131,79 @@ void MarkdownHighlighter::contentsChanged(int position, int removed, int added)
         m_text.replace(position, replaced,
                        rawText(position, position + static_cast<int>(inserted)));
     }
-    QList<Block> blocks = findBlocks(m_text);
-    const Range dirty = dirtyRange(m_text, m_blocks, blocks, Range{position, inserted}, delta);
-    m_blocks = std::move(blocks);
-    apply(dirty);
+
+    // Lines waiting for the background pass move with the edit.
+    const qint64 editEnd = position + replaced;
+    const auto moved = [&](qint64 p) {
+        return p <= position ? p : (p < editEnd ? position : p + delta);
+    };
+    for (Range &range : m_pending) {
+        const qint64 start = moved(range.location);
+        range = {start, moved(range.end()) - start};
+    }
+
+    const Range edited{position, inserted};
+    BlockChange change = updatedBlocks(m_text, m_blocks, edited, delta);
+    const Range dirty = dirtyRange(m_text, change, edited, delta);
+    m_blocks = std::move(change.blocks);
+    restyle(dirty);
+}
+
+void MarkdownHighlighter::restyle(Range dirty)
+{
+    if (dirty.length <= sliceLength || !m_visibleRange) {
+        apply(dirty);
+        return;
+    }
+    // What is on screen, with a margin for a short scroll, now; the rest later.
+    const Range visible = m_visibleRange();
+    const Range near =
+        wholeLines(m_text, {visible.location - sliceLength / 4, visible.length + sliceLength / 2});
+    const qint64 start = std::max(near.location, dirty.location);
+    const qint64 end = std::min(near.end(), dirty.end());
+    if (end > start)
+        apply({start, end - start});
+    QList<Range> pending = m_pending;
+    if (end > start) {
+        pending.append({dirty.location, start - dirty.location});
+        pending.append({end, dirty.end() - end});
+    } else {
+        pending.append(dirty);
+    }
+    pending.removeIf([](const Range &range) { return range.length < 1; });
+    m_pending = merged(pending);
+    if (!m_pending.isEmpty())
+        m_slicer.start();
+}
+
+void MarkdownHighlighter::restyleSlice()
+{
+    if (m_pending.isEmpty())
+        return;
+    // Lines scrolled into view since go first.
+    qsizetype index = 0;
+    qint64 from = m_pending.first().location;
+    if (m_visibleRange) {
+        const Range visible = m_visibleRange();
+        for (qsizetype i = 0; i < m_pending.size(); ++i) {
+            const Range pending = m_pending.at(i);
+            if (pending.location < visible.end() && pending.end() > visible.location) {
+                index = i;
+                from = std::max(pending.location, visible.location);
+                break;
+            }
+        }
+    }
+    const Range range = m_pending.at(index);
+    const Range slice = wholeLines(m_text, {from, std::min(range.end() - from, sliceLength)});
+    apply(slice);
+    m_pending.removeAt(index);
+    if (slice.end() < range.end())
+        m_pending.insert(index, {slice.end(), range.end() - slice.end()});
+    if (slice.location > range.location)
+        m_pending.insert(index, {range.location, slice.location - range.location});
+    if (!m_pending.isEmpty())
+        m_slicer.start();
 }
 
 void MarkdownHighlighter::apply(Range range)

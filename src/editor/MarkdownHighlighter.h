@@ -2,21 +2,24 @@
 
 #include "MarkdownHighlighting.h"
 
+#include <functional>
 #include <QColor>
 #include <QFont>
 #include <QObject>
 #include <QPointer>
 #include <QTextCharFormat>
+#include <QTimer>
 
 class QPalette;
 class QTextDocument;
 
 // Colours a plain-text document as Markdown while it is edited. After each change of
-// characters it scans the whole text for fences, front matter and comments, and
-// restyles only the lines the change can have affected. Styles are the blocks' layout
-// formats, never character formats: they stay out of the undo history and never
-// re-enter the highlighter. One monospaced face at 14 × scale; headings differ only in
-// weight and colour.
+// characters it rescans for fences, front matter and comments only around the change,
+// and restyles only the lines the change can have affected. When those are many (a
+// fence opened above a long text), the lines on screen are restyled at once and the
+// rest in short slices from the event loop, so typing never waits for them. Styles are the blocks'
+// layout formats, never character formats: they stay out of the undo history and never re-enter the
+// highlighter. One monospaced face at 14 × scale; headings differ only in weight and colour.
 //
 // It keeps a copy of the document's text in step with every edit (text()), so that
 // readers need not ask the document for its whole text on each keystroke.
@@ -50,21 +53,43 @@ public:
     // The format that a run of the given style is drawn with over the base font.
     QTextCharFormat format(const MarkdownHighlighting::Style &style) const;
 
-    // Scans and styles the whole text, invalidating the layout once.
+    // Scans and styles the whole text: what is on screen at once, the rest later.
     void highlightAll();
+
+    // The text on screen, restyled first; without it every restyle is done at once.
+    void setVisibleRange(std::function<MarkdownHighlighting::Range()> visibleRange)
+    {
+        m_visibleRange = std::move(visibleRange);
+    }
+    // Whether lines wait to be restyled in the background.
+    bool isRestyling() const { return !m_pending.isEmpty(); }
 
     // The document's text with line feeds between its lines.
     const QString &text() const { return m_text; }
+    // The last change of characters: text()[location, end) replaced `removed` of them.
+    struct Edit
+    {
+        MarkdownHighlighting::Range inserted;
+        qint64 removed = 0;
+    };
+    const Edit &lastEdit() const { return m_lastEdit; }
     const QList<MarkdownHighlighting::Block> &blocks() const { return m_blocks; }
 
 private:
     void contentsChanged(int position, int removed, int added);
     QString rawText(int from, int to) const;
+    void restyle(MarkdownHighlighting::Range dirty);
+    void restyleSlice();
     void apply(MarkdownHighlighting::Range range);
 
     QPointer<QTextDocument> m_document;
     QString m_text;
+    Edit m_lastEdit;
     QList<MarkdownHighlighting::Block> m_blocks;
+    std::function<MarkdownHighlighting::Range()> m_visibleRange;
+    // Lines still to restyle, sorted and disjoint.
+    QList<MarkdownHighlighting::Range> m_pending;
+    QTimer m_slicer;
     double m_scale = 1.0;
     Palette m_palette;
 };

@@ -62,6 +62,20 @@ struct StyleRun
 // All front matter, then all fences, then all comments, each in text order.
 QList<Block> findBlocks(QStringView text);
 
+// The blocks of a text after an edit, from those before it: what findBlocks would
+// give, found by scanning only from the last block that ends before the edit until
+// the scan meets the old blocks again. `edited` is the replacement in the new text,
+// delta the change of length.
+struct BlockChange
+{
+    QList<Block> blocks;
+    // In the old text.
+    QList<Block> removed;
+    QList<Block> added;
+};
+BlockChange updatedBlocks(QStringView text, const QList<Block> &oldBlocks, Range edited,
+                          qint64 delta);
+
 // Sorted by location, overlapping and touching ranges joined.
 QList<Range> merged(QList<Range> ranges);
 
@@ -73,8 +87,11 @@ bool isProtected(const QList<Range> &protectedRanges, qint64 p, qint64 n);
 // changed the length by delta: the edited lines, the line the edit ends on, and the
 // old and new extent of every block that appeared, vanished or changed shape. No edit
 // means the whole text.
-Range dirtyRange(QStringView text, const QList<Block> &oldBlocks, const QList<Block> &newBlocks,
-                 std::optional<Range> edited, qint64 delta);
+Range dirtyRange(QStringView text, const BlockChange &change, std::optional<Range> edited,
+                 qint64 delta);
+
+// The range grown to the whole lines it touches.
+Range wholeLines(QStringView text, Range range);
 
 // The styles of range as contiguous runs covering it, equal neighbours joined.
 QList<StyleRun> style(QStringView text, const QList<Block> &blocks, Range range);

@@ -1,6 +1,7 @@
 #include "MarkdownTextView.h"
 
 #include "MarkdownHighlighter.h"
+#include "SpacedLineLayout.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -41,12 +42,43 @@ QByteArray pngData(const QMimeData *source)
     return data;
 }
 
+// Lines at 1.3 times their height, as in a text editor set for reading.
+constexpr qreal lineHeight = 1.3;
+
+// The view's own document, laid out with spaced lines.
+QTextDocument *spacedDocument(QPlainTextEdit *view)
+{
+    auto *document = new QTextDocument(view);
+    document->setDocumentLayout(new SpacedLineLayout(document, lineHeight));
+    view->setDocument(document);
+    return document;
+}
+
 } // namespace
 
 MarkdownTextView::MarkdownTextView(QWidget *parent)
     : QPlainTextEdit(parent)
-    , m_highlighter(new MarkdownHighlighter(document(), this))
-{}
+    , m_highlighter(new MarkdownHighlighter(spacedDocument(this), this))
+{
+    m_highlighter->setVisibleRange([this] { return visibleText(); });
+}
+
+MarkdownHighlighting::Range MarkdownTextView::visibleText() const
+{
+    // From the lines' counts as last laid out: this is asked while the document is
+    // changing, before its layout has caught up.
+    QTextBlock block = firstVisibleBlock();
+    if (!block.isValid())
+        block = document()->firstBlock();
+    const qint64 start = block.position();
+    int lines = viewport()->height() / std::max(1, fontMetrics().height()) + 1;
+    while (block.isValid() && lines > 0) {
+        lines -= std::max(1, block.lineCount());
+        block = block.next();
+    }
+    const qint64 end = block.isValid() ? block.position() : document()->characterCount() - 1;
+    return {start, std::max<qint64>(end - start, 0)};
+}
 
 const QString &MarkdownTextView::text() const
 {

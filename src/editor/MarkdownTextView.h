@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MarkdownEditing.h"
+#include "MarkdownHighlighting.h"
 
 #include <functional>
 #include <QPlainTextEdit>
@@ -44,6 +45,8 @@ protected:
 
 private:
     MarkdownEditing::Selection selection() const;
+    // The characters of the lines on screen.
+    MarkdownHighlighting::Range visibleText() const;
     // Shift+Tab: outdents a list item, and otherwise does nothing, keeping focus here.
     void outdentOrStay(QKeyEvent *event);
     bool pasteImages(const QMimeData *source);

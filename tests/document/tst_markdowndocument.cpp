@@ -36,6 +36,9 @@ private Q_SLOTS:
     void replaceableOnlyWhenNothingIsLost();
     void editsKeepLineEndings_data();
     void editsKeepLineEndings();
+    void anEditTakenWhereItWasKeepsLineEndings_data() { editsKeepLineEndings_data(); }
+    void anEditTakenWhereItWasKeepsLineEndings();
+    void anEditOfTextsThatWentApartTakesTheWholeText();
 
 private:
     QString path(const QString &name) const { return m_dir->filePath(name); }
@@ -316,6 +319,34 @@ void TestMarkdownDocument::editsKeepLineEndings()
     QFETCH(QString, result);
     QCOMPARE(LineEndings::toLineFeeds(result), edited);
     QCOMPARE(LineEndings::applyEdit(text, edited), result);
+}
+
+void TestMarkdownDocument::anEditTakenWhereItWasKeepsLineEndings()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, edited);
+    QFETCH(QString, result);
+    const QString before = LineEndings::toLineFeeds(text);
+    qsizetype front = 0;
+    while (front < before.size() && front < edited.size() && before[front] == edited[front])
+        ++front;
+    qsizetype back = 0;
+    while (back < before.size() - front && back < edited.size() - front &&
+           before[before.size() - 1 - back] == edited[edited.size() - 1 - back])
+        ++back;
+    OpenDocument document(text);
+    QVERIFY(document.applyLineFeedEdit(edited, front, before.size() - front - back,
+                                       edited.size() - front - back));
+    QCOMPARE(document.text(), result);
+    QCOMPARE(document.isModified(), result != text);
+}
+
+void TestMarkdownDocument::anEditOfTextsThatWentApartTakesTheWholeText()
+{
+    OpenDocument document(u"one\ntwo\n"_s);
+    // Of the right length, but not what the document holds around the edit.
+    QVERIFY(document.applyLineFeedEdit(u"one\nTWO\nthree\n"_s, 0, 0, 6));
+    QCOMPARE(document.text(), u"one\nTWO\nthree\n"_s);
 }
 
 QTEST_APPLESS_MAIN(TestMarkdownDocument)

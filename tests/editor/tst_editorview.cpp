@@ -49,6 +49,8 @@ private Q_SLOTS:
     void outsideTextKeepsCaretsClamped();
     void zoomRestylesAtTheNewSize();
     void coloursFollowTheAppearance();
+    void linesAreSpacedAndClicksFindTheirCharacter_data();
+    void linesAreSpacedAndClicksFindTheirCharacter();
 };
 
 void TestEditorView::scrollingIntoAWrappedParagraph()
@@ -131,6 +133,7 @@ void TestEditorView::outsideTextKeepsCaretsClamped()
     QTest::keyClicks(&view, u"z"_s);
     QCOMPARE(edited.count(), 1);
     QCOMPARE(edited.first().first().toString(), u"y"_s.repeated(100) + u"z"_s);
+    QCOMPARE(edited.first().mid(1), (QVariantList{100, 0, 1}));
 }
 
 void TestEditorView::zoomRestylesAtTheNewSize()
@@ -159,6 +162,46 @@ void TestEditorView::coloursFollowTheAppearance()
     const QColor drawn = formats.first().format.foreground().color();
     QCOMPARE(drawn, MarkdownHighlighter::Palette::from(dark).codeSpan);
     QVERIFY(drawn != light);
+}
+
+void TestEditorView::linesAreSpacedAndClicksFindTheirCharacter_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("line");
+    QTest::addColumn<int>("column");
+
+    QTest::newRow("second of three lines") << u"first\nsecond\nthird"_s << 1 << 3;
+    QTest::newRow("third of three lines") << u"first\nsecond\nthird"_s << 2 << 2;
+    QTest::newRow("restyled lines") << u"# one\n```\ntwo\n```\n*three*"_s << 4 << 1;
+    // Visual lines of one wrapped paragraph.
+    QTest::newRow("wrapped paragraph") << paragraph() << 3 << 4;
+}
+
+void TestEditorView::linesAreSpacedAndClicksFindTheirCharacter()
+{
+    QFETCH(QString, text);
+    QFETCH(int, line);
+    QFETCH(int, column);
+    auto view = shown(text);
+    const QTextLayout *layout = view->document()->firstBlock().layout();
+    QVERIFY(layout->lineCount() > 0);
+    const qreal height = layout->lineAt(0).height();
+    const QRect first = view->cursorRect(QTextCursor(view->document()));
+    QTextCursor second(view->document());
+    second.movePosition(QTextCursor::Down);
+    QVERIFY(second.position() > 0);
+    QVERIFY(qAbs(view->cursorRect(second).top() - first.top() - 1.3 * height) <= 1);
+
+    // The middle of the line's space, the left of the column's character.
+    const qreal advance = QFontMetricsF(view->font()).horizontalAdvance(u'x');
+    const QPoint point(first.left() + qRound(advance * column) + 1,
+                       first.top() + qRound(1.3 * height * (line + 0.5) - 0.15 * height));
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, point);
+    QTextCursor expected(view->document());
+    for (int i = 0; i < line; ++i)
+        expected.movePosition(QTextCursor::Down);
+    expected.movePosition(QTextCursor::StartOfLine);
+    QCOMPARE(view->textCursor().position(), expected.position() + column);
 }
 
 QTEST_MAIN(TestEditorView)

@@ -70,6 +70,9 @@ private Q_SLOTS:
     void incrementalStylingEqualsStylingFromScratch();
     void linesReplacedByTheSameTextAreStyledAgain();
     void anUnpairedSurrogateStylesTheRest();
+    void backgroundRestyleEndsAsAFullOne_data();
+    void backgroundRestyleEndsAsAFullOne();
+    void linesScrolledIntoViewAreRestyledFirst();
 };
 
 void TestMarkdownHighlighter::styles_data()
@@ -233,6 +236,7 @@ void TestMarkdownHighlighter::incrementalStylingEqualsStylingFromScratch()
         }
         const QString text = document.toRawText().replace(QChar::ParagraphSeparator, u'\n');
         QCOMPARE(highlighter.text(), text);
+        QCOMPARE(highlighter.blocks(), MarkdownHighlighting::findBlocks(text));
 
         QTextDocument fresh(text);
         MarkdownHighlighter scratch(&fresh);
@@ -274,6 +278,110 @@ void TestMarkdownHighlighter::anUnpairedSurrogateStylesTheRest()
     QCOMPARE(all.at(text.indexOf(u"head"_s)), u"strong/base"_s);
     QCOMPARE(all.at(text.indexOf(u"em*"_s)), u"em/base"_s);
     QCOMPARE(all.at(text.indexOf(u"code"_s)), u"base/code+bg"_s);
+}
+
+void TestMarkdownHighlighter::backgroundRestyleEndsAsAFullOne_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<int>("at");
+    QTest::addColumn<int>("removed");
+    QTest::addColumn<QString>("typed");
+    // A second edit while the background pass runs, at this fraction of the text.
+    QTest::addColumn<double>("laterAt");
+    QTest::addColumn<QString>("laterTyped");
+
+    QString body;
+    while (body.size() < 120'000)
+        body += u"# Heading *em*\n\nProse with `code`, **bold** and a [link](u).\n\n"
+                u"- item\n  ```\n  # in a fence\n  ```\n- [x] task\n<!-- note `c` -->\n\n"_s;
+    const int middle = int(body.indexOf(u"- item"_s, body.size() / 3)) + 7;
+    QTest::newRow("fence opened at the start") << body << 0 << 0 << u"```\n"_s << -1.0 << QString();
+    QTest::newRow("fence closed at the start")
+        << u"```\n"_s + body << 0 << 4 << QString() << -1.0 << QString();
+    QTest::newRow("fence opened in a list item")
+        << body << middle << 0 << u"  ~~~\n"_s << -1.0 << QString();
+    QTest::newRow("fence closed in a list item")
+        << u"~~~\n"_s + body << middle + 4 << 0 << u"  ~~~\n"_s << -1.0 << QString();
+    QTest::newRow("fence opened at the end")
+        << body << int(body.size()) << 0 << u"```\n# h\n"_s << -1.0 << QString();
+    QTest::newRow("typing ahead of the background pass")
+        << body << 0 << 0 << u"```\n"_s << 0.8 << u"x *y* z"_s;
+    QTest::newRow("a paste ahead of the background pass")
+        << body << 0 << 0 << u"```\n"_s << 0.05 << u"pasted *line*\n"_s.repeated(400);
+    QTest::newRow("closing the fence again meanwhile")
+        << body << 0 << 0 << u"```\n"_s << 0.0 << u"```\n"_s;
+    QTest::newRow("a fence opened behind the pass")
+        << body << int(body.indexOf(u"Prose"_s, body.size() / 2)) << 0 << u"```\n"_s << 0.1
+        << u"~~~\n"_s;
+}
+
+void TestMarkdownHighlighter::backgroundRestyleEndsAsAFullOne()
+{
+    QFETCH(QString, before);
+    QFETCH(int, at);
+    QFETCH(int, removed);
+    QFETCH(QString, typed);
+    QFETCH(double, laterAt);
+    QFETCH(QString, laterTyped);
+    QTextDocument document(before);
+    MarkdownHighlighter highlighter(&document);
+    // A screen's worth in the middle of the text.
+    highlighter.setVisibleRange([&document] {
+        return MarkdownHighlighting::Range{(document.characterCount() - 1) / 2, 3000};
+    });
+    highlighter.highlightAll();
+    QTRY_VERIFY_WITH_TIMEOUT(!highlighter.isRestyling(), 60'000);
+
+    QTextCursor cursor(&document);
+    cursor.setPosition(at);
+    cursor.setPosition(at + removed, QTextCursor::KeepAnchor);
+    cursor.insertText(typed);
+    const bool reachesFar = at < before.size() - 30'000;
+    QCOMPARE(highlighter.isRestyling(), reachesFar);
+    if (laterAt >= 0) {
+        QCoreApplication::processEvents();
+        QVERIFY(highlighter.isRestyling());
+        cursor.setPosition(int((document.characterCount() - 1) * laterAt));
+        cursor.insertText(laterTyped);
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(!highlighter.isRestyling(), 60'000);
+
+    const QString text = document.toRawText().replace(QChar::ParagraphSeparator, u'\n');
+    QTextDocument fresh(text);
+    MarkdownHighlighter scratch(&fresh);
+    scratch.highlightAll();
+    const QStringList expected = looks(&fresh, scratch);
+    const QStringList actual = looks(&document, highlighter);
+    for (qsizetype i = 0; i < expected.size(); ++i) {
+        if (actual.at(i) != expected.at(i))
+            QFAIL(qPrintable(u"position %1 (line %2) is %3, not %4"_s.arg(i)
+                                 .arg(text.first(i).count(u'\n') + 1)
+                                 .arg(actual.at(i), expected.at(i))));
+    }
+}
+
+void TestMarkdownHighlighter::linesScrolledIntoViewAreRestyledFirst()
+{
+    const QString body = u"para *em*\n\n# head\n\n"_s.repeated(8000);
+    QTextDocument document(body);
+    MarkdownHighlighter highlighter(&document);
+    MarkdownHighlighting::Range visible{0, 2000};
+    highlighter.setVisibleRange([&visible] { return visible; });
+    highlighter.highlightAll();
+    QTRY_VERIFY_WITH_TIMEOUT(!highlighter.isRestyling(), 60'000);
+
+    QTextCursor(&document).insertText(u"~~~\n"_s);
+    QVERIFY(highlighter.isRestyling());
+    // Scrolled to the end: one turn of the loop styles what is shown there.
+    visible = {document.characterCount() - 1 - 2000, 2000};
+    QCoreApplication::processEvents();
+    QVERIFY(highlighter.isRestyling());
+    const QString text = document.toRawText().replace(QChar::ParagraphSeparator, u'\n');
+    QTextDocument fresh(text);
+    MarkdownHighlighter scratch(&fresh);
+    scratch.highlightAll();
+    QCOMPARE(looks(&document, highlighter).mid(visible.location),
+             looks(&fresh, scratch).mid(visible.location));
 }
 
 QTEST_MAIN(TestMarkdownHighlighter)
