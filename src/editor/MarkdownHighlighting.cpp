@@ -437,8 +437,8 @@ QList<StyleRun> style(QStringView text, const QList<Block> &blocks, Range range)
         if (block.kind == Block::Kind::FrontMatter) {
             canvas.setColor(block.range, ColorRole::Muted);
         } else {
+            // The view fills fenced lines with the code background as one band.
             canvas.setColor(block.range, ColorRole::Secondary);
-            canvas.setBackground(block.range);
         }
     }
     const QList<Range> protectedRanges = merged(fenced);

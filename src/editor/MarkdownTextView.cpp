@@ -3,6 +3,7 @@
 #include "MarkdownHighlighter.h"
 #include "SpacedLineLayout.h"
 
+#include <algorithm>
 #include <QApplication>
 #include <QBuffer>
 #include <QDir>
@@ -12,6 +13,8 @@
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QMimeDatabase>
+#include <QPainter>
+#include <QPaintEvent>
 #include <QTextBlock>
 #include <QUrl>
 
@@ -61,6 +64,87 @@ MarkdownTextView::MarkdownTextView(QWidget *parent)
     , m_highlighter(new MarkdownHighlighter(spacedDocument(this), this))
 {
     m_highlighter->setVisibleRange([this] { return visibleText(); });
+}
+
+void MarkdownTextView::paintEvent(QPaintEvent *event)
+{
+    {
+        QPainter painter(viewport());
+        paintUnderText(painter, event->rect());
+    }
+    QPlainTextEdit::paintEvent(event);
+}
+
+bool MarkdownTextView::isFenced(const QTextBlock &block) const
+{
+    using MarkdownHighlighting::Block;
+    const QList<Block> &blocks = m_highlighter->blocks();
+    const qint64 position = block.position();
+    const auto after = std::upper_bound(
+        blocks.cbegin(), blocks.cend(), position,
+        [](qint64 at, const Block &candidate) { return at < candidate.range.location; });
+    if (after == blocks.cbegin())
+        return false;
+    const Block &candidate = *std::prev(after);
+    return candidate.kind == Block::Kind::Fence && position < candidate.range.end();
+}
+
+void MarkdownTextView::paintUnderText(QPainter &painter, const QRect &area)
+{
+    const auto *layout = qobject_cast<const SpacedLineLayout *>(document()->documentLayout());
+    const qreal spacing = layout ? layout->lineHeight() - 1 : 0;
+    // Drawn per line, these would be striped by the space between the lines.
+    const QTextCursor cursor = textCursor();
+    const int selectionStart = cursor.selectionStart();
+    const int selectionEnd = cursor.selectionEnd();
+    const QBrush selection =
+        palette().brush(hasFocus() ? QPalette::Active : QPalette::Inactive, QPalette::Highlight);
+    const QColor code = m_highlighter->palette().codeBackground;
+    const qreal margin = document()->documentMargin();
+    // Just wider than the text, as the page's code blocks are.
+    const qreal bandOverhang = fontMetrics().averageCharWidth() / 2.0;
+    const QPointF offset = contentOffset();
+    for (QTextBlock block = firstVisibleBlock(); block.isValid(); block = block.next()) {
+        const QRectF box = blockBoundingGeometry(block).translated(offset);
+        if (box.top() > area.bottom())
+            break;
+        if (!block.isVisible())
+            continue;
+        const bool last = !block.next().isValid();
+        if (isFenced(block)) {
+            painter.fillRect(QRectF(QPointF(margin - bandOverhang, box.top()),
+                                    QPointF(viewport()->width() - margin + bandOverhang,
+                                            box.bottom() - (last ? margin : 0))),
+                             code);
+        }
+        if (selectionStart == selectionEnd || block.position() + block.length() <= selectionStart)
+            continue;
+        if (block.position() > selectionEnd)
+            break;
+        QTextLayout *lines = block.layout();
+        for (int i = 0; i < lines->lineCount(); ++i) {
+            const QTextLine line = lines->lineAt(i);
+            const int lineStart = block.position() + line.textStart();
+            const int lineEnd = lineStart + line.textLength();
+            const int from = std::max(selectionStart, lineStart);
+            const int to = std::min(selectionEnd, lineEnd);
+            const bool throughEnd = selectionEnd > lineEnd;
+            if (from > to || (from == to && !throughEnd))
+                continue;
+            // As the layout draws it: a whole line's text, without the spaces it wraps at.
+            const QRectF text = line.naturalTextRect();
+            const qreal left =
+                from > lineStart ? line.cursorToX(from - block.position()) : text.left();
+            qreal right = throughEnd ? text.right() : line.cursorToX(to - block.position());
+            // The layout marks a selected line break with a quarter of the line's height.
+            if (throughEnd && i == lines->lineCount() - 1)
+                right += line.height() / 4;
+            const qreal extra = spacing * line.height();
+            painter.fillRect(QRectF(box.left() + left, box.top() + line.y() - extra / 2,
+                                    right - left, line.height() + extra),
+                             selection);
+        }
+    }
 }
 
 MarkdownHighlighting::Range MarkdownTextView::visibleText() const

@@ -7,6 +7,8 @@
 #include <QPlainTextEdit>
 
 class MarkdownHighlighter;
+class QPainter;
+class QTextBlock;
 
 // The editor's text widget: plain text coloured by a MarkdownHighlighter, with the
 // Markdown assists on Return, Tab and Shift+Tab, the wrap and link commands, and
@@ -39,6 +41,7 @@ public:
 
 protected:
     bool event(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     bool canInsertFromMimeData(const QMimeData *source) const override;
     void insertFromMimeData(const QMimeData *source) override;
@@ -50,6 +53,10 @@ private:
     // Shift+Tab: outdents a list item, and otherwise does nothing, keeping focus here.
     void outdentOrStay(QKeyEvent *event);
     bool pasteImages(const QMimeData *source);
+    // Fenced code and the selection filled over whole line boxes, spacing included,
+    // under what the plain view paints per line.
+    void paintUnderText(QPainter &painter, const QRect &area);
+    bool isFenced(const QTextBlock &block) const;
 
     MarkdownHighlighter *m_highlighter;
     std::function<QString()> m_documentPath;

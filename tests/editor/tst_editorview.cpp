@@ -51,6 +51,7 @@ private Q_SLOTS:
     void coloursFollowTheAppearance();
     void linesAreSpacedAndClicksFindTheirCharacter_data();
     void linesAreSpacedAndClicksFindTheirCharacter();
+    void spaceBetweenLinesIsFilledUnderSelectionAndFences();
 };
 
 void TestEditorView::scrollingIntoAWrappedParagraph()
@@ -205,4 +206,26 @@ void TestEditorView::linesAreSpacedAndClicksFindTheirCharacter()
 }
 
 QTEST_MAIN(TestEditorView)
+void TestEditorView::spaceBetweenLinesIsFilledUnderSelectionAndFences()
+{
+    auto view = shown(u"```\ncode one\ncode two\n```\nplain one\nplain two\nplain three"_s);
+    QTextCursor selection(view->document()->findBlockByNumber(4));
+    selection.movePosition(QTextCursor::Down, QTextCursor::KeepAnchor);
+    selection.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+    view->setTextCursor(selection);
+    const QImage image = view->viewport()->grab().toImage();
+    // In the space below a line's text, a little in from the left.
+    const auto gapBelow = [&](int blockNumber) {
+        const QRect caret =
+            view->cursorRect(QTextCursor(view->document()->findBlockByNumber(blockNumber)));
+        return image.pixelColor(caret.left() + 3, caret.bottom() + 1 + caret.height() / 10);
+    };
+    const QColor background = view->palette().color(QPalette::Base);
+    const QColor highlight = view->palette().color(
+        view->hasFocus() ? QPalette::Active : QPalette::Inactive, QPalette::Highlight);
+    QCOMPARE(gapBelow(4), highlight);
+    QVERIFY(gapBelow(1) != background);
+    QCOMPARE(gapBelow(6), background);
+}
+
 #include "tst_editorview.moc"

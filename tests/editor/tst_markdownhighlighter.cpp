@@ -97,13 +97,13 @@ void TestMarkdownHighlighter::styles_data()
         << u"text\n\n---\ntitle: x\n---\n"_s << u"title: x"_s << u"base/base"_s;
     QTest::newRow("rule") << u"text\n\n---\n"_s << u"---"_s << u"base/muted"_s;
     const QString fenced = u"a\n```\n# not a heading\n```\n# yes\n"_s;
-    QTest::newRow("inside a fence") << fenced << u"# not a heading"_s << u"base/secondary+bg"_s;
+    QTest::newRow("inside a fence") << fenced << u"# not a heading"_s << u"base/secondary"_s;
     QTest::newRow("after a fence") << fenced << u"yes"_s << u"strong/base"_s;
-    QTest::newRow("unclosed fence") << u"a\n~~~js\n*x*\n\nb"_s << u"b"_s << u"base/secondary+bg"_s;
+    QTest::newRow("unclosed fence") << u"a\n~~~js\n*x*\n\nb"_s << u"b"_s << u"base/secondary"_s;
     QTest::newRow("four do not close three")
-        << u"```\nc\n````\n*x*\n"_s << u"*x*"_s << u"base/secondary+bg"_s;
+        << u"```\nc\n````\n*x*\n"_s << u"*x*"_s << u"base/secondary"_s;
     QTest::newRow("comment in a fence")
-        << u"```\n<!-- c -->\n```\n"_s << u"<!-- c -->"_s << u"base/secondary+bg"_s;
+        << u"```\n<!-- c -->\n```\n"_s << u"<!-- c -->"_s << u"base/secondary"_s;
     QTest::newRow("comment touching a fence")
         << u"<!-- a `b`\n```\n-->\n```\n"_s << u"`b`"_s << u"base/code+bg"_s;
     QTest::newRow("comment mutes colours")
@@ -170,7 +170,7 @@ void TestMarkdownHighlighter::editsRestyleTheLinesTheyReach_data()
 
     const QString text = u"intro\n\n# later\n\nend *x*\n"_s;
     QTest::newRow("opening a fence")
-        << text << 6 << u"```\n"_s << u"# later"_s << u"base/secondary+bg"_s;
+        << text << 6 << u"```\n"_s << u"# later"_s << u"base/secondary"_s;
     QTest::newRow("closing a fence")
         << u"```\na\n\n# h\n"_s << 6 << u"```\n"_s << u"h"_s << u"strong/base"_s;
     QTest::newRow("opening a comment")
