@@ -44,6 +44,16 @@ public:
     ~BusyCursor() { QApplication::restoreOverrideCursor(); }
 };
 
+// An export's answer: a failure is told in the window, if it is still open.
+DocumentExport::Done reportFailure(DocumentWindow *window, const QString &path)
+{
+    return [window = QPointer<DocumentWindow>(window), path](bool ok, const QString &error) {
+        if (!ok && window)
+            WarningAlert::show(
+                window, tr("“%1” could not be exported.").arg(QFileInfo(path).fileName()), error);
+    };
+}
+
 void exportHTML(DocumentWindow *window)
 {
     DocumentTab *tab = window->currentTab();
@@ -56,20 +66,12 @@ void exportHTML(DocumentWindow *window)
     dialog->setDefaultSuffix(QStringLiteral("html"));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     QPointer<DocumentController> controller = tab->controller();
-    QObject::connect(
-        dialog, &QFileDialog::fileSelected, window, [window, controller](const QString &path) {
-            if (!controller)
-                return;
-            DocumentExport::writeHTML(
-                controller, path,
-                [window = QPointer<DocumentWindow>(window), path](bool ok, const QString &error) {
-                    if (!ok && window)
-                        WarningAlert::show(
-                            window,
-                            tr("“%1” could not be exported.").arg(QFileInfo(path).fileName()),
-                            error);
-                });
-        });
+    QObject::connect(dialog, &QFileDialog::fileSelected, window,
+                     [window, controller](const QString &path) {
+                         if (!controller)
+                             return;
+                         DocumentExport::writeHTML(controller, path, reportFailure(window, path));
+                     });
     dialog->open();
 }
 
@@ -92,24 +94,17 @@ void exportPDF(DocumentWindow *window)
     if (auto *grid = qobject_cast<QGridLayout *>(dialog->layout()))
         grid->addWidget(keepDark, grid->rowCount(), 0, 1, grid->columnCount());
     QPointer<DocumentTab> target(tab);
-    QObject::connect(
-        dialog, &QFileDialog::fileSelected, window,
-        [window, target, keepDark](const QString &path) {
-            if (!target)
-                return;
-            auto busy = std::make_shared<BusyCursor>();
-            DocumentExport::writePDF(
-                target->controller(), target->view()->previewPage(), path,
-                keepDark->isChecked() ? Appearance::Dark : Appearance::Light,
-                [window = QPointer<DocumentWindow>(window), path, busy](bool ok,
-                                                                        const QString &error) {
-                    if (!ok && window)
-                        WarningAlert::show(
-                            window,
-                            tr("“%1” could not be exported.").arg(QFileInfo(path).fileName()),
-                            error);
-                });
-        });
+    QObject::connect(dialog, &QFileDialog::fileSelected, window,
+                     [window, target, keepDark](const QString &path) {
+                         if (!target)
+                             return;
+                         auto busy = std::make_shared<BusyCursor>();
+                         DocumentExport::writePDF(
+                             target->controller(), target->view()->previewPage(), path,
+                             keepDark->isChecked() ? Appearance::Dark : Appearance::Light,
+                             [report = reportFailure(window, path),
+                              busy](bool ok, const QString &error) { report(ok, error); });
+                     });
     dialog->open();
 }
 
