@@ -13,7 +13,7 @@
 #include "editor/FormatMenu.h"
 #include "FolderOpener.h"
 #include "SearchCommands.h"
-#include "workspace/FolderOpening.h"
+#include "workspace/FolderOpenRules.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -181,7 +181,7 @@ void DocumentWindow::updateRecentMenu()
         });
         action->setToolTip(path);
         action->setStatusTip(path);
-        if (FolderOpening::isFolder(path))
+        if (FolderOpenRules::isFolder(path))
             action->setIcon(QIcon::fromTheme(QStringLiteral("folder")));
     }
     if (recent.isEmpty())
