@@ -327,7 +327,7 @@ void DocumentWindow::updateForCurrentTab()
     m_sidebarAction->setShortcut(editing ? QKeySequence(tr("Ctrl+Alt+S"))
                                          : QKeySequence(tr("Ctrl+B")));
     m_modeAction->setToolTip(editing ? tr("Back to reading (Ctrl+E)") : tr("Edit (Ctrl+E)"));
-    updateFormatCommands(this, editing);
+    Lumo::Editor::updateFormatCommands(this, editing);
 }
 
 bool DocumentWindow::confirmClose(DocumentTab *tab)

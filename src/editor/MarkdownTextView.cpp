@@ -15,6 +15,8 @@
 #include <QTextBlock>
 #include <QUrl>
 
+namespace Lumo::Editor {
+
 using namespace MarkdownEditing;
 
 namespace {
@@ -253,3 +255,5 @@ bool MarkdownTextView::pasteImages(const QMimeData *source)
     return apply(
         {selected.location, selected.length, inserted, selected.location + inserted.size(), 0});
 }
+
+} // namespace Lumo::Editor

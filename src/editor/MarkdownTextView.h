@@ -6,6 +6,8 @@
 #include <functional>
 #include <QPlainTextEdit>
 
+namespace Lumo::Editor {
+
 class MarkdownHighlighter;
 
 // The editor's text widget: plain text coloured by a MarkdownHighlighter, with the
@@ -54,3 +56,5 @@ private:
     MarkdownHighlighter *m_highlighter;
     std::function<QString()> m_documentPath;
 };
+
+} // namespace Lumo::Editor

@@ -8,7 +8,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace MarkdownEditing;
+using namespace Lumo::Editor;
+using namespace Lumo::Editor::MarkdownEditing;
 
 namespace {
 

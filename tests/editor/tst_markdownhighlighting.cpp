@@ -5,7 +5,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace MarkdownHighlighting;
+using namespace Lumo::Editor;
+using namespace Lumo::Editor::MarkdownHighlighting;
 
 namespace {
 

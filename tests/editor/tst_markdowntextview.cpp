@@ -14,6 +14,7 @@
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
+using namespace Lumo::Editor;
 
 namespace {
 
