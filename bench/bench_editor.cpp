@@ -16,6 +16,8 @@
 #include <QTextBlock>
 #include <vector>
 
+using namespace Lumo::Editor;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;

@@ -12,7 +12,7 @@
 #include "OpenTarget.h"
 #include "RevealWhenReady.h"
 #include "WindowMenus.h"
-#include "workspace/FolderOpening.h"
+#include "workspace/FolderOpenRules.h"
 
 #include <cstdio>
 #include <QApplication>
@@ -140,7 +140,7 @@ int Application::openFiles(const QStringList &paths, DocumentWindow *window)
 {
     int opened = 0;
     for (const QString &path : paths) {
-        if (FolderOpening::isFolder(path)) {
+        if (FolderOpenRules::isFolder(path)) {
             openFolder(path, window);
             ++opened;
             continue;

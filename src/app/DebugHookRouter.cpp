@@ -2,12 +2,12 @@
 
 #include "base/DebugHooks.h"
 #include "document/DocumentExport.h"
-#include "DocumentTab.h"
-#include "DocumentWindow.h"
 #include "document/PreviewView.h"
 #include "document/TabPanels.h"
-#include "WindowProbe.h"
+#include "DocumentTab.h"
+#include "DocumentWindow.h"
 #include "FolderOpener.h"
+#include "WindowProbe.h"
 
 #include <cstdio>
 #include <QAction>

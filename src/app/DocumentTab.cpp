@@ -6,11 +6,11 @@
 #include "document/EmptyHint.h"
 #include "document/FindBar.h"
 #include "document/PreviewPage.h"
+#include "document/PreviewView.h"
 #include "document/TabNotice.h"
+#include "document/TabPanels.h"
 #include "DocumentWindow.h"
 #include "editor/EditorView.h"
-#include "document/PreviewView.h"
-#include "document/TabPanels.h"
 #include "workspace/SidebarView.h"
 #include "WorkspaceCommands.h"
 
@@ -21,6 +21,8 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 #include <QWebEngineFindTextResult>
+
+using Lumo::Editor::EditorView;
 
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)
     : QWidget(parent)

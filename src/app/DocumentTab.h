@@ -30,7 +30,7 @@ public:
     PreviewView *view() const { return m_view; }
     TabPanels *panels() const { return m_panels; }
     OpenDocument *document() const { return m_controller->document(); }
-    EditorView *editor() const { return m_editor; }
+    Lumo::Editor::EditorView *editor() const { return m_editor; }
 
     // Gives the keyboard to the document: the editor while editing, else the page.
     // Unless `always`, leaves it where it is while the user types in this tab's
@@ -84,7 +84,7 @@ private:
     QShortcut *m_closeFind = nullptr;
     QSplitter *m_panes;
     QWidget *m_editorPane;
-    EditorView *m_editor;
+    Lumo::Editor::EditorView *m_editor;
     // While the document takes an edit typed in the editor.
     bool m_takingEdit = false;
 };

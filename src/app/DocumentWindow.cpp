@@ -13,7 +13,7 @@
 #include "editor/FormatMenu.h"
 #include "FolderOpener.h"
 #include "SearchCommands.h"
-#include "workspace/FolderOpening.h"
+#include "workspace/FolderOpenRules.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -181,7 +181,7 @@ void DocumentWindow::updateRecentMenu()
         });
         action->setToolTip(path);
         action->setStatusTip(path);
-        if (FolderOpening::isFolder(path))
+        if (FolderOpenRules::isFolder(path))
             action->setIcon(QIcon::fromTheme(QStringLiteral("folder")));
     }
     if (recent.isEmpty())
@@ -327,7 +327,7 @@ void DocumentWindow::updateForCurrentTab()
     m_sidebarAction->setShortcut(editing ? QKeySequence(tr("Ctrl+Alt+S"))
                                          : QKeySequence(tr("Ctrl+B")));
     m_modeAction->setToolTip(editing ? tr("Back to reading (Ctrl+E)") : tr("Edit (Ctrl+E)"));
-    updateFormatCommands(this, editing);
+    Lumo::Editor::updateFormatCommands(this, editing);
 }
 
 bool DocumentWindow::confirmClose(DocumentTab *tab)

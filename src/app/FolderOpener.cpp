@@ -5,7 +5,7 @@
 #include "document/TabPanels.h"
 #include "DocumentTab.h"
 #include "DocumentWindow.h"
-#include "workspace/FolderOpening.h"
+#include "workspace/FolderOpenRules.h"
 #include "workspace/Workspace.h"
 
 #include <QCoreApplication>
@@ -43,7 +43,7 @@ public:
     void accept() override
     {
         const QStringList files = selectedFiles();
-        if (files.size() == 1 && FolderOpening::isFolder(files.constFirst())) {
+        if (files.size() == 1 && FolderOpenRules::isFolder(files.constFirst())) {
             Q_EMIT filesSelected(files);
             QDialog::accept();
             return;
@@ -75,7 +75,7 @@ void open(const QString &folder, const QList<DocumentWindow *> &windows, QWidget
         QStringList paths;
         for (const DocumentTab *tab : std::as_const(tabs))
             paths.append(tab->document()->path());
-        if (const auto index = FolderOpening::showingDocument(path, paths)) {
+        if (const auto index = FolderOpenRules::showingDocument(path, paths)) {
             DocumentTab *tab = tabs.at(*index);
             tab->panels()->setSidebarVisible(true);
             window->showTab(tab);
@@ -84,14 +84,14 @@ void open(const QString &folder, const QList<DocumentWindow *> &windows, QWidget
     }
 
     QPointer<QWidget> parent(alertParent);
-    FolderOpening::findFirstFile(path, alertParent, [path, parent, openFile](auto file) {
+    FolderOpenRules::findFirstFile(path, alertParent, [path, parent, openFile](auto file) {
         if (file) {
             openFile(*file);
             return;
         }
         auto *box = new QMessageBox(QMessageBox::Information, QStringLiteral("Lumo"),
-                                    FolderOpening::noFilesText(path), QMessageBox::Ok, parent);
-        box->setInformativeText(FolderOpening::noFilesDetail());
+                                    FolderOpenRules::noFilesText(path), QMessageBox::Ok, parent);
+        box->setInformativeText(FolderOpenRules::noFilesDetail());
         box->setAttribute(Qt::WA_DeleteOnClose);
         box->setWindowModality(parent ? Qt::WindowModal : Qt::ApplicationModal);
         box->open();
@@ -107,7 +107,7 @@ QFileDialog *openDialog(QWidget *parent)
             QCoreApplication::translate("FolderOpener", "All files (*)"));
     dialog->setFileMode(QFileDialog::ExistingFiles);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    addMessage(dialog, FolderOpening::openDialogMessage());
+    addMessage(dialog, FolderOpenRules::openDialogMessage());
     return dialog;
 }
 
@@ -117,7 +117,7 @@ QFileDialog *folderDialog(QWidget *parent)
     dialog->setFileMode(QFileDialog::Directory);
     dialog->setOption(QFileDialog::ShowDirsOnly);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    addMessage(dialog, FolderOpening::chooseFolderMessage());
+    addMessage(dialog, FolderOpenRules::chooseFolderMessage());
     return dialog;
 }
 

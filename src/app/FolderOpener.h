@@ -9,7 +9,7 @@ class QFileDialog;
 class QWidget;
 
 // The windows' side of opening folders: the dialogs that choose them and the steps
-// that follow a choice. Main thread only.
+// that follow a choice, by the rules of workspace/FolderOpenRules. Main thread only.
 namespace FolderOpener {
 
 // Opens `folder` for browsing: remembers it, lists it under Open Recent and turns the

@@ -4,8 +4,8 @@
 #include "DocumentTab.h"
 #include "DocumentWindow.h"
 #include "EditCommands.h"
-#include "ExportCommands.h"
 #include "editor/FormatMenu.h"
+#include "ExportCommands.h"
 #include "HelpMenu.h"
 #include "PreferenceCommands.h"
 #include "SearchCommands.h"
@@ -81,7 +81,7 @@ void build(DocumentWindow *window)
     PreferenceCommands::create(window);
     DesktopCommands::create(window);
     HelpMenu::create(window);
-    addFormatCommands(window, [window] {
+    Lumo::Editor::addFormatCommands(window, [window] {
         DocumentTab *tab = window->currentTab();
         return tab ? tab->editor() : nullptr;
     });

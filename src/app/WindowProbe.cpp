@@ -17,8 +17,12 @@ namespace {
 QString focusRole(const DocumentWindow *window)
 {
     static const QList<std::pair<const char *, const char *>> roles{
-        {"FindBar", "find"},       {"OutlinePopover", "outline"}, {"QuickOpenPanel", "quickOpen"},
-        {"SearchPanel", "search"}, {"SidebarView", "sidebar"},    {"EditorView", "editor"},
+        {"FindBar", "find"},
+        {"OutlinePopover", "outline"},
+        {"QuickOpenPanel", "quickOpen"},
+        {"SearchPanel", "search"},
+        {"SidebarView", "sidebar"},
+        {"Lumo::Editor::EditorView", "editor"},
         {"QWebEngineView", "page"}};
     const QWidget *focus = QApplication::focusWidget();
     if (!focus)

@@ -320,7 +320,8 @@ void DocumentController::toggleTask(int line, bool checked, qint64 revision)
     // A click on a page older than the text would tick the wrong line.
     if (revision != m_renderRevision || !m_document)
         return;
-    if (const auto text = MarkdownEditing::toggledTask(m_document->text(), line, checked)) {
+    if (const auto text =
+            Lumo::Editor::MarkdownEditing::toggledTask(m_document->text(), line, checked)) {
         m_document->setText(*text);
         scheduleRender(true);
     }

@@ -10,6 +10,8 @@
 #include <QScrollBar>
 #include <QTextBlock>
 
+namespace Lumo::Editor {
+
 namespace {
 
 // Where stepping `line` lines down from the start of the text stops: that line's
@@ -171,3 +173,5 @@ void EditorView::placeCaretAtLine(QPlainTextEdit *view, int line)
     cursor.setPosition(positionOfLine(view->document(), std::max(line, 0)));
     view->setTextCursor(cursor);
 }
+
+} // namespace Lumo::Editor

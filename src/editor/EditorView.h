@@ -4,6 +4,8 @@
 
 #include <optional>
 
+namespace Lumo::Editor {
+
 // The editing face of a document: the Markdown text view bound to the document's text
 // both ways, coloured at the document's zoom, following light and dark, and reporting
 // the source line at its top for scroll synchronisation.
@@ -53,3 +55,5 @@ private:
     bool m_settingText = false;
     double m_reportedTopLine = 0;
 };
+
+} // namespace Lumo::Editor

@@ -5,6 +5,8 @@
 #include <QAction>
 #include <QCoreApplication>
 
+namespace Lumo::Editor {
+
 namespace {
 
 const char *const commandNames[] = {"bold", "italic", "strikethrough", "code", "link"};
@@ -48,3 +50,5 @@ void updateFormatCommands(QWidget *window, bool editing)
             item->setEnabled(editing);
     }
 }
+
+} // namespace Lumo::Editor

@@ -7,7 +7,7 @@
 #include <QTemporaryFile>
 #include <QUrl>
 
-namespace MarkdownEditing {
+namespace Lumo::Editor::MarkdownEditing {
 
 namespace {
 
@@ -187,4 +187,4 @@ std::optional<QString> saveAsset(const QByteArray &data, const QString &extensio
     return QStringLiteral("assets/") + name;
 }
 
-} // namespace MarkdownEditing
+} // namespace Lumo::Editor::MarkdownEditing

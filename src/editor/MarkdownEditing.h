@@ -7,7 +7,7 @@
 // Markdown-aware text transformations of the editor, on strings: each says which
 // characters to replace and where the selection goes afterwards, and the text view
 // applies that as one undo step. Positions are UTF-16 code units.
-namespace MarkdownEditing {
+namespace Lumo::Editor::MarkdownEditing {
 
 struct TextChange
 {
@@ -57,4 +57,4 @@ QString imageLink(const QString &path, const QString &alt);
 std::optional<QString> saveAsset(const QByteArray &data, const QString &extension,
                                  const QString &documentPath, const QDateTime &now);
 
-} // namespace MarkdownEditing
+} // namespace Lumo::Editor::MarkdownEditing

@@ -12,6 +12,8 @@
 #include <QTextDocument>
 #include <QTextLayout>
 
+namespace Lumo::Editor {
+
 using namespace MarkdownHighlighting;
 
 namespace {
@@ -242,3 +244,5 @@ void MarkdownHighlighter::apply(Range range)
     }
     m_document->markContentsDirty(static_cast<int>(range.location), static_cast<int>(range.length));
 }
+
+} // namespace Lumo::Editor

@@ -13,6 +13,8 @@
 class QPalette;
 class QTextDocument;
 
+namespace Lumo::Editor {
+
 // Colours a plain-text document as Markdown while it is edited. After each change of
 // characters it rescans for fences, front matter and comments only around the change,
 // and restyles only the lines the change can have affected. When those are many (a
@@ -93,3 +95,5 @@ private:
     double m_scale = 1.0;
     Palette m_palette;
 };
+
+} // namespace Lumo::Editor

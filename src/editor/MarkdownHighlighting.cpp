@@ -5,7 +5,7 @@
 #include <QSet>
 #include <vector>
 
-namespace MarkdownHighlighting {
+namespace Lumo::Editor::MarkdownHighlighting {
 
 namespace {
 
@@ -486,4 +486,4 @@ QList<StyleRun> style(QStringView text, const QList<Block> &blocks, Range range)
     return canvas.runs();
 }
 
-} // namespace MarkdownHighlighting
+} // namespace Lumo::Editor::MarkdownHighlighting

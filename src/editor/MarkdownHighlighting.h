@@ -9,7 +9,7 @@
 // multi-line blocks of a text, the lines an edit can have restyled, and the styles
 // of a range as runs of abstract roles. Positions are UTF-16 code units.
 // Stateless; the compiled rules are shared and safe to use from any thread.
-namespace MarkdownHighlighting {
+namespace Lumo::Editor::MarkdownHighlighting {
 
 struct Range
 {
@@ -96,4 +96,4 @@ Range wholeLines(QStringView text, Range range);
 // The styles of range as contiguous runs covering it, equal neighbours joined.
 QList<StyleRun> style(QStringView text, const QList<Block> &blocks, Range range);
 
-} // namespace MarkdownHighlighting
+} // namespace Lumo::Editor::MarkdownHighlighting

@@ -18,6 +18,8 @@
 #include <QTextBlock>
 #include <QUrl>
 
+namespace Lumo::Editor {
+
 using namespace MarkdownEditing;
 
 namespace {
@@ -337,3 +339,5 @@ bool MarkdownTextView::pasteImages(const QMimeData *source)
     return apply(
         {selected.location, selected.length, inserted, selected.location + inserted.size(), 0});
 }
+
+} // namespace Lumo::Editor

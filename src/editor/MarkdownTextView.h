@@ -6,6 +6,8 @@
 #include <functional>
 #include <QPlainTextEdit>
 
+namespace Lumo::Editor {
+
 class MarkdownHighlighter;
 class QPainter;
 class QTextBlock;
@@ -61,3 +63,5 @@ private:
     MarkdownHighlighter *m_highlighter;
     std::function<QString()> m_documentPath;
 };
+
+} // namespace Lumo::Editor

@@ -4,6 +4,8 @@
 #include <QTextDocument>
 #include <QTextLayout>
 
+namespace Lumo::Editor {
+
 SpacedLineLayout::SpacedLineLayout(QTextDocument *document, qreal lineHeight)
     : QPlainTextDocumentLayout(document)
     , m_lineHeight(lineHeight)
@@ -30,3 +32,5 @@ QRectF SpacedLineLayout::blockBoundingRect(const QTextBlock &block) const
     rect.setHeight(y + (last ? document()->documentMargin() : 0));
     return rect;
 }
+
+} // namespace Lumo::Editor

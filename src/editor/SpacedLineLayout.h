@@ -2,6 +2,8 @@
 
 #include <QPlainTextDocumentLayout>
 
+namespace Lumo::Editor {
+
 // The plain-text layout with lines spaced at a multiple of their height, which the
 // plain layout cannot do: it ignores the blocks' line height. Each block is laid out
 // as usual, then its lines are moved apart, half the extra space above each line and
@@ -21,3 +23,5 @@ public:
 private:
     qreal m_lineHeight;
 };
+
+} // namespace Lumo::Editor

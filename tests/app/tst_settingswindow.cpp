@@ -1,11 +1,11 @@
 #include "app/SettingsWindow.h"
 #include "app/ThemeSwatch.h"
 #include "base/Preferences.h"
+#include "support/LumoHome.h"
 
 #include <QCheckBox>
 #include <QLabel>
 #include <QSlider>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -34,7 +34,7 @@ private:
     QList<QAbstractButton *> buttonsOf(const QString &picker) const;
     QStringList checkedIn(const QString &picker) const;
 
-    QTemporaryDir m_home;
+    LumoHome m_home;
     std::unique_ptr<SettingsWindow> m_window;
 };
 
@@ -42,8 +42,7 @@ void TestSettingsWindow::initTestCase()
 {
     // Before anything asks for Preferences::shared(), so the user's own store is safe.
     QVERIFY(m_home.isValid());
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_home.filePath(u"config"_s)));
-    qputenv("XDG_DATA_HOME", QFile::encodeName(m_home.filePath(u"data"_s)));
+    m_home.useForThisProcess();
     QVERIFY(Preferences::defaultFilePath().startsWith(m_home.path()));
 }
 

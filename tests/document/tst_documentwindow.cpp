@@ -20,6 +20,7 @@
 #include <QPlainTextEdit>
 
 using namespace Qt::StringLiterals;
+using Lumo::Editor::EditorView;
 
 class TestDocumentWindow : public QObject
 {

@@ -104,8 +104,8 @@ class TestFileWatcher : public QObject
 private Q_SLOTS:
     void init();
     // First: the process's shared inotify descriptor must not exist yet.
-    void usedUpInstancesAreToldAndRetried();
-    void usedUpWatchesAreToldAndRetried();
+    void usedUpInotifyIsToldAndRetried_data();
+    void usedUpInotifyIsToldAndRetried();
     void followsSymbolicLinksAndTheirRetargeting();
     void burstsOfWritesGiveOneCall_data();
     void burstsOfWritesGiveOneCall();
@@ -323,36 +323,22 @@ void TestFileWatcher::noDescriptorLeak()
     QCOMPARE(kernelWatches(), watchesBefore);
 }
 
-void TestFileWatcher::usedUpInstancesAreToldAndRetried()
+void TestFileWatcher::usedUpInotifyIsToldAndRetried_data()
 {
-    const QString file = path(u"doc.md"_s);
-    write(file, "v1"_ba);
-    QSignalSpy blocked(m_watcher.get(), &FileWatcher::blockedChanged);
-    {
-        const InotifyHog hog(InotifyHog::Resource::Instances, m_dir->path());
-        QVERIFY(hog.isHolding());
-        m_watcher->watch(file);
-        QVERIFY(!m_watcher->isAttached());
-        QVERIFY(m_watcher->isBlocked());
-        write(file, "v2"_ba, QIODevice::Append);
-    }
-    QTRY_VERIFY(m_watcher->isAttached());
-    QVERIFY(!m_watcher->isBlocked());
-    QCOMPARE(blocked.count(), 2);
-    // A change may have been missed meanwhile.
-    QTRY_COMPARE(m_calls, 1);
-    write(file, "v3"_ba, QIODevice::Append);
-    QTRY_COMPARE(m_calls, 2);
+    QTest::addColumn<InotifyHog::Resource>("resource");
+    QTest::newRow("instances") << InotifyHog::Resource::Instances;
+    QTest::newRow("watches") << InotifyHog::Resource::Watches;
 }
 
-void TestFileWatcher::usedUpWatchesAreToldAndRetried()
+void TestFileWatcher::usedUpInotifyIsToldAndRetried()
 {
+    QFETCH(InotifyHog::Resource, resource);
     const QString file = path(u"doc.md"_s);
     write(file, "v1"_ba);
     QVERIFY(QDir(m_dir->path()).mkdir(u"hog"_s));
     QSignalSpy blocked(m_watcher.get(), &FileWatcher::blockedChanged);
     {
-        const InotifyHog hog(InotifyHog::Resource::Watches, path(u"hog"_s));
+        const InotifyHog hog(resource, path(u"hog"_s));
         QVERIFY(hog.isHolding());
         m_watcher->watch(file);
         QVERIFY(!m_watcher->isAttached());
@@ -362,12 +348,14 @@ void TestFileWatcher::usedUpWatchesAreToldAndRetried()
         QVERIFY(!m_watcher->isBlocked());
         m_watcher->watch(file);
         QVERIFY(m_watcher->isBlocked());
+        write(file, "v2"_ba, QIODevice::Append);
     }
     QTRY_VERIFY(m_watcher->isAttached());
     QVERIFY(!m_watcher->isBlocked());
     QCOMPARE(blocked.count(), 4);
+    // A change may have been missed meanwhile.
     QTRY_COMPARE(m_calls, 1);
-    write(file, "v2"_ba, QIODevice::Append);
+    write(file, "v3"_ba, QIODevice::Append);
     QTRY_COMPARE(m_calls, 2);
 }
 

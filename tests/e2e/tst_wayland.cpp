@@ -2,12 +2,12 @@
 // display, nothing but the session type to say Wayland. Its platform, application
 // id, single-instance socket and Open dialog are checked. Skipped when Weston or
 // Qt's Wayland plugin (qt6-wayland) is missing.
-#include <QDir>
+#include "support/LumoHome.h"
+
 #include <QFile>
 #include <QLibraryInfo>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -26,9 +26,8 @@ private:
     // Runs a short-lived lumo (a later launch or --post) to completion.
     int run(const QStringList &arguments);
     bool outputHas(const QByteArray &text, int timeoutMilliseconds = 20000);
-    QString fixture(const QString &name, const QByteArray &bytes);
 
-    std::unique_ptr<QTemporaryDir> m_home;
+    std::unique_ptr<LumoHome> m_home;
     std::unique_ptr<QProcess> m_weston;
     std::unique_ptr<QProcess> m_lumo;
     QByteArray m_output;
@@ -43,16 +42,9 @@ void TestWayland::init()
                        u"/platforms/libqwayland-generic.so"_s))
         QSKIP("Qt's Wayland plugin is not installed (Debian package qt6-wayland)");
 
-    m_home = std::make_unique<QTemporaryDir>();
+    m_home = std::make_unique<LumoHome>();
     QVERIFY(m_home->isValid());
-    QVERIFY(QDir(m_home->path()).mkpath(u"run"_s));
-    QVERIFY(QDir(m_home->path()).mkpath(u"config/Lumo"_s));
-    QFile::setPermissions(m_home->filePath(u"run"_s),
-                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    QFile conf(m_home->filePath(u"config/Lumo/Lumo.conf"_s));
-    QVERIFY(conf.open(QIODevice::WriteOnly));
-    conf.write("[General]\nlaunchedBefore=true\ndebugHooks=true\naskedToBeDefault=true\n");
-    conf.close();
+    QVERIFY(m_home->writeSettings("debugHooks=true\naskedToBeDefault=true\n"));
 
     m_weston = std::make_unique<QProcess>();
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -81,14 +73,11 @@ void TestWayland::cleanup()
 
 QProcessEnvironment TestWayland::environment() const
 {
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    for (const QString &name : {u"DISPLAY"_s, u"QT_QPA_PLATFORM"_s, u"LUMO_DATA_DIR"_s})
+    QProcessEnvironment env = m_home->environment();
+    for (const QString &name : {u"DISPLAY"_s, u"QT_QPA_PLATFORM"_s})
         env.remove(name);
     env.insert(u"XDG_SESSION_TYPE"_s, u"wayland"_s);
     env.insert(u"WAYLAND_DISPLAY"_s, u"lumo-test"_s);
-    env.insert(u"XDG_RUNTIME_DIR"_s, m_home->filePath(u"run"_s));
-    env.insert(u"XDG_CONFIG_HOME"_s, m_home->filePath(u"config"_s));
-    env.insert(u"XDG_DATA_HOME"_s, m_home->filePath(u"data"_s));
     // Weston's headless backend offers no seat, and Qt 6.4's Wayland text input
     // then crashes (in QWaylandInputDevice::textInput) as soon as a text field
     // draws its cursor. A desktop session always has a seat; here text input goes
@@ -99,24 +88,12 @@ QProcessEnvironment TestWayland::environment() const
 
 int TestWayland::run(const QStringList &arguments)
 {
-    QProcess process;
-    process.setProcessEnvironment(environment());
-    process.start(QStringLiteral(LUMO_BINARY), arguments);
-    process.closeWriteChannel();
-    return process.waitForFinished(30000) ? process.exitCode() : -1;
+    return LumoHome::run(environment(), QStringLiteral(LUMO_BINARY), arguments);
 }
 
 bool TestWayland::outputHas(const QByteArray &text, int timeoutMilliseconds)
 {
     return QTest::qWaitFor([&] { return m_output.contains(text); }, timeoutMilliseconds);
-}
-
-QString TestWayland::fixture(const QString &name, const QByteArray &bytes)
-{
-    QFile file(m_home->filePath(name));
-    if (file.open(QIODevice::WriteOnly))
-        file.write(bytes);
-    return file.fileName();
 }
 
 void TestWayland::runsAsANativeClient()
@@ -125,7 +102,7 @@ void TestWayland::runsAsANativeClient()
     m_lumo->setProcessEnvironment(environment());
     connect(m_lumo.get(), &QProcess::readyReadStandardOutput, this,
             [this] { m_output += m_lumo->readAllStandardOutput(); });
-    m_lumo->start(QStringLiteral(LUMO_BINARY), {fixture(u"first.md"_s, "# First\n")});
+    m_lumo->start(QStringLiteral(LUMO_BINARY), {m_home->fixture(u"first.md"_s, "# First\n")});
     QVERIFY(m_lumo->waitForStarted());
     // Running once a posted notification reaches it through its socket.
     QVERIFY(QTest::qWaitFor(
@@ -138,7 +115,7 @@ void TestWayland::runsAsANativeClient()
     QVERIFY2(outputHas("Lumo platform: wayland, app id lumo\n"), m_output.constData());
 
     // A later launch on the same session hands its file to the running Lumo.
-    QCOMPARE(run({fixture(u"second.md"_s, "# Second\n")}), 0);
+    QCOMPARE(run({m_home->fixture(u"second.md"_s, "# Second\n")}), 0);
     QVERIFY(QTest::qWaitFor(
         [this] {
             run({u"--post"_s, u"lumoapp.debug.jsEveryPage"_s,

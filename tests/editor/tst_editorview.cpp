@@ -10,6 +10,7 @@
 #include <QTextBlock>
 
 using namespace Qt::StringLiterals;
+using namespace Lumo::Editor;
 
 namespace {
 

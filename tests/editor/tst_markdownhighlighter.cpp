@@ -10,6 +10,7 @@
 #include <QTextLayout>
 
 using namespace Qt::StringLiterals;
+using namespace Lumo::Editor;
 
 namespace {
 

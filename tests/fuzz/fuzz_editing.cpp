@@ -5,6 +5,8 @@
 
 #include <optional>
 
+using namespace Lumo::Editor;
+
 namespace {
 
 void check(const QString &text, const std::optional<MarkdownEditing::TextChange> &change)

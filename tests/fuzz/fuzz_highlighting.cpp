@@ -10,6 +10,8 @@
 #include <QTextDocument>
 #include <QTextLayout>
 
+using namespace Lumo::Editor;
+
 namespace {
 
 // Every character's look, in order: what is drawn, not how the ranges are cut.

@@ -7,9 +7,10 @@
 #include <QTemporaryDir>
 #include <unistd.h>
 
-// A home of its own for the real lumo in end-to-end tests: settings, data and a
-// private runtime folder (the single-instance socket), the environment that points
-// there, files made in it, and short runs of the program (later launches, hooks).
+// A temporary home for a test: settings, data and a private runtime folder (the
+// single-instance socket), and files made in it. A test in process points its own
+// settings here; an end-to-end test hands the real lumo the environment that points
+// here and makes short runs of it (later launches, hooks).
 class LumoHome
 {
 public:
@@ -22,11 +23,23 @@ public:
     }
 
     bool isValid() const { return m_dir.isValid(); }
+    QString path() const { return m_dir.path(); }
     QString filePath(const QString &name) const { return m_dir.filePath(name); }
     // Where the running lumo listens once it is up.
     QString socketPath() const
     {
         return filePath(QStringLiteral("run/lumo-%1.socket").arg(::getuid()));
+    }
+
+    // The settings file lumo keeps here.
+    QString settingsPath() const { return filePath(QStringLiteral("config/Lumo/Lumo.conf")); }
+
+    // Points this process's settings and data here; called before anything asks for
+    // Preferences::shared(), so that a test never reads or writes the user's own.
+    void useForThisProcess() const
+    {
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(filePath(QStringLiteral("config"))));
+        qputenv("XDG_DATA_HOME", QFile::encodeName(filePath(QStringLiteral("data"))));
     }
 
     // The system's environment, pointed at this home.
@@ -43,7 +56,7 @@ public:
     // The settings file, as "key=value" lines after a first launch.
     bool writeSettings(const QByteArray &lines) const
     {
-        QFile conf(filePath(QStringLiteral("config/Lumo/Lumo.conf")));
+        QFile conf(settingsPath());
         return conf.open(QIODevice::WriteOnly) &&
                conf.write("[General]\nlaunchedBefore=true\n" + lines) >= 0;
     }

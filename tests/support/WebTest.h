@@ -2,11 +2,11 @@
 
 #include "document/PreviewPage.h"
 #include "document/WebEngineSetup.h"
+#include "support/LumoHome.h"
 
 #include <QApplication>
 #include <QJsonValue>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QWebEnginePage>
 
@@ -48,9 +48,8 @@ inline QJsonObject waitForMessage(PreviewPage *page, const QString &type, int ti
 #define LUMO_WEB_TEST_MAIN(TestClass)                                                              \
     int main(int argc, char *argv[])                                                               \
     {                                                                                              \
-        QTemporaryDir home;                                                                        \
-        qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());              \
-        qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toUtf8());                  \
+        const LumoHome home;                                                                       \
+        home.useForThisProcess();                                                                  \
         WebEngineSetup::prepare();                                                                 \
         QApplication app(argc, argv);                                                              \
         TestClass test;                                                                            \

@@ -1,4 +1,5 @@
 #include "base/Preferences.h"
+#include "support/LumoHome.h"
 #include "support/TreeBuilder.h"
 #include "workspace/FolderTree.h"
 
@@ -50,14 +51,14 @@ private:
         return tree;
     }
 
-    QTemporaryDir m_home;
+    LumoHome m_home;
     std::unique_ptr<QTemporaryDir> m_dir;
 };
 
 void TestFolderTree::initTestCase()
 {
     // Before anything asks for Preferences::shared(), so the user's own store is safe.
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_home.filePath(u"config"_s)));
+    m_home.useForThisProcess();
 }
 
 void TestFolderTree::init()

@@ -1,10 +1,10 @@
 #include "base/Preferences.h"
+#include "support/LumoHome.h"
 #include "support/TreeBuilder.h"
 #include "workspace/FolderScanner.h"
 #include "workspace/ReadState.h"
 
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -27,27 +27,27 @@ private:
     TreeNode scannedFile(const QString &relative) const
     {
         TreeNode node;
-        node.url = m_dir->filePath(relative);
+        node.url = m_home->filePath(relative);
         node.path = relative;
         node.modified = QFileInfo(node.url).lastModified().toUTC();
         return node;
     }
 
-    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<LumoHome> m_home;
     std::unique_ptr<Preferences> m_preferences;
 };
 
 void TestReadState::init()
 {
-    m_dir = std::make_unique<QTemporaryDir>();
-    m_preferences = std::make_unique<Preferences>(m_dir->filePath(u"Lumo.conf"_s));
-    QVERIFY(TreeBuilder::make(m_dir->path(), {u"notes/a.md"_s, u"notes/deep/b.md"_s}));
+    m_home = std::make_unique<LumoHome>();
+    m_preferences = std::make_unique<Preferences>(m_home->settingsPath());
+    QVERIFY(TreeBuilder::make(m_home->path(), {u"notes/a.md"_s, u"notes/deep/b.md"_s}));
 }
 
 void TestReadState::marksChangesAfterTheBaseline()
 {
     ReadState state(*m_preferences);
-    const QString folder = m_dir->filePath(u"notes"_s);
+    const QString folder = m_home->filePath(u"notes"_s);
     const QDateTime firstBrowsed = state.baseline(folder);
     QCOMPARE(state.baseline(folder), firstBrowsed);
     // Files already there when the folder is first browsed are read.
@@ -55,8 +55,8 @@ void TestReadState::marksChangesAfterTheBaseline()
 
     // Another program saves b.md after the baseline; the collapsed folder rolls it up.
     const QDateTime baseline = firstBrowsed.addSecs(-120);
-    QVERIFY(TreeBuilder::setModified(m_dir->filePath(u"notes/a.md"_s), baseline.addSecs(-60)));
-    QVERIFY(TreeBuilder::setModified(m_dir->filePath(u"notes/deep/b.md"_s), baseline.addSecs(60)));
+    QVERIFY(TreeBuilder::setModified(m_home->filePath(u"notes/a.md"_s), baseline.addSecs(-60)));
+    QVERIFY(TreeBuilder::setModified(m_home->filePath(u"notes/deep/b.md"_s), baseline.addSecs(60)));
     const FolderScanner::Result tree = FolderScanner::scan(folder);
     const TreeNode deep = tree.nodes.first();
     QVERIFY(state.isUnread(deep, baseline));
@@ -78,7 +78,7 @@ void TestReadState::marksChangesAfterTheBaseline()
 void TestReadState::equalDatesCountAsRead()
 {
     ReadState state(*m_preferences);
-    const QDateTime baseline = state.baseline(m_dir->path());
+    const QDateTime baseline = state.baseline(m_home->path());
     TreeNode file = scannedFile(u"notes/a.md"_s);
     file.modified = baseline;
     QVERIFY(!state.isUnread(file, baseline));
@@ -92,13 +92,13 @@ void TestReadState::equalDatesCountAsRead()
 
 void TestReadState::linkedPathsShareOneEntry()
 {
-    QVERIFY(QFile::link(m_dir->filePath(u"notes"_s), m_dir->filePath(u"linked"_s)));
+    QVERIFY(QFile::link(m_home->filePath(u"notes"_s), m_home->filePath(u"linked"_s)));
     ReadState state(*m_preferences);
-    state.noteViewed(m_dir->filePath(u"linked/a.md"_s));
-    state.noteViewed(m_dir->filePath(u"notes/a.md"_s));
-    QCOMPARE(state.viewed().keys(), QStringList{m_dir->filePath(u"notes/a.md"_s)});
-    QCOMPARE(state.baseline(m_dir->filePath(u"linked"_s)),
-             state.baseline(m_dir->filePath(u"notes"_s)));
+    state.noteViewed(m_home->filePath(u"linked/a.md"_s));
+    state.noteViewed(m_home->filePath(u"notes/a.md"_s));
+    QCOMPARE(state.viewed().keys(), QStringList{m_home->filePath(u"notes/a.md"_s)});
+    QCOMPARE(state.baseline(m_home->filePath(u"linked"_s)),
+             state.baseline(m_home->filePath(u"notes"_s)));
 }
 
 void TestReadState::aBurstOfViewsWritesOnce()
@@ -106,7 +106,7 @@ void TestReadState::aBurstOfViewsWritesOnce()
     ReadState state(*m_preferences);
     QSignalSpy writes(m_preferences.get(), &Preferences::sidebarViewedChanged);
     for (int i = 0; i < 10; ++i)
-        state.noteViewed(m_dir->filePath(u"note%1.md"_s).arg(i));
+        state.noteViewed(m_home->filePath(u"note%1.md"_s).arg(i));
     QCOMPARE(writes.count(), 0);
     QTRY_COMPARE_WITH_TIMEOUT(writes.count(), 1, 2 * ReadState::saveDelayMilliseconds);
     QCOMPARE(m_preferences->sidebarViewed().size(), 10);
@@ -140,21 +140,21 @@ void TestReadState::savesPruneWithHysteresis()
     m_preferences->setSidebarBaselines(storedBaselines);
 
     ReadState state(*m_preferences);
-    state.noteViewed(m_dir->filePath(u"notes/a.md"_s));
-    const QDateTime folderBaseline = state.baseline(m_dir->path());
+    state.noteViewed(m_home->filePath(u"notes/a.md"_s));
+    const QDateTime folderBaseline = state.baseline(m_home->path());
     state.flush();
 
     const QVariantMap savedViewed = m_preferences->sidebarViewed();
     QCOMPARE(savedViewed.size(), viewedAfter);
     QCOMPARE(state.viewed().size(), viewedAfter);
     // The newest survive: the fresh view and the latest of the old ones.
-    QVERIFY(savedViewed.contains(m_dir->filePath(u"notes/a.md"_s)));
+    QVERIFY(savedViewed.contains(m_home->filePath(u"notes/a.md"_s)));
     QVERIFY(savedViewed.contains(u"/v/%1.md"_s.arg(viewed - 1)));
     QCOMPARE(m_preferences->sidebarBaselines().size(), baselinesAfter);
-    QCOMPARE(m_preferences->sidebarBaselines().value(m_dir->path()).toDateTime(), folderBaseline);
+    QCOMPARE(m_preferences->sidebarBaselines().value(m_home->path()).toDateTime(), folderBaseline);
 
     m_preferences->sync();
-    Preferences reopened(m_dir->filePath(u"Lumo.conf"_s));
+    Preferences reopened(m_home->settingsPath());
     QCOMPARE(ReadState(reopened).viewed(), state.viewed());
 
     // A pruned folder starts over with a fresh baseline.

@@ -1,7 +1,7 @@
 // Remembered folders, the folder a document's sidebar shows, and opening a folder.
 #include "base/Preferences.h"
 #include "support/TreeBuilder.h"
-#include "workspace/FolderOpening.h"
+#include "workspace/FolderOpenRules.h"
 #include "workspace/RootResolver.h"
 #include "workspace/Workspace.h"
 
@@ -138,21 +138,21 @@ void TestWorkspace::openingAFolder()
         QVERIFY(
             TreeBuilder::setModified(path(file), now.addSecs(file.contains(u"new"_s) ? 0 : -60)));
     const QString folder = path(u"notes"_s);
-    QVERIFY(FolderOpening::isFolder(folder));
-    QVERIFY(!FolderOpening::isFolder(path(tree.constFirst())));
-    QVERIFY(!FolderOpening::isFolder(path(u"missing"_s)));
+    QVERIFY(FolderOpenRules::isFolder(folder));
+    QVERIFY(!FolderOpenRules::isFolder(path(tree.constFirst())));
+    QVERIFY(!FolderOpenRules::isFolder(path(u"missing"_s)));
 
     QStringList documents;
     for (const QString &file : open)
         documents << (file.isEmpty() ? QString() : path(file));
-    QCOMPARE(FolderOpening::showingDocument(folder, documents).value_or(-1), raised);
+    QCOMPARE(FolderOpenRules::showingDocument(folder, documents).value_or(-1), raised);
 
-    const auto file = FolderOpening::firstFile(folder);
+    const auto file = FolderOpenRules::firstFile(folder);
     QCOMPARE(file.has_value(), !first.isEmpty());
     if (file)
         QCOMPARE(QFileInfo(*file).fileName(), first);
     else
-        QCOMPARE(FolderOpening::noFilesText(folder + u'/'), u"No Markdown files in “notes”"_s);
+        QCOMPARE(FolderOpenRules::noFilesText(folder + u'/'), u"No Markdown files in “notes”"_s);
 }
 
 void TestWorkspace::latestRootResolutionWins()

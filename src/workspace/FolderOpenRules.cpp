@@ -1,4 +1,4 @@
-#include "FolderOpening.h"
+#include "FolderOpenRules.h"
 
 #include "base/Background.h"
 #include "search/ProjectFiles.h"
@@ -8,7 +8,7 @@
 #include <QDir>
 #include <QFileInfo>
 
-namespace FolderOpening {
+namespace FolderOpenRules {
 
 bool isFolder(const QString &path)
 {
@@ -45,26 +45,27 @@ void findFirstFile(const QString &folder, QObject *context,
 
 QString openDialogMessage()
 {
-    return QCoreApplication::translate("FolderOpening",
+    return QCoreApplication::translate("FolderOpenRules",
                                        "Choose a Markdown file, or a folder to browse");
 }
 
 QString chooseFolderMessage()
 {
-    return QCoreApplication::translate("FolderOpening",
+    return QCoreApplication::translate("FolderOpenRules",
                                        "Choose a folder to browse its Markdown files");
 }
 
 QString noFilesText(const QString &folder)
 {
-    return QCoreApplication::translate("FolderOpening", "No Markdown files in “%1”")
+    return QCoreApplication::translate("FolderOpenRules", "No Markdown files in “%1”")
         .arg(QFileInfo(QDir::cleanPath(folder)).fileName());
 }
 
 QString noFilesDetail()
 {
     return QCoreApplication::translate(
-        "FolderOpening", "Lumo shows .md files. This folder and the folders inside it have none.");
+        "FolderOpenRules",
+        "Lumo shows .md files. This folder and the folders inside it have none.");
 }
 
-} // namespace FolderOpening
+} // namespace FolderOpenRules

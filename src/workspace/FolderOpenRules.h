@@ -7,10 +7,11 @@
 
 class QObject;
 
-// Opening a folder for browsing: what decides between raising a tab, opening the
-// folder's first Markdown file and telling the user it has none, and the texts of
-// the dialogs that choose folders. The windows themselves are FolderOpener's.
-namespace FolderOpening {
+// The rules of opening a folder for browsing, without windows: what decides between
+// raising a tab, opening the folder's first Markdown file and telling the user it has
+// none, and the texts of the dialogs that choose folders. app/FolderOpener applies
+// them to the windows.
+namespace FolderOpenRules {
 
 // A directory, and not a package; on Linux no folder is a package.
 bool isFolder(const QString &path);
@@ -34,4 +35,4 @@ QString chooseFolderMessage();
 QString noFilesText(const QString &folder);
 QString noFilesDetail();
 
-} // namespace FolderOpening
+} // namespace FolderOpenRules
