@@ -6,11 +6,12 @@
 #include <functional>
 #include <QPlainTextEdit>
 
+class QPainter;
+class QTextBlock;
+
 namespace Lumo::Editor {
 
 class MarkdownHighlighter;
-class QPainter;
-class QTextBlock;
 
 // The editor's text widget: plain text coloured by a MarkdownHighlighter, with the
 // Markdown assists on Return, Tab and Shift+Tab, the wrap and link commands, and
