@@ -158,10 +158,10 @@ void create(DocumentWindow *window)
         QObject::connect(command, &QAction::triggered, window, [window, run] { run(window); });
         window->needsDocument(command);
     };
-    add("exportPdf", tr("Export as &PDF…"), QKeySequence(tr("Ctrl+Shift+E")), &exportPDF);
+    add("exportPdf", tr("Export as P&DF…"), QKeySequence(tr("Ctrl+Shift+E")), &exportPDF);
     add("exportHtml", tr("Export as &HTML…"), QKeySequence(tr("Ctrl+Alt+Shift+E")), &exportHTML);
     add("print", tr("&Print…"), QKeySequence(tr("Ctrl+Alt+P")), &print);
-    add("copyRichText", tr("Copy as &Rich Text"), QKeySequence(tr("Ctrl+Shift+C")), &copyRich);
+    add("copyRichText", tr("Copy as Rich Te&xt"), QKeySequence(tr("Ctrl+Shift+C")), &copyRich);
 }
 
 } // namespace ExportCommands

@@ -39,7 +39,7 @@ void openFile(DocumentTab *tab, const QString &path, int line, bool replacingCur
 void create(DocumentWindow *window)
 {
     auto *quickOpen =
-        new QAction(QCoreApplication::translate("SearchCommands", "Open &Quickly…"), window);
+        new QAction(QCoreApplication::translate("SearchCommands", "Open Q&uickly…"), window);
     quickOpen->setObjectName(QStringLiteral("openQuickly"));
     quickOpen->setShortcut(QKeySequence(QCoreApplication::translate("SearchCommands", "Ctrl+P")));
     QObject::connect(quickOpen, &QAction::triggered, window, [window] {
@@ -49,7 +49,7 @@ void create(DocumentWindow *window)
     window->needsDocument(quickOpen);
 
     auto *search =
-        new QAction(QCoreApplication::translate("SearchCommands", "Find in &Project…"), window);
+        new QAction(QCoreApplication::translate("SearchCommands", "Find &in Project…"), window);
     search->setObjectName(QStringLiteral("findInProject"));
     search->setShortcut(
         QKeySequence(QCoreApplication::translate("SearchCommands", "Ctrl+Shift+F")));

@@ -41,6 +41,7 @@ private Q_SLOTS:
     void typingKeepsTheFilesLineEndings_data();
     void typingKeepsTheFilesLineEndings();
     void hooksActOnceOnTheActiveTab();
+    void menusHaveDistinctKeys();
 
 private:
     static QAction *action(QWidget *window, const QString &name)
@@ -382,6 +383,49 @@ void TestDocumentWindow::hooksActOnceOnTheActiveTab()
     post("quickOpen", {});
     QVERIFY(tabs.at(0)->panels()->showQuickOpen());
     QVERIFY(!tabs.at(1)->panels()->showQuickOpen());
+}
+
+// An access key or shortcut used twice picks one item at random or neither (Qt calls
+// the shortcut ambiguous), in read and in edit mode alike.
+void TestDocumentWindow::menusHaveDistinctKeys()
+{
+    const auto accessKey = [](const QString &text) {
+        for (qsizetype i = text.indexOf(u'&'); i >= 0 && i + 1 < text.size();
+             i = text.indexOf(u'&', i + 2)) {
+            if (text.at(i + 1) != u'&')
+                return text.at(i + 1).toLower();
+        }
+        return QChar();
+    };
+    DocumentWindow window;
+    WindowMenus::build(&window);
+    DocumentTab *tab = window.addDocument(new OpenDocument(u"# One"_s));
+    for (const bool editing : {false, true}) {
+        if (editing)
+            tab->controller()->toggleMode();
+        QHash<QKeySequence, QString> shortcuts;
+        QHash<QChar, QString> titles;
+        for (QAction *menuAction : window.menuBar()->actions()) {
+            const QChar title = accessKey(menuAction->text());
+            QVERIFY2(!titles.contains(title), qPrintable(menuAction->text()));
+            titles.insert(title, menuAction->text());
+            QHash<QChar, QString> keys;
+            for (QAction *item : menuAction->menu()->actions()) {
+                const QChar key = accessKey(item->text());
+                if (!key.isNull()) {
+                    QVERIFY2(!keys.contains(key),
+                             qPrintable(keys.value(key) + u" / "_s + item->text()));
+                    keys.insert(key, item->text());
+                }
+                if (!item->shortcut().isEmpty() && item->isEnabled()) {
+                    QVERIFY2(
+                        !shortcuts.contains(item->shortcut()),
+                        qPrintable(shortcuts.value(item->shortcut()) + u" / "_s + item->text()));
+                    shortcuts.insert(item->shortcut(), item->text());
+                }
+            }
+        }
+    }
 }
 
 LUMO_WEB_TEST_MAIN(TestDocumentWindow)
