@@ -31,7 +31,6 @@ private Q_SLOTS:
     void saveRefusedByTheSystemSaysItsReason();
     void openEditSaveReopen_data();
     void openEditSaveReopen();
-    void pipedTextIsNotAnEdit();
     void replaceableOnlyWhenNothingIsLost_data();
     void replaceableOnlyWhenNothingIsLost();
     void editsKeepLineEndings_data();
@@ -239,15 +238,6 @@ void TestMarkdownDocument::openEditSaveReopen()
     QCOMPARE(reopened->encoding(), document->encoding());
     // Untouched, the original bytes stay as they were up to the edit.
     QVERIFY(contents(file).startsWith(original));
-}
-
-void TestMarkdownDocument::pipedTextIsNotAnEdit()
-{
-    OpenDocument piped(u"# From a tool\n"_s);
-    QVERIFY(piped.isUntitled());
-    QVERIFY(!piped.isModified());
-    piped.setText(u"# Edited\n"_s);
-    QVERIFY(piped.isModified());
 }
 
 void TestMarkdownDocument::replaceableOnlyWhenNothingIsLost_data()
