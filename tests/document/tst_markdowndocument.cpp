@@ -197,11 +197,9 @@ void TestMarkdownDocument::openEditSaveReopen_data()
     QTest::addColumn<QByteArray>("original");
     QTest::addColumn<QByteArray>("encoding");
 
-    QTest::newRow("utf-8 with mark, CRLF") << "\xEF\xBB\xBF# T\r\n\r\ncaf\xC3\xA9\r\n"_ba
-                                           << "UTF-8"_ba;
+    // Each encoding's detection and bytes are tst_textencoding's; these are the wiring,
+    // for a file with a mark and one guessed from its bytes.
     QTest::newRow("utf-16le with mark") << QByteArray("\xFF\xFE#\0 \0T\0\n\0", 10) << "UTF-16LE"_ba;
-    QTest::newRow("windows-1252") << "# \x93Quoted\x94\n"_ba
-                                  << "windows-1252"_ba;
     QTest::newRow("koi8-r")
         << QByteArray(QStringEncoder("KOI8-R").encode(
                u"# Заметки\n\nПривет, мир! Это текст в кодировке КОИ-8, он должен прочитаться правильно.\n"_s))

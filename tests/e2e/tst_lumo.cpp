@@ -316,9 +316,6 @@ void TestLumo::launcherScriptReachesTheRunningLumo()
     QCOMPARE(run({u"-"_s}, "# Piped\n", nullptr, script), 0);
     QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
                               (QStringList{u"First"_s, u"Piped"_s, u"Second"_s}), 30000);
-    QByteArray errors;
-    QCOMPARE(run({u"--frobnicate"_s}, {}, &errors, script), 2);
-    QCOMPARE(errors, "lumo: unknown option --frobnicate (see lumo --help)\n");
 }
 
 void TestLumo::conventionsNeedNoDisplay_data()
