@@ -90,12 +90,9 @@ void TestPreviewPage::rendersAndReportsItsOutline()
     const QJsonObject outline =
         renderAndWait(u"# Intro\n\ntext\n\n## Intro\n\n### Ünïcode & <b>stuff</b>\n"_s);
     const QJsonArray items = outline.value(u"items"_s).toArray();
+    // Each item's fields are the converter's (convert.test.mjs); here, that they arrive.
     QCOMPARE(items.size(), 3);
-    QCOMPARE(items.at(0)[u"level"_s].toInt(), 1);
-    QCOMPARE(items.at(0)[u"text"_s].toString(), u"Intro"_s);
-    QCOMPARE(items.at(0)[u"id"_s].toString(), u"intro"_s);
     QCOMPARE(items.at(1)[u"id"_s].toString(), u"intro-1"_s);
-    QCOMPARE(items.at(2)[u"level"_s].toInt(), 3);
     QCOMPARE(eval(u"document.querySelectorAll('main.markdown > h1, main.markdown > h2').length"_s)
                  .toInt(),
              2);
