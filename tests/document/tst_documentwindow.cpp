@@ -33,7 +33,6 @@ private Q_SLOTS:
     void modeSwitchKeepsTheLine();
     void ctrlBIsBoldWhileEditing();
     void thePageFollowsTheEditor();
-    void shownDocumentsTakeTheKeyboard();
     void editCommandsActOnTheFocusedView();
     void anEmptyWindowSaysHowToBegin();
     void nothingIsClippedAtAnyWidth_data();
@@ -193,30 +192,6 @@ void TestDocumentWindow::thePageFollowsTheEditor()
     QTest::keyClicks(tab->editor(), u"x"_s);
     QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 2, 10000);
     QTRY_VERIFY(std::abs(pageTop() - EditorView::topLine(tab->editor())) < 1);
-}
-
-void TestDocumentWindow::shownDocumentsTakeTheKeyboard()
-{
-    DocumentWindow window;
-    WindowMenus::build(&window);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    const auto focusIn = [](const QWidget *widget) {
-        const QWidget *focus = QApplication::focusWidget();
-        return focus && (focus == widget || widget->isAncestorOf(focus));
-    };
-    DocumentTab *first = window.addDocument(new OpenDocument(u"# One"_s));
-    QSignalSpy loaded(first->view(), &QWebEngineView::loadFinished);
-    QTRY_VERIFY_WITH_TIMEOUT(loaded.count() > 0, 20000);
-    QTRY_VERIFY(focusIn(first->view()));
-
-    first->controller()->toggleMode();
-    DocumentTab *second = window.addDocument(new OpenDocument(u"# Two"_s));
-    QTRY_VERIFY(focusIn(second->view()));
-    window.showTab(first);
-    QTRY_VERIFY(first->editor()->hasFocus());
-    window.showTab(second);
-    QTRY_VERIFY(focusIn(second->view()));
 }
 
 void TestDocumentWindow::editCommandsActOnTheFocusedView()

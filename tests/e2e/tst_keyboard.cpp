@@ -47,7 +47,6 @@ private Q_SLOTS:
     void cleanup();
     void readingStartsAtTheKeyboard();
     void shiftTabStaysInTheEditor();
-    void thePageFollowsTheEditor();
     void shownDocumentsTakeTheKeyboard();
     void zoomKeepsThePlace();
     void undoBackToTheSavedText();
@@ -168,34 +167,6 @@ void TestKeyboard::shiftTabStaysInTheEditor()
     type(u"typed"_s);
     QTRY_COMPARE(probe(u"document.querySelector('main p').textContent"_s),
                  QStringList{u"plaintyped"_s});
-}
-
-void TestKeyboard::thePageFollowsTheEditor()
-{
-    start({fixture(u"long.md"_s, longDocument(150))});
-    keys({u"ctrl+e"_s});
-    QTRY_COMPARE(focus(), u"editor"_s);
-    const auto inStep = [this] {
-        const double editor = tab().value(u"editorTop"_s).toDouble();
-        return editor > 0 && std::abs(number(u"mv.topLine()"_s) - editor) < 1.5;
-    };
-    keys({u"Next"_s, u"Next"_s, u"Next"_s});
-    QTRY_VERIFY_WITH_TIMEOUT(inStep(), 10000);
-    keys({u"ctrl+End"_s});
-    QTRY_VERIFY_WITH_TIMEOUT(inStep(), 10000);
-    QVERIFY(tab().value(u"editorTop"_s).toDouble() > 400);
-    // Typing at the end: the page stays with the edited line through the renders.
-    keys({u"Return"_s});
-    type(u"- a new item"_s);
-    keys({u"Return"_s});
-    type(u"and another"_s);
-    QTRY_VERIFY_WITH_TIMEOUT(probe(u"document.querySelector('main').lastElementChild.textContent"_s)
-                                 .value(0)
-                                 .contains(u"and another"_s),
-                             10000);
-    QTRY_VERIFY_WITH_TIMEOUT(inStep(), 10000);
-    keys({u"ctrl+Home"_s});
-    QTRY_VERIFY_WITH_TIMEOUT(number(u"mv.topLine()"_s) < 1, 10000);
 }
 
 void TestKeyboard::shownDocumentsTakeTheKeyboard()

@@ -32,7 +32,6 @@ private Q_SLOTS:
     void cleanup();
     void exportsAStandalonePage();
     void laterLaunchesHandTheirFilesOver();
-    void readsStandardInput();
     void hooksOpenFiles();
     void hooksNeedTheirPreference();
     void opensFolders();
@@ -120,14 +119,6 @@ void TestLumo::laterLaunchesHandTheirFilesOver()
     QCOMPARE(run({second}), 0);
     QTest::qWait(500);
     QCOMPARE(probe(u"document.querySelector('main h1').textContent"_s).size(), 2);
-}
-
-void TestLumo::readsStandardInput()
-{
-    start({fixture(u"first.md"_s, "# First\n")});
-    QCOMPARE(run({u"-"_s}, "# Piped *in*\n"), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(probe(u"document.querySelector('main h1').textContent"_s),
-                              (QStringList{u"First"_s, u"Piped in"_s}), 30000);
 }
 
 void TestLumo::hooksOpenFiles()
