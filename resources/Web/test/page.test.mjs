@@ -101,6 +101,7 @@ test('exportHTML swaps local images and strips page machinery', async () => {
   const result = await mv.exportHTML({ 'file:///home/u/doc/a.png': 'data:image/png;base64,AAAA' });
   assert.equal(result.hasMath, true);
   assert.match(result.htmlClass, /theme-lumo/);
+  assert.equal(result.bodyClass, window.document.body.className);
   assert.match(result.html, /<img src="data:image\/png;base64,AAAA" alt="a">/);
   assert.match(result.html, /<img src="file:\/\/\/home\/u\/doc\/b.png" alt="b">/, 'unembedded image falls back to its file');
   assert.ok(!/data-line|lumo-ui|code-copy|mv-asset:/.test(result.html), result.html);
