@@ -1,0 +1,346 @@
+// Find in the page. The engine's own find lays out every chunk a long
+// document keeps skipped (several seconds and gigabytes at 10 MB), so the page
+// searches its text itself: text nodes are read block by block, which needs no
+// layout, in slices that let input and painting through; only the hit is
+// selected, which brings its chunk into layout, and scrolled into view.
+//
+// Matching follows the engine's find: case and diacritics are ignored, a run of
+// white space matches any run, a match may cross inline elements but not the
+// border of a block (a paragraph, a list item, a table cell). The window's
+// selection is the current match: the next search starts from it, a click in
+// the page moves it, and a render that removes it leaves it collapsed where the
+// match was, so nothing points into removed nodes.
+import { blockOf, blockParents, isChunked } from './chunks.js';
+
+const SLICE_MS = 8;
+// Shown in the find colour while it is the match (style.css).
+const FINDING = 'lumo-find';
+
+// Elements whose text the reader does not read as part of the document: page
+// furniture, and the MathML twin of typeset math.
+const SKIPPED_TAGS = new Set(['button', 'script', 'style', 'template', 'noscript', 'textarea', 'select']);
+const SKIPPED_CLASSES = ['katex-mathml', 'lumo-ui', 'lumo-menu'];
+// Elements that flow within a line: a match runs across them.
+const INLINE = new Set([
+  'a', 'abbr', 'b', 'bdi', 'bdo', 'cite', 'code', 'data', 'del', 'dfn', 'em', 'font', 'i', 'ins', 'kbd', 'label',
+  'mark', 'q', 'rp', 'rt', 'ruby', 's', 'samp', 'small', 'span', 'strike', 'strong', 'sub', 'sup', 'time', 'tt', 'u', 'var',
+  'tspan',
+]);
+// Between the text of two blocks: white space never folds to it, so no match spans it.
+const BORDER = '\n';
+
+const foldedChars = new Map();
+
+/** One UTF-16 unit as matched: lower case, without diacritics, white space as a space; never longer. */
+function foldChar(ch) {
+  let folded = foldedChars.get(ch);
+  if (folded !== undefined) return folded;
+  if (/\s/.test(ch)) folded = ' ';
+  else {
+    const base = ch.normalize('NFD').replace(/\p{M}/gu, '').toLowerCase();
+    const lower = ch.toLowerCase();
+    folded = base.length === 1 ? base : lower.length === 1 ? lower : ch;
+  }
+  foldedChars.set(ch, folded);
+  return folded;
+}
+
+/** Text folded unit by unit, so that an offset in it is an offset in the text. */
+export function fold(text) {
+  if (!/[^\x00-\x7f]/.test(text)) return text.toLowerCase().replace(/\s/g, ' ');
+  return text.replace(/[^\x00-\x7f]|[A-Z\s]/g, (ch) => (ch >= '\ud800' && ch <= '\udfff' ? ch : foldChar(ch)));
+}
+
+/** The expression finding `query` in folded text; null when nothing is to be found. */
+export function matcher(query) {
+  const folded = fold(String(query));
+  if (!folded) return null;
+  const source = folded
+    .split(/ +/)
+    .map((word) => word.replace(/[\\^$.*+?()[\]{}|/]/g, '\\$&'))
+    .join(' +');
+  return new RegExp(source, 'g');
+}
+
+/** How a text node's parent stands in `block`: the box its text flows in, or null when the reader does not see it. */
+function boxOf(parent, block) {
+  let box = null;
+  for (let el = parent; el; el = el.parentNode) {
+    if (SKIPPED_TAGS.has(el.localName) || SKIPPED_CLASSES.some((name) => el.classList.contains(name))) return null;
+    if (!box && (el === block || !INLINE.has(el.localName))) box = el;
+    if (el === block) return box;
+  }
+  return null;
+}
+
+/**
+ * The text of one top-level block, folded, with a border between the text of
+ * different boxes; with `nodes`, the text nodes and where each starts in it.
+ */
+export function blockText(block, nodes = null) {
+  const walker = block.ownerDocument.createTreeWalker(block, 4 /* NodeFilter.SHOW_TEXT */);
+  let text = '';
+  let parent = null;
+  let box = null;
+  let lastBox = null;
+  for (let node = walker.nextNode(); node; node = walker.nextNode()) {
+    if (node.parentNode !== parent) {
+      parent = node.parentNode;
+      box = boxOf(parent, block);
+    }
+    if (!box) continue;
+    if (lastBox && box !== lastBox) text += BORDER;
+    lastBox = box;
+    if (nodes) nodes.push({ node, start: text.length });
+    text += fold(node.data);
+  }
+  return text;
+}
+
+/** Start offsets and lengths of the matches in folded text. */
+function matchesIn(text, expression) {
+  const found = [];
+  expression.lastIndex = 0;
+  for (let m = expression.exec(text); m; m = expression.exec(text)) found.push([m.index, m[0].length]);
+  return found;
+}
+
+/** The DOM point at `offset` of a block's text; at the end of a node rather than the start of the next. */
+function pointAt(nodes, offset, end) {
+  let lo = 0;
+  let hi = nodes.length - 1;
+  while (lo < hi) {
+    const mid = (lo + hi + 1) >> 1;
+    const start = nodes[mid].start;
+    if (start < offset || (!end && start === offset)) lo = mid;
+    else hi = mid - 1;
+  }
+  const { node, start } = nodes[lo];
+  return [node, Math.min(node.data.length, Math.max(0, offset - start))];
+}
+
+/** Offset in a block's text of a DOM point inside it. */
+function offsetOf(nodes, container, offset) {
+  if (container.nodeType === 3) {
+    const at = nodes.find((entry) => entry.node === container);
+    if (at) return at.start + offset;
+  }
+  const point = container.ownerDocument.createRange();
+  point.setStart(container, offset);
+  const after = nodes.find((entry) => point.comparePoint(entry.node, 0) >= 0);
+  return after ? after.start : nodes.length ? nodes[nodes.length - 1].start + nodes[nodes.length - 1].node.data.length : 0;
+}
+
+/** The top-level blocks, in order. */
+function blocksOf(container) {
+  const blocks = [];
+  for (const parent of blockParents(container)) for (const el of parent.children) blocks.push(el);
+  return blocks;
+}
+
+/** Index of the first block reaching below the top of the window (chunks first: only one is measured inside). */
+function firstVisible(container, blocks) {
+  const below = (list) => {
+    let lo = 0;
+    let hi = list.length - 1;
+    while (lo < hi) {
+      const mid = (lo + hi) >> 1;
+      if (list[mid].getBoundingClientRect().bottom > 0) hi = mid;
+      else lo = mid + 1;
+    }
+    return lo;
+  };
+  if (!blocks.length) return 0;
+  if (!isChunked(container)) return below(blocks);
+  const chunks = container.children;
+  const chunk = chunks[below(chunks)];
+  const inside = chunk.children.length ? chunk.children[below(chunk.children)] : chunk.nextElementSibling?.firstElementChild;
+  const i = inside ? blocks.indexOf(inside) : -1;
+  return i < 0 ? 0 : i;
+}
+
+/**
+ * @param {{container: Element, scroll: {follow: (targetY: () => number) => void}}} options
+ */
+export function createFinder({ container, scroll }) {
+  const document = container.ownerDocument;
+  const window = document.defaultView;
+  let job = null;
+  let shown = null; // the match last selected: the find colour stays while it is the selection
+  let lastStart = 0; // its offset in its block's text
+
+  const yieldToPage = (() => {
+    const channel = new MessageChannel();
+    const waiting = [];
+    channel.port1.onmessage = () => {
+      waiting.shift()?.();
+      if (!waiting.length) channel.port1.unref?.(); // node (tests): an idle page must not keep the process alive
+    };
+    channel.port1.unref?.();
+    return () =>
+      new Promise((resolve) => {
+        waiting.push(resolve);
+        channel.port1.ref?.();
+        channel.port2.postMessage(null);
+      });
+  })();
+
+  document.addEventListener('selectionchange', () => {
+    if (shown && !isShown()) setFinding(false);
+  });
+
+  function setFinding(on) {
+    document.documentElement.classList.toggle(FINDING, on);
+    if (!on) shown = null;
+  }
+
+  function isShown() {
+    const selection = window.getSelection();
+    if (!shown || selection.rangeCount !== 1) return false;
+    const range = selection.getRangeAt(0);
+    return (
+      range.startContainer === shown.startContainer &&
+      range.startOffset === shown.startOffset &&
+      range.endContainer === shown.endContainer &&
+      range.endOffset === shown.endOffset
+    );
+  }
+
+  /** Index of the first block at or after the start of `range`. */
+  function blockAfter(blocks, range) {
+    let lo = 0;
+    let hi = blocks.length;
+    while (lo < hi) {
+      const mid = (lo + hi) >> 1;
+      if (range.comparePoint(blocks[mid], 0) < 0) lo = mid + 1;
+      else hi = mid;
+    }
+    return lo % Math.max(1, blocks.length);
+  }
+
+  /**
+   * Where the search starts: the block and offsets of the selection in the
+   * page, or the top of the window. A selection between blocks was a match that
+   * a render took away: its offset in the block that came instead.
+   */
+  function anchor(blocks, again) {
+    const selection = window.getSelection();
+    const range = selection.rangeCount ? selection.getRangeAt(0) : null;
+    if (!range || !container.contains(range.startContainer)) return { index: firstVisible(container, blocks), start: 0, end: 0 };
+    const block = blockOf(container, range.startContainer);
+    const index = block ? blocks.indexOf(block) : -1;
+    if (index < 0) {
+      const start = again ? lastStart : 0;
+      return { index: blockAfter(blocks, range), start, end: start };
+    }
+    const nodes = [];
+    blockText(block, nodes);
+    const start = offsetOf(nodes, range.startContainer, range.startOffset);
+    const end = range.collapsed ? start : offsetOf(nodes, range.endContainer, range.endOffset);
+    return { index, start, end };
+  }
+
+  function select(block, [offset, length]) {
+    lastStart = offset;
+    const nodes = [];
+    blockText(block, nodes);
+    const range = document.createRange();
+    range.setStart(...pointAt(nodes, offset, false));
+    range.setEnd(...pointAt(nodes, offset + length, true));
+    for (let el = range.startContainer.parentNode; el && el !== container; el = el.parentNode) if (el.localName === 'details') el.open = true;
+    const selection = window.getSelection();
+    selection.removeAllRanges();
+    selection.addRange(range);
+    shown = range.cloneRange();
+    setFinding(true);
+    return range;
+  }
+
+  /** Brings the match into view, where it stays while the chunks above it take their real height. */
+  function reveal(range) {
+    const rect = range.getBoundingClientRect();
+    if (!rect.width && !rect.height) return; // not shown: hidden by the reader's stylesheet
+    const visible = rect.top >= 0 && rect.bottom <= window.innerHeight;
+    const at = visible ? rect.top : Math.max(0, (window.innerHeight - rect.height) / 2);
+    scroll.follow(() => range.getBoundingClientRect().top + window.scrollY - at);
+  }
+
+  /**
+   * One search: every block once, from the anchor round the document; the hit
+   * is selected as soon as it is found, the count follows.
+   */
+  async function run(current, expression, backwards, again, reveals) {
+    const blocks = blocksOf(container);
+    const n = blocks.length;
+    const from = anchor(blocks, again);
+    // In the anchor's own block: past the current match, or from the anchor on
+    // when it is not a match of this text (a new text, a click, a render).
+    const isCurrent = (m) => !again && m[0] === from.start && m[0] + m[1] === from.end;
+    const beyond = backwards ? (m) => m[0] < from.start : (m) => m[0] > from.start || (m[0] === from.start && !isCurrent(m));
+    const counts = new Int32Array(n);
+    let hit = null;
+    let anchorMatches = [];
+    let started = performance.now();
+    for (let step = 0; step < n; step++) {
+      if (performance.now() - started > SLICE_MS) {
+        await yieldToPage();
+        if (job !== current) return null;
+        started = performance.now();
+      }
+      const index = backwards ? (from.index - step + n) % n : (from.index + step) % n;
+      const block = blocks[index];
+      if (!block.isConnected) continue; // a render took it away; the next search sees what came instead
+      const found = matchesIn(blockText(block), expression);
+      counts[index] = found.length;
+      if (step === 0) anchorMatches = found;
+      if (hit || !found.length) continue;
+      let within = backwards ? found.length - 1 : 0;
+      if (step === 0) within = backwards ? found.findLastIndex(beyond) : found.findIndex(beyond);
+      if (within < 0) continue;
+      hit = { index, match: found[within], within };
+      const range = select(block, hit.match);
+      if (reveals) reveal(range);
+    }
+    if (!hit && anchorMatches.length && blocks[from.index].isConnected) {
+      // Round the whole document back to the anchor's own block.
+      const within = backwards ? anchorMatches.length - 1 : 0;
+      hit = { index: from.index, match: anchorMatches[within], within };
+      const range = select(blocks[from.index], hit.match);
+      if (reveals) reveal(range);
+    }
+    if (!hit) return { active: 0, matches: 0 };
+    let before = 0;
+    let matches = 0;
+    for (let i = 0; i < n; i++) {
+      if (i < hit.index) before += counts[i];
+      matches += counts[i];
+    }
+    return { active: before + hit.within + 1, matches };
+  }
+
+  return {
+    /**
+     * Selects the next match of `text` after the current one (before it when
+     * `backwards`; at or after it when `again`, to find it anew after a render)
+     * and scrolls it into view unless `again`; answers {active, matches} (active
+     * from 1, 0 when nothing matched), or null when a newer search replaced
+     * this one. An empty text ends finding: the match stays selected, in the
+     * selection's own colour.
+     */
+    async find(text, { backwards = false, again = false } = {}) {
+      const current = {};
+      job = current;
+      const expression = matcher(text ?? '');
+      if (!expression) {
+        job = null;
+        setFinding(false);
+        return null;
+      }
+      try {
+        return await run(current, expression, !!backwards, !!again, !again);
+      } finally {
+        if (job === current) job = null;
+      }
+    },
+  };
+}
