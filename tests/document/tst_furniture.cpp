@@ -214,10 +214,10 @@ void TestFurniture::findInThePage()
         u"Needle"_s);
     // Closing the bar leaves the page as it was: no element added around a match.
     tab->panels()->setShowFind(false);
-    QTRY_COMPARE(WebTest::evaluate(tab->view()->page(),
-                                   u"document.documentElement.classList.contains('lumo-find')"_s)
-                     .toBool(),
-                 false);
+    QTRY_COMPARE(
+        WebTest::evaluate(tab->view()->page(), u"!!document.querySelector('[data-lumo-find]')"_s)
+            .toBool(),
+        false);
     QCOMPARE(WebTest::evaluate(tab->view()->page(), u"document.querySelector('main p').innerHTML"_s)
                  .toString(),
              u"hay needle hay NEEDLE needle"_s);

@@ -10,11 +10,14 @@
 // selection is the current match: the next search starts from it, a click in
 // the page moves it, and a render that removes it leaves it collapsed where the
 // match was, so nothing points into removed nodes.
-import { blockOf, blockParents, isChunked } from './chunks.js';
+import { blockOf, isChunk, isChunked, nextBlock, previousBlock } from './chunks.js';
 
 const SLICE_MS = 8;
-// Shown in the find colour while it is the match (style.css).
-const FINDING = 'lumo-find';
+// On the chunk of the match (on the container when there are none): the
+// selection inside shows in the find colours (style.css). Not on the root,
+// whose change would restyle the whole document, and gone from what export
+// and copy take, which drop the chunks and keep only what the container holds.
+const FINDING = 'data-lumo-find';
 
 // Elements whose text the reader does not read as part of the document: page
 // furniture, and the MathML twin of typeset math.
@@ -73,28 +76,44 @@ function boxOf(parent, block) {
   return null;
 }
 
+// A walk through a long block gives way this often (text nodes) to see whether its slice is over.
+const NODES_PER_STEP = 512;
+
 /**
  * The text of one top-level block, folded, with a border between the text of
  * different boxes; with `nodes`, the text nodes and where each starts in it.
+ * A generator that pauses every NODES_PER_STEP nodes, so that a block of many
+ * thousand nodes (all the footnotes, a long table) can span slices.
  */
-export function blockText(block, nodes = null) {
+function* blockTextSteps(block, nodes = null) {
   const walker = block.ownerDocument.createTreeWalker(block, 4 /* NodeFilter.SHOW_TEXT */);
   let text = '';
   let parent = null;
   let box = null;
   let lastBox = null;
+  let count = 0;
   for (let node = walker.nextNode(); node; node = walker.nextNode()) {
+    if (++count % NODES_PER_STEP === 0) yield;
     if (node.parentNode !== parent) {
       parent = node.parentNode;
       box = boxOf(parent, block);
     }
-    if (!box) continue;
+    if (!box || !node.data) continue;
     if (lastBox && box !== lastBox) text += BORDER;
     lastBox = box;
     if (nodes) nodes.push({ node, start: text.length });
     text += fold(node.data);
   }
   return text;
+}
+
+/** blockTextSteps at once. */
+export function blockText(block, nodes = null) {
+  const steps = blockTextSteps(block, nodes);
+  for (;;) {
+    const step = steps.next();
+    if (step.done) return step.value;
+  }
 }
 
 /** Start offsets and lengths of the matches in folded text. */
@@ -131,32 +150,40 @@ function offsetOf(nodes, container, offset) {
   return after ? after.start : nodes.length ? nodes[nodes.length - 1].start + nodes[nodes.length - 1].node.data.length : 0;
 }
 
-/** The top-level blocks, in order. */
-function blocksOf(container) {
-  const blocks = [];
-  for (const parent of blockParents(container)) for (const el of parent.children) blocks.push(el);
-  return blocks;
+/** The first (last) top-level block of the container, across chunks; null when it holds none. */
+function endBlock(container, last) {
+  const edge = last ? container.lastElementChild : container.firstElementChild;
+  if (!isChunk(edge)) return edge;
+  return last ? edge.lastElementChild : edge.firstElementChild;
 }
 
-/** Index of the first block reaching below the top of the window (chunks first: only one is measured inside). */
-function firstVisible(container, blocks) {
-  const below = (list) => {
-    let lo = 0;
-    let hi = list.length - 1;
-    while (lo < hi) {
-      const mid = (lo + hi) >> 1;
-      if (list[mid].getBoundingClientRect().bottom > 0) hi = mid;
-      else lo = mid + 1;
-    }
-    return lo;
-  };
-  if (!blocks.length) return 0;
-  if (!isChunked(container)) return below(blocks);
+/** The first of `list` for which `after` holds, by binary search (`list.length` when none). */
+function firstWhere(list, after) {
+  let lo = 0;
+  let hi = list.length;
+  while (lo < hi) {
+    const mid = (lo + hi) >> 1;
+    if (after(list[mid])) hi = mid;
+    else lo = mid + 1;
+  }
+  return lo;
+}
+
+/**
+ * The first top-level block for which `after` holds, where it holds for every
+ * block past the first that does: chunks first, so only one chunk is searched inside.
+ */
+function firstBlockWhere(container, after) {
+  if (!isChunked(container)) return container.children[firstWhere(container.children, after)] ?? null;
   const chunks = container.children;
-  const chunk = chunks[below(chunks)];
-  const inside = chunk.children.length ? chunk.children[below(chunk.children)] : chunk.nextElementSibling?.firstElementChild;
-  const i = inside ? blocks.indexOf(inside) : -1;
-  return i < 0 ? 0 : i;
+  const c = firstWhere(chunks, after);
+  // The block sought may stand in the chunk before the first one that holds it all.
+  if (c > 0) {
+    const inside = chunks[c - 1].children;
+    const i = firstWhere(inside, after);
+    if (i < inside.length) return inside[i];
+  }
+  return chunks[c]?.firstElementChild ?? null;
 }
 
 /**
@@ -189,8 +216,11 @@ export function createFinder({ container, scroll }) {
     if (shown && !isShown()) setFinding(false);
   });
 
-  function setFinding(on) {
-    document.documentElement.classList.toggle(FINDING, on);
+  let marked = null;
+  function setFinding(on, block = null) {
+    marked?.removeAttribute(FINDING);
+    marked = on ? (isChunk(block.parentNode) ? block.parentNode : container) : null;
+    marked?.setAttribute(FINDING, '');
     if (!on) shown = null;
   }
 
@@ -206,38 +236,29 @@ export function createFinder({ container, scroll }) {
     );
   }
 
-  /** Index of the first block at or after the start of `range`. */
-  function blockAfter(blocks, range) {
-    let lo = 0;
-    let hi = blocks.length;
-    while (lo < hi) {
-      const mid = (lo + hi) >> 1;
-      if (range.comparePoint(blocks[mid], 0) < 0) lo = mid + 1;
-      else hi = mid;
-    }
-    return lo % Math.max(1, blocks.length);
-  }
-
   /**
    * Where the search starts: the block and offsets of the selection in the
    * page, or the top of the window. A selection between blocks was a match that
    * a render took away: its offset in the block that came instead.
    */
-  function anchor(blocks, again) {
+  function anchor(again) {
     const selection = window.getSelection();
     const range = selection.rangeCount ? selection.getRangeAt(0) : null;
-    if (!range || !container.contains(range.startContainer)) return { index: firstVisible(container, blocks), start: 0, end: 0 };
+    if (!range || !container.contains(range.startContainer)) {
+      const block = firstBlockWhere(container, (el) => el.getBoundingClientRect().bottom > 0);
+      return { block: block ?? endBlock(container, true), start: 0, end: 0 };
+    }
     const block = blockOf(container, range.startContainer);
-    const index = block ? blocks.indexOf(block) : -1;
-    if (index < 0) {
+    if (!block) {
       const start = again ? lastStart : 0;
-      return { index: blockAfter(blocks, range), start, end: start };
+      const after = firstBlockWhere(container, (el) => range.comparePoint(el, 0) >= 0);
+      return { block: after ?? endBlock(container, false), start, end: start };
     }
     const nodes = [];
     blockText(block, nodes);
     const start = offsetOf(nodes, range.startContainer, range.startOffset);
     const end = range.collapsed ? start : offsetOf(nodes, range.endContainer, range.endOffset);
-    return { index, start, end };
+    return { block, start, end };
   }
 
   function select(block, [offset, length]) {
@@ -252,7 +273,7 @@ export function createFinder({ container, scroll }) {
     selection.removeAllRanges();
     selection.addRange(range);
     shown = range.cloneRange();
-    setFinding(true);
+    setFinding(true, block);
     return range;
   }
 
@@ -270,51 +291,70 @@ export function createFinder({ container, scroll }) {
    * is selected as soon as it is found, the count follows.
    */
   async function run(current, expression, backwards, again, reveals) {
-    const blocks = blocksOf(container);
-    const n = blocks.length;
-    const from = anchor(blocks, again);
+    const from = anchor(again);
+    if (!from.block) return { active: 0, matches: 0 };
     // In the anchor's own block: past the current match, or from the anchor on
     // when it is not a match of this text (a new text, a click, a render).
     const isCurrent = (m) => !again && m[0] === from.start && m[0] + m[1] === from.end;
     const beyond = backwards ? (m) => m[0] < from.start : (m) => m[0] > from.start || (m[0] === from.start && !isCurrent(m));
-    const counts = new Int32Array(n);
+    const step = backwards ? previousBlock : nextBlock;
+    // Matches per block in the order visited, and how many blocks came before the wrap.
+    const counts = [];
+    let beforeWrap = 0;
     let hit = null;
     let anchorMatches = [];
     let started = performance.now();
-    for (let step = 0; step < n; step++) {
-      if (performance.now() - started > SLICE_MS) {
-        await yieldToPage();
-        if (job !== current) return null;
-        started = performance.now();
+    const pause = async () => {
+      if (performance.now() - started <= SLICE_MS) return true;
+      await yieldToPage();
+      started = performance.now();
+      return job === current;
+    };
+    for (let block = from.block; ; ) {
+      const steps = blockTextSteps(block);
+      let walked = steps.next();
+      for (; !walked.done; walked = steps.next()) if (!(await pause())) return null;
+      if (!(await pause())) return null;
+      // A render under the search: what it took away is not counted, the next search sees what came instead.
+      const found = block.isConnected ? matchesIn(walked.value, expression) : [];
+      if (block === from.block) anchorMatches = found;
+      counts.push(found.length);
+      if (!hit && found.length) {
+        const within = block !== from.block ? (backwards ? found.length - 1 : 0) : backwards ? found.findLastIndex(beyond) : found.findIndex(beyond);
+        if (within >= 0) {
+          hit = { visit: counts.length - 1, match: found[within], within };
+          const range = select(block, hit.match);
+          if (reveals) reveal(range);
+        }
       }
-      const index = backwards ? (from.index - step + n) % n : (from.index + step) % n;
-      const block = blocks[index];
-      if (!block.isConnected) continue; // a render took it away; the next search sees what came instead
-      const found = matchesIn(blockText(block), expression);
-      counts[index] = found.length;
-      if (step === 0) anchorMatches = found;
-      if (hit || !found.length) continue;
-      let within = backwards ? found.length - 1 : 0;
-      if (step === 0) within = backwards ? found.findLastIndex(beyond) : found.findIndex(beyond);
-      if (within < 0) continue;
-      hit = { index, match: found[within], within };
-      const range = select(block, hit.match);
-      if (reveals) reveal(range);
+      let next = block.isConnected ? step(block) : null;
+      if (!next) {
+        if (beforeWrap) break; // the block left was taken away by a render
+        beforeWrap = counts.length;
+        next = endBlock(container, backwards);
+      }
+      if (!next || next === from.block) break;
+      block = next;
     }
-    if (!hit && anchorMatches.length && blocks[from.index].isConnected) {
+    if (!beforeWrap) beforeWrap = counts.length;
+    if (!hit && anchorMatches.length && from.block.isConnected) {
       // Round the whole document back to the anchor's own block.
       const within = backwards ? anchorMatches.length - 1 : 0;
-      hit = { index: from.index, match: anchorMatches[within], within };
-      const range = select(blocks[from.index], hit.match);
+      hit = { visit: 0, match: anchorMatches[within], within };
+      const range = select(from.block, hit.match);
       if (reveals) reveal(range);
     }
     if (!hit) return { active: 0, matches: 0 };
+    // Visits in document order: forwards, the blocks after the wrap come first; backwards, all are reversed.
+    const n = counts.length;
+    const order = backwards ? (i) => (i < beforeWrap ? beforeWrap - 1 - i : n - 1 - (i - beforeWrap)) : (i) => (i < beforeWrap ? n - beforeWrap + i : i - beforeWrap);
     let before = 0;
     let matches = 0;
-    for (let i = 0; i < n; i++) {
-      if (i < hit.index) before += counts[i];
-      matches += counts[i];
-    }
+    const at = order(hit.visit);
+    counts.forEach((count, i) => {
+      if (order(i) < at) before += count;
+      matches += count;
+    });
     return { active: before + hit.within + 1, matches };
   }
 

@@ -118,10 +118,11 @@ test('steps forwards and backwards from the current match, wrapping around both 
   assert.equal(selected(), 'needle');
   // A new text starts at the current match, rather than past it.
   assert.deepEqual(await page.find('need'), { active: 2, matches: 3 });
-  assert.ok(window.document.documentElement.classList.contains('lumo-find'));
+  const marked = () => window.document.querySelectorAll('[data-lumo-find]');
+  assert.deepEqual(Array.from(marked()), [window.document.querySelector('main')]);
   // An empty text ends finding: the match stays selected, in the selection's own colour.
   assert.equal(await page.find(''), null);
-  assert.ok(!window.document.documentElement.classList.contains('lumo-find'));
+  assert.equal(marked().length, 0);
   assert.equal(selected(), 'need');
 });
 
@@ -144,6 +145,9 @@ test('a long document: the hits in order across chunk borders, each brought into
   assert.deepEqual(parts, [...needles, needles[0]]);
   const chunkOf = (line) => container.querySelector(`[data-line="${line}"]`).closest('lumo-chunk');
   assert.notEqual(chunkOf(needles[0]), chunkOf(needles[1]));
+  // The find colours only on the match's chunk, never in what export takes.
+  assert.deepEqual(Array.from(window.document.querySelectorAll('[data-lumo-find]')), [chunkOf(needles[0])]);
+  assert.ok(!(await page.exportHTML({})).html.includes('lumo-find'));
   // Backwards from the first wraps to the last chunk.
   await page.find('needle', { backwards: true });
   assert.equal(selectedLine(), needles[2]);
