@@ -216,6 +216,23 @@ export function createFinder({ container, scroll }) {
     if (shown && !isShown()) setFinding(false);
   });
 
+  // Matches per block of the text last searched for, kept while the bar is open,
+  // so that stepping through a long document reads only the blocks that changed
+  // since (a render, math typeset as it comes into view) and the hit's own.
+  let tallied = null;
+  let tally = new WeakMap();
+  const changes = new window.MutationObserver((records) => {
+    for (const record of records) {
+      const block = blockOf(container, record.target);
+      if (block) tally.delete(block);
+    }
+  });
+  function forget() {
+    changes.disconnect();
+    tally = new WeakMap();
+    tallied = null;
+  }
+
   let marked = null;
   function setFinding(on, block = null) {
     marked?.removeAttribute(FINDING);
@@ -304,22 +321,29 @@ export function createFinder({ container, scroll }) {
     let hit = null;
     let anchorMatches = [];
     let started = performance.now();
+    // Awaited even when the slice goes on: a newer search may have begun in between.
     const pause = async () => {
-      if (performance.now() - started <= SLICE_MS) return true;
+      if (performance.now() - started <= SLICE_MS) return job === current;
       await yieldToPage();
       started = performance.now();
       return job === current;
     };
     for (let block = from.block; ; ) {
-      const steps = blockTextSteps(block);
-      let walked = steps.next();
-      for (; !walked.done; walked = steps.next()) if (!(await pause())) return null;
+      // A block counted before is read again only for the hit in it.
+      const known = block === from.block ? undefined : tally.get(block);
+      let found = null;
+      if (known === undefined || (known && !hit)) {
+        const steps = blockTextSteps(block);
+        let walked = steps.next();
+        for (; !walked.done; walked = steps.next()) if (!(await pause())) return null;
+        // A render under the search: what it took away is not counted, the next search sees what came instead.
+        found = block.isConnected ? matchesIn(walked.value, expression) : [];
+        if (block.isConnected) tally.set(block, found.length);
+      }
       if (!(await pause())) return null;
-      // A render under the search: what it took away is not counted, the next search sees what came instead.
-      const found = block.isConnected ? matchesIn(walked.value, expression) : [];
       if (block === from.block) anchorMatches = found;
-      counts.push(found.length);
-      if (!hit && found.length) {
+      counts.push(found ? found.length : known);
+      if (!hit && found?.length) {
         const within = block !== from.block ? (backwards ? found.length - 1 : 0) : backwards ? found.findLastIndex(beyond) : found.findIndex(beyond);
         if (within >= 0) {
           hit = { visit: counts.length - 1, match: found[within], within };
@@ -374,7 +398,13 @@ export function createFinder({ container, scroll }) {
       if (!expression) {
         job = null;
         setFinding(false);
+        forget();
         return null;
+      }
+      if (expression.source !== tallied) {
+        forget();
+        tallied = expression.source;
+        changes.observe(container, { childList: true, subtree: true, characterData: true });
       }
       try {
         return await run(current, expression, !!backwards, !!again, !again);
