@@ -49,13 +49,13 @@ function foldChar(ch) {
 }
 
 /** Text folded unit by unit, so that an offset in it is an offset in the text. */
-export function fold(text) {
+function fold(text) {
   if (!/[^\x00-\x7f]/.test(text)) return text.toLowerCase().replace(/\s/g, ' ');
   return text.replace(/[^\x00-\x7f]|[A-Z\s]/g, (ch) => (ch >= '\ud800' && ch <= '\udfff' ? ch : foldChar(ch)));
 }
 
 /** The expression finding `query` in folded text; null when nothing is to be found. */
-export function matcher(query) {
+function matcher(query) {
   const folded = fold(String(query));
   if (!folded) return null;
   const source = folded
@@ -108,7 +108,7 @@ function* blockTextSteps(block, nodes = null) {
 }
 
 /** blockTextSteps at once. */
-export function blockText(block, nodes = null) {
+function blockText(block, nodes = null) {
   const steps = blockTextSteps(block, nodes);
   for (;;) {
     const step = steps.next();
@@ -347,6 +347,7 @@ export function createFinder({ container, scroll }) {
         const within = block !== from.block ? (backwards ? found.length - 1 : 0) : backwards ? found.findLastIndex(beyond) : found.findIndex(beyond);
         if (within >= 0) {
           hit = { visit: counts.length - 1, match: found[within], within };
+          current.selected = true;
           const range = select(block, hit.match);
           if (reveals) reveal(range);
         }
@@ -365,6 +366,7 @@ export function createFinder({ container, scroll }) {
       // Round the whole document back to the anchor's own block.
       const within = backwards ? anchorMatches.length - 1 : 0;
       hit = { visit: 0, match: anchorMatches[within], within };
+      current.selected = true;
       const range = select(from.block, hit.match);
       if (reveals) reveal(range);
     }
@@ -392,7 +394,9 @@ export function createFinder({ container, scroll }) {
      * selection's own colour.
      */
     async find(text, { backwards = false, again = false } = {}) {
-      const current = {};
+      // A render in the middle of a step the reader asked for: the step goes on, from where it began.
+      const step = again && job?.step && !job.selected && job.text === text ? job.step : { backwards: !!backwards, again: !!again };
+      const current = { text, step, selected: false };
       job = current;
       const expression = matcher(text ?? '');
       if (!expression) {
@@ -407,7 +411,7 @@ export function createFinder({ container, scroll }) {
         changes.observe(container, { childList: true, subtree: true, characterData: true });
       }
       try {
-        return await run(current, expression, !!backwards, !!again, !again);
+        return await run(current, expression, step.backwards, step.again, !step.again);
       } finally {
         if (job === current) job = null;
       }

@@ -177,6 +177,13 @@ test('a render under the current match: found again, or gone, never in removed n
   page.render(edited.replace('edited, with a needle', 'edited'), null, { rev: 3 });
   assert.deepEqual(await page.find('needle', { again: true }), { active: 2, matches: 2 });
   assert.ok(selectedLine() > line);
+  // A render while a step is still on its way: the step goes on and brings its hit into view.
+  scrollY = 0;
+  const stepping = page.find('needle');
+  const refresh = page.find('needle', { again: true });
+  assert.equal(await stepping, null);
+  assert.deepEqual(await refresh, { active: 1, matches: 2 });
+  assert.ok(scrollY > 0, 'scrolled to the hit');
   page.render('Nothing here.', null, { rev: 4 });
   assert.deepEqual(await page.find('needle', { again: true }), { active: 0, matches: 0 });
 });
