@@ -157,7 +157,8 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
         else {
             m_pageFind->hide();
             m_pageSearched.clear();
-            m_controller->call(QStringLiteral("mv.find('')")); // the match loses its find colour
+            if (m_controller->isReady()) // the match loses its find colour
+                m_controller->call(QStringLiteral("mv.find('')"));
             focusDocument(true);
         }
     });
@@ -263,7 +264,7 @@ void DocumentTab::findInPreview(const QString &text, bool backwards)
 
 void DocumentTab::findInPage(const QString &text, bool backwards, bool again)
 {
-    if (text.isEmpty())
+    if (text.isEmpty() || !m_controller->isReady())
         return;
     m_pageSearched = text;
     // The page's own find: the engine's would lay out every part of a long document
