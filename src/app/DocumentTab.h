@@ -72,6 +72,8 @@ private:
     // Shows the sidebar while it is asked for and leaves the document its room.
     void updateSidebar();
     void findInEditor(const QString &text, bool backwards, bool fromSelectionStart);
+    // `again`: keeps the current match when a render left it, and leaves the view.
+    void findInPage(const QString &text, bool backwards, bool again);
 
     PreviewView *m_view;
     TabPanels *m_panels;
@@ -82,6 +84,8 @@ private:
     FindBar *m_pageFind;
     FindBar *m_editorFind;
     QShortcut *m_closeFind = nullptr;
+    // What the page's find bar last searched for, while it is open.
+    QString m_pageSearched;
     QSplitter *m_panes;
     QWidget *m_editorPane;
     Lumo::Editor::EditorView *m_editor;

@@ -8,6 +8,7 @@ import { createScrollSync } from './scroll.js';
 import { createChangeFollower } from './follow.js';
 import { blockOf, isChunk, nextBlock, previousBlock } from './chunks.js';
 import { createEnhancer } from './enhance.js';
+import { createFinder } from './find.js';
 import { createAppearance } from './appearance.js';
 import { installDiagramMenu } from './diagrams.js';
 import { exportHTML, localImages, richHTML } from './export.js';
@@ -77,6 +78,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const sanitizer = createSanitizer(window);
   const scroll = createScrollSync({ container, post });
   const follower = createChangeFollower({ container, scroll });
+  const finder = createFinder({ container, scroll });
   const converter = createBlockConverter();
   let base = null;
   // Units without raw HTML of the document (no run of blocks, no raw text) take the quick check.
@@ -320,6 +322,10 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     },
     topLine() {
       return scroll.topLine();
+    },
+    /** Find in page (find.js): answers {active, matches}. */
+    find(text, options) {
+      return finder.find(text, options);
     },
     localImages() {
       return localImages(container);
