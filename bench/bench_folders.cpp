@@ -26,6 +26,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 namespace {

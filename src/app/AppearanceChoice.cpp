@@ -1,5 +1,7 @@
 #include "AppearanceChoice.h"
 
+using Lumo::Base::Appearance;
+
 namespace AppearanceChoice {
 
 std::optional<Appearance> fromColorScheme(uint value)

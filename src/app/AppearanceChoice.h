@@ -12,8 +12,9 @@
 namespace AppearanceChoice {
 
 // The portal's color-scheme value as a preference, or none for "no preference".
-std::optional<Appearance> fromColorScheme(uint value);
-Appearance resolve(const QString &preference, std::optional<Appearance> desktop,
-                   Appearance platformPalette);
+std::optional<Lumo::Base::Appearance> fromColorScheme(uint value);
+Lumo::Base::Appearance resolve(const QString &preference,
+                               std::optional<Lumo::Base::Appearance> desktop,
+                               Lumo::Base::Appearance platformPalette);
 
 } // namespace AppearanceChoice

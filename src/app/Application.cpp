@@ -19,6 +19,11 @@
 #include <QFileInfo>
 #include <QJsonArray>
 
+using Lumo::Base::DebugHooks;
+using Lumo::Base::Preferences;
+namespace ResourcePaths = Lumo::Base::ResourcePaths;
+namespace WarningAlert = Lumo::Base::WarningAlert;
+
 Application::Application(QObject *parent)
     : QObject(parent)
 {

@@ -9,6 +9,8 @@
 #include <QUrl>
 #include <QUrlQuery>
 
+namespace ResourcePaths = Lumo::Base::ResourcePaths;
+
 namespace CommandLineTool {
 
 QString script()

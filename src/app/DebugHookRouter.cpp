@@ -15,6 +15,9 @@
 #include <QFileDialog>
 #include <QTimer>
 
+using Lumo::Base::Appearance;
+using Lumo::Base::DebugHooks;
+
 namespace {
 
 QString hook(const char *name)

@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QProcess>
 
+using Lumo::Base::Preferences;
+
 namespace DefaultApp {
 
 namespace {

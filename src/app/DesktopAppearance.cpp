@@ -11,6 +11,10 @@
 #include <QPalette>
 #include <QStyle>
 
+using Lumo::Base::Appearance;
+using Lumo::Base::Preferences;
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");

@@ -12,6 +12,8 @@
 #include <QPushButton>
 #include <QTimer>
 
+using Lumo::Base::Preferences;
+
 namespace DesktopCommands {
 
 namespace {

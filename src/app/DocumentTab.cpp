@@ -22,7 +22,9 @@
 #include <QVBoxLayout>
 #include <QWebEngineFindTextResult>
 
+using Lumo::Base::Preferences;
 using Lumo::Editor::EditorView;
+namespace TextScale = Lumo::Base::TextScale;
 
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)
     : QWidget(parent)

@@ -26,6 +26,13 @@
 #include <QTabWidget>
 #include <QToolBar>
 
+using Lumo::Base::Preferences;
+namespace Brand = Lumo::Base::Brand;
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+namespace PathKey = Lumo::Base::PathKey;
+namespace SaveFolder = Lumo::Base::SaveFolder;
+namespace WarningAlert = Lumo::Base::WarningAlert;
+
 DocumentWindow::DocumentWindow(QWidget *parent)
     : QMainWindow(parent)
     , m_tabs(new QTabWidget(this))

@@ -20,6 +20,11 @@
 #include <QPrintDialog>
 #include <QPrinter>
 
+using Lumo::Base::Appearance;
+namespace Brand = Lumo::Base::Brand;
+namespace SaveFolder = Lumo::Base::SaveFolder;
+namespace WarningAlert = Lumo::Base::WarningAlert;
+
 namespace ExportCommands {
 
 namespace {

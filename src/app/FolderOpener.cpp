@@ -17,6 +17,9 @@
 #include <QMessageBox>
 #include <QPointer>
 
+using Lumo::Base::Preferences;
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+
 namespace {
 
 // Qt's own dialog, since the desktop's cannot take files and folders at once; the

@@ -17,6 +17,8 @@
 #include <QLoggingCategory>
 #include <QTimer>
 
+using Lumo::Base::Appearance;
+
 namespace HeadlessExport {
 
 namespace {

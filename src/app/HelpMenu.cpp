@@ -15,6 +15,8 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+namespace ResourcePaths = Lumo::Base::ResourcePaths;
+
 namespace HelpMenu {
 namespace {
 

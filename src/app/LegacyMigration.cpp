@@ -8,6 +8,8 @@
 #include <QSettings>
 #include <QStandardPaths>
 
+using Lumo::Base::Preferences;
+
 namespace LegacyMigration {
 
 void run(Preferences &preferences, const QString &oldSettingsPath, const QString &dataFolder)

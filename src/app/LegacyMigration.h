@@ -2,7 +2,9 @@
 
 #include <QString>
 
+namespace Lumo::Base {
 class Preferences;
+}
 
 // Carries the reading preferences and the custom stylesheet over from Lumo's
 // predecessor, Scrivent, once: never overwriting what the user has set here, and
@@ -11,7 +13,8 @@ namespace LegacyMigration {
 
 // Scrivent's settings file (~/.config/Scrivent/Scrivent.conf) and the data folder
 // holding both applications' folders (~/.local/share).
-void run(Preferences &preferences, const QString &oldSettingsPath, const QString &dataFolder);
-void run(Preferences &preferences);
+void run(Lumo::Base::Preferences &preferences, const QString &oldSettingsPath,
+         const QString &dataFolder);
+void run(Lumo::Base::Preferences &preferences);
 
 } // namespace LegacyMigration

@@ -10,6 +10,8 @@
 #include <QCoreApplication>
 #include <QMenu>
 
+using Lumo::Base::Preferences;
+
 namespace PreferenceCommands {
 namespace {
 

@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+namespace PathKey = Lumo::Base::PathKey;
+
 namespace RevealWhenReady {
 namespace {
 

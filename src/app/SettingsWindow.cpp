@@ -25,6 +25,10 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+using Lumo::Base::Preferences;
+namespace Brand = Lumo::Base::Brand;
+namespace TextScale = Lumo::Base::TextScale;
+
 namespace {
 
 // The slider works in tenths: 7 ... 20 for 0.7 ... 2.0.

@@ -2,7 +2,9 @@
 
 #include <QWidget>
 
+namespace Lumo::Base {
 class Preferences;
+}
 class QButtonGroup;
 class QCheckBox;
 class QLabel;
@@ -18,7 +20,7 @@ class SettingsWindow final : public QWidget
     Q_DISABLE_COPY_MOVE(SettingsWindow)
 
 public:
-    explicit SettingsWindow(Preferences &preferences, QWidget *parent = nullptr);
+    explicit SettingsWindow(Lumo::Base::Preferences &preferences, QWidget *parent = nullptr);
 
     // Shows the application's one Settings window, creating it on first use.
     static void showShared();
@@ -42,7 +44,7 @@ private:
     void showReadingWidth();
     void showTextScale();
 
-    Preferences &m_preferences;
+    Lumo::Base::Preferences &m_preferences;
     QButtonGroup *m_themes = nullptr;
     QButtonGroup *m_fonts = nullptr;
     QButtonGroup *m_widths = nullptr;

@@ -17,6 +17,8 @@
 #include <QFile>
 #include <QJsonArray>
 
+using Lumo::Base::Preferences;
+
 namespace {
 
 // The request this launch makes: files as absolute paths (with the place to show),

@@ -12,6 +12,8 @@
 #include <QStringDecoder>
 #include <QUrl>
 
+using Lumo::Base::Preferences;
+
 CustomCSS::CustomCSS(const QString &path, QObject *parent)
     : QObject(parent)
     , m_path(path)

@@ -4,7 +4,9 @@
 #include <QString>
 
 class FileWatcher;
+namespace Lumo::Base {
 class Preferences;
+}
 
 // The user's stylesheet for every reading page, ~/.local/share/Lumo/custom.css. Keeps
 // the file's text (empty when it is missing or not UTF-8), watches it, and announces
@@ -31,7 +33,7 @@ public:
     void reload();
     // Creates the file from the template when there is none, switches the stylesheet
     // on, and opens the file in the user's editor for CSS.
-    void openForEditing(Preferences &preferences);
+    void openForEditing(Lumo::Base::Preferences &preferences);
 
 Q_SIGNALS:
     // Always delivered through the event loop, after text() changed.

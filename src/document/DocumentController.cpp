@@ -24,6 +24,12 @@
 #include <QJsonArray>
 #include <QUrl>
 
+using Lumo::Base::Appearance;
+using Lumo::Base::Preferences;
+namespace Brand = Lumo::Base::Brand;
+namespace PathKey = Lumo::Base::PathKey;
+namespace TextScale = Lumo::Base::TextScale;
+
 namespace {
 
 QList<DocumentController *> &liveControllers()

@@ -20,6 +20,10 @@
 #include <QSaveFile>
 #include <QUrl>
 
+using Lumo::Base::Appearance;
+using Lumo::Base::Preferences;
+using Lumo::Base::runInBackground;
+
 namespace DocumentExport {
 namespace {
 

@@ -26,7 +26,7 @@ void writeHTML(DocumentController *controller, const QString &path, Done done = 
 // Prints the page to a PDF in the appearance (dark pages painted edge to edge), with
 // bookmarks from the outline; the page returns to its own appearance after.
 void writePDF(DocumentController *controller, PreviewPage *page, const QString &path,
-              Appearance appearance, Done done = {});
+              Lumo::Base::Appearance appearance, Done done = {});
 // Puts the document on the clipboard as light, inline-styled HTML and plain text.
 void copyRichText(DocumentController *controller, Done done = {});
 

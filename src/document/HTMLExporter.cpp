@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QRegularExpression>
 
+namespace ResourcePaths = Lumo::Base::ResourcePaths;
+
 namespace HTMLExporter {
 
 QString web(const QString &name)

@@ -11,6 +11,8 @@
 #include <QMimeDatabase>
 #include <QPushButton>
 
+namespace DesktopIntegration = Lumo::Base::DesktopIntegration;
+
 namespace LinkPolicy {
 
 namespace {

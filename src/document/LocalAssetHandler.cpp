@@ -8,6 +8,8 @@
 #include <QWebEngineUrlRequestJob>
 #include <QWebEngineUrlScheme>
 
+using Lumo::Base::runInBackground;
+
 namespace {
 
 using Folders = std::pair<QString, QString>; // a document's path, the folder opened around it

@@ -13,6 +13,8 @@
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 constexpr int popoverWidth = 300;

@@ -16,6 +16,9 @@
 #include <QWebEngineScript>
 #include <QWebEngineView>
 
+using Lumo::Base::Appearance;
+using Lumo::Base::runInBackground;
+
 namespace PDFPrint {
 
 namespace {

@@ -26,7 +26,7 @@ using Done = std::function<void(bool ok, const QString &error)>;
 QPageLayout pageLayout();
 
 // Prints the page to a PDF at path (written atomically).
-void toFile(PreviewPage *page, const QString &path, Appearance appearance, Done done);
+void toFile(PreviewPage *page, const QString &path, Lumo::Base::Appearance appearance, Done done);
 
 // Prints the view's page, light, on the printer (which must outlive the print).
 void toPrinter(QWebEngineView *view, QPrinter *printer, Done done);

@@ -12,6 +12,8 @@
 #include <QMimeData>
 #include <QSaveFile>
 
+namespace SaveFolder = Lumo::Base::SaveFolder;
+
 namespace PageActions {
 
 QString svgFileName(const QString &documentPath, const QString &diagramName)

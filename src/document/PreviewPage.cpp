@@ -18,6 +18,8 @@
 #include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
 
+namespace ResourcePaths = Lumo::Base::ResourcePaths;
+
 namespace {
 
 void printScriptError(const QString &message)

@@ -4,6 +4,8 @@
 
 #include <QUrl>
 
+using Lumo::Base::Preferences;
+
 namespace {
 
 bool forbidden = false;

@@ -2,6 +2,8 @@
 
 #include "base/Preferences.h"
 
+using Lumo::Base::Preferences;
+
 TabPanels::TabPanels(QObject *parent)
     : QObject(parent)
     , m_sidebarVisible(Preferences::shared().showSidebar())

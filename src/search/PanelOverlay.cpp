@@ -16,6 +16,9 @@
 #include <QStyle>
 #include <QVariantAnimation>
 
+using Lumo::Base::Appearance;
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 constexpr int cardWidth = 640;

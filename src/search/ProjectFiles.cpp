@@ -11,6 +11,8 @@
 #include <QFileInfo>
 #include <string_view>
 
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+
 using namespace Qt::StringLiterals;
 
 namespace {

@@ -11,6 +11,9 @@
 #include <QPainter>
 #include <QStyledItemDelegate>
 
+using Lumo::Base::runInBackground;
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 constexpr int rowHeight = 46;

@@ -7,6 +7,8 @@
 #include <QLineEdit>
 #include <QListView>
 
+using Lumo::Base::runInBackground;
+
 SearchPanel::SearchPanel(QWidget *tab)
     : PanelOverlay(tab)
     , m_session(new SearchSession(this))

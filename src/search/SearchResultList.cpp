@@ -5,6 +5,8 @@
 #include <QApplication>
 #include <QPainter>
 
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 constexpr int headerHeight = 30;

@@ -2,6 +2,8 @@
 
 #include "base/Background.h"
 
+using Lumo::Base::runInBackground;
+
 SearchSession::SearchSession(QObject *parent, Searcher searcher)
     : QObject(parent)
     , m_searcher(std::move(searcher))

@@ -8,6 +8,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+using Lumo::Base::runInBackground;
+
 namespace FolderOpenRules {
 
 bool isFolder(const QString &path)

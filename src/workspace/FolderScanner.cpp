@@ -11,6 +11,8 @@
 #include <QFile>
 #include <QLocale>
 
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+
 using namespace Qt::StringLiterals;
 
 namespace {

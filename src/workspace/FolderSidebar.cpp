@@ -18,6 +18,8 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+namespace DesktopIntegration = Lumo::Base::DesktopIntegration;
+
 namespace {
 
 QLabel *centredNote(const QString &text, QWidget *parent)

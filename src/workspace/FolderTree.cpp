@@ -9,6 +9,10 @@
 #include <QFileInfo>
 #include <QHash>
 
+using Lumo::Base::Preferences;
+using Lumo::Base::runInBackground;
+namespace PathKey = Lumo::Base::PathKey;
+
 namespace {
 
 // Standardised root path to its tree; the order is least recently used first.

@@ -17,6 +17,8 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+
 namespace {
 
 constexpr quint32 watchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE |

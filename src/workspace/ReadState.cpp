@@ -7,6 +7,9 @@
 #include <limits>
 #include <QCoreApplication>
 
+using Lumo::Base::Preferences;
+namespace PathKey = Lumo::Base::PathKey;
+
 namespace {
 
 qint64 sortKey(const QDateTime &date)

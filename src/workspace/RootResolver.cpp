@@ -3,6 +3,8 @@
 #include "base/Background.h"
 #include "Workspace.h"
 
+using Lumo::Base::runInBackground;
+
 void RootResolver::resolve(const QString &filePath, const QStringList &opened)
 {
     const quint64 generation = ++m_generation;

@@ -6,6 +6,8 @@
 #include <QPainter>
 #include <QPainterPath>
 
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 constexpr int iconSize = 16;

@@ -6,6 +6,9 @@
 
 #include <QDir>
 
+using Lumo::Base::Preferences;
+namespace PathKey = Lumo::Base::PathKey;
+
 namespace {
 
 QString withSlash(QString path)

@@ -4,7 +4,9 @@
 #include <QString>
 #include <QStringList>
 
+namespace Lumo::Base {
 class Preferences;
+}
 
 // The folders the user opened for browsing, and which folder a document's sidebar
 // shows. Folders are standardised paths, newest first, at most `rememberedLimit`;
@@ -14,9 +16,9 @@ namespace Workspace {
 
 inline constexpr int rememberedLimit = 20;
 
-QStringList folders(const Preferences &prefs);
+QStringList folders(const Lumo::Base::Preferences &prefs);
 // Puts the folder at the front of the remembered list.
-void remember(Preferences &prefs, const QString &folder);
+void remember(Lumo::Base::Preferences &prefs, const QString &folder);
 
 // The folder whose tree the sidebar of the document at `filePath` shows: the first of
 // `opened` that contains the file (symlinks resolved on both sides), else the file's

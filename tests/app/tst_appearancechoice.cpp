@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestAppearanceChoice : public QObject

@@ -13,6 +13,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 // The application shell's logic: folder URLs, the predecessor's settings, the stylesheet file.

@@ -8,6 +8,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestPreferences : public QObject

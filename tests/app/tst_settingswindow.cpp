@@ -8,6 +8,8 @@
 #include <QSlider>
 #include <QTest>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestSettingsWindow : public QObject

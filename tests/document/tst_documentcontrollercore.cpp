@@ -13,6 +13,8 @@
 #include <QTest>
 #include <QTimer>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestDocumentControllerCore : public QObject

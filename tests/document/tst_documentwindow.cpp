@@ -19,6 +19,8 @@
 #include <QMenuBar>
 #include <QPlainTextEdit>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 using Lumo::Editor::EditorView;
 

@@ -19,6 +19,8 @@
 #include <qpdf/QPDFPageObjectHelper.hh>
 #include <QPrinter>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 namespace {

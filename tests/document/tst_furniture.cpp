@@ -16,6 +16,8 @@
 #include <QPushButton>
 #include <QWebEngineFindTextResult>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestFurniture : public QObject

@@ -12,6 +12,8 @@
 #include <QTest>
 #include <sys/stat.h>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestPageContract : public QObject

@@ -13,6 +13,8 @@
 #include <QWebEngineView>
 #include <sys/stat.h>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestPreviewPage : public QObject

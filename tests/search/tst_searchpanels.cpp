@@ -15,6 +15,8 @@
 #include <QAction>
 #include <QLineEdit>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestSearchPanels : public QObject

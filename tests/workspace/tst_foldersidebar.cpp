@@ -28,6 +28,8 @@
 #include <QStackedWidget>
 #include <QTestEventList>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestFolderSidebar : public QObject

@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestFolderTree : public QObject

@@ -10,6 +10,8 @@
 #include <QTest>
 #include <QThreadPool>
 
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestWorkspace : public QObject
