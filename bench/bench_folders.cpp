@@ -27,6 +27,7 @@
 #include <unistd.h>
 
 using namespace Lumo::Base;
+using namespace Lumo::Search;
 
 using namespace Qt::StringLiterals;
 

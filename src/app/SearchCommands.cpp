@@ -12,6 +12,11 @@
 #include <QCoreApplication>
 #include <QPlainTextEdit>
 
+using Lumo::Search::PanelOverlay;
+using Lumo::Search::QuickOpenPanel;
+using Lumo::Search::SearchPanel;
+namespace ProjectRoot = Lumo::Search::ProjectRoot;
+
 namespace SearchCommands {
 namespace {
 

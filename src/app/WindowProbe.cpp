@@ -19,8 +19,8 @@ QString focusRole(const DocumentWindow *window)
     static const QList<std::pair<const char *, const char *>> roles{
         {"FindBar", "find"},
         {"OutlinePopover", "outline"},
-        {"QuickOpenPanel", "quickOpen"},
-        {"SearchPanel", "search"},
+        {"Lumo::Search::QuickOpenPanel", "quickOpen"},
+        {"Lumo::Search::SearchPanel", "search"},
         {"SidebarView", "sidebar"},
         {"Lumo::Editor::EditorView", "editor"},
         {"QWebEngineView", "page"}};

@@ -11,6 +11,8 @@
 #include <QPainter>
 #include <QStyledItemDelegate>
 
+namespace Lumo::Search {
+
 using Lumo::Base::runInBackground;
 namespace Brand = Lumo::Base::Brand;
 
@@ -223,3 +225,5 @@ void QuickOpenPanel::handleKey(Key key)
         break;
     }
 }
+
+} // namespace Lumo::Search

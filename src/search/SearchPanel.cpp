@@ -7,6 +7,8 @@
 #include <QLineEdit>
 #include <QListView>
 
+namespace Lumo::Search {
+
 using Lumo::Base::runInBackground;
 
 SearchPanel::SearchPanel(QWidget *tab)
@@ -124,3 +126,5 @@ void SearchPanel::handleKey(Key key)
         break;
     }
 }
+
+} // namespace Lumo::Search

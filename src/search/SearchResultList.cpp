@@ -5,6 +5,8 @@
 #include <QApplication>
 #include <QPainter>
 
+namespace Lumo::Search {
+
 namespace Brand = Lumo::Base::Brand;
 
 namespace {
@@ -147,3 +149,5 @@ void SearchResultDelegate::paint(QPainter *painter, const QStyleOptionViewItem &
     }
     painter->restore();
 }
+
+} // namespace Lumo::Search

@@ -9,6 +9,8 @@
 #include <QFileInfo>
 
 using Lumo::Base::runInBackground;
+using Lumo::Search::MarkdownFile;
+namespace ProjectFiles = Lumo::Search::ProjectFiles;
 
 namespace FolderOpenRules {
 

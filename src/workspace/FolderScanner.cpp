@@ -12,6 +12,7 @@
 #include <QLocale>
 
 namespace MarkdownNames = Lumo::Base::MarkdownNames;
+using Lumo::Search::DirectoryReader;
 
 using namespace Qt::StringLiterals;
 

@@ -18,6 +18,7 @@
 #include <unistd.h>
 
 namespace MarkdownNames = Lumo::Base::MarkdownNames;
+using Lumo::Search::DirectoryReader;
 
 namespace {
 

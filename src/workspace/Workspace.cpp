@@ -8,6 +8,7 @@
 
 using Lumo::Base::Preferences;
 namespace PathKey = Lumo::Base::PathKey;
+namespace ProjectFiles = Lumo::Search::ProjectFiles;
 
 namespace {
 

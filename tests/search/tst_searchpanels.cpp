@@ -16,6 +16,7 @@
 #include <QLineEdit>
 
 using namespace Lumo::Base;
+using namespace Lumo::Search;
 
 using namespace Qt::StringLiterals;
 
