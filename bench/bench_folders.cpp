@@ -28,6 +28,7 @@
 
 using namespace Lumo::Base;
 using namespace Lumo::Search;
+using namespace Lumo::Workspace;
 
 using namespace Qt::StringLiterals;
 

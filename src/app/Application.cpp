@@ -23,6 +23,7 @@ using Lumo::Base::DebugHooks;
 using Lumo::Base::Preferences;
 namespace ResourcePaths = Lumo::Base::ResourcePaths;
 namespace WarningAlert = Lumo::Base::WarningAlert;
+namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
 
 Application::Application(QObject *parent)
     : QObject(parent)

@@ -25,6 +25,7 @@
 using Lumo::Base::Preferences;
 using Lumo::Editor::EditorView;
 namespace TextScale = Lumo::Base::TextScale;
+using Lumo::Workspace::SidebarView;
 
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)
     : QWidget(parent)

@@ -11,7 +11,9 @@ class FindBar;
 class PreviewView;
 class QShortcut;
 class QSplitter;
+namespace Lumo::Workspace {
 class SidebarView;
+}
 class TabPanels;
 
 // The content of one tab: a sidebar column beside the document area, which shows the
@@ -77,7 +79,7 @@ private:
     TabPanels *m_panels;
     DocumentController *m_controller;
     QSplitter *m_columns;
-    SidebarView *m_sidebar;
+    Lumo::Workspace::SidebarView *m_sidebar;
     DiskChangeBanner *m_banner;
     FindBar *m_pageFind;
     FindBar *m_editorFind;

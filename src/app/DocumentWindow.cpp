@@ -32,6 +32,7 @@ namespace MarkdownNames = Lumo::Base::MarkdownNames;
 namespace PathKey = Lumo::Base::PathKey;
 namespace SaveFolder = Lumo::Base::SaveFolder;
 namespace WarningAlert = Lumo::Base::WarningAlert;
+namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
 
 DocumentWindow::DocumentWindow(QWidget *parent)
     : QMainWindow(parent)

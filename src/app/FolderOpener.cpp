@@ -19,6 +19,8 @@
 
 using Lumo::Base::Preferences;
 namespace MarkdownNames = Lumo::Base::MarkdownNames;
+namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
+namespace Workspace = Lumo::Workspace::Workspace;
 
 namespace {
 

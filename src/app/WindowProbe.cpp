@@ -21,7 +21,7 @@ QString focusRole(const DocumentWindow *window)
         {"OutlinePopover", "outline"},
         {"Lumo::Search::QuickOpenPanel", "quickOpen"},
         {"Lumo::Search::SearchPanel", "search"},
-        {"SidebarView", "sidebar"},
+        {"Lumo::Workspace::SidebarView", "sidebar"},
         {"Lumo::Editor::EditorView", "editor"},
         {"QWebEngineView", "page"}};
     const QWidget *focus = QApplication::focusWidget();

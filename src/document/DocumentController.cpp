@@ -29,6 +29,9 @@ using Lumo::Base::Preferences;
 namespace Brand = Lumo::Base::Brand;
 namespace PathKey = Lumo::Base::PathKey;
 namespace TextScale = Lumo::Base::TextScale;
+using Lumo::Workspace::ReadState;
+using Lumo::Workspace::RootResolver;
+namespace Workspace = Lumo::Workspace::Workspace;
 
 namespace {
 

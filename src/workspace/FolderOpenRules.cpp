@@ -8,6 +8,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+namespace Lumo::Workspace {
+
 using Lumo::Base::runInBackground;
 using Lumo::Search::MarkdownFile;
 namespace ProjectFiles = Lumo::Search::ProjectFiles;
@@ -73,3 +75,5 @@ QString noFilesDetail()
 }
 
 } // namespace FolderOpenRules
+
+} // namespace Lumo::Workspace

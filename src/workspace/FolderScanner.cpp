@@ -11,6 +11,8 @@
 #include <QFile>
 #include <QLocale>
 
+namespace Lumo::Workspace {
+
 namespace MarkdownNames = Lumo::Base::MarkdownNames;
 using Lumo::Search::DirectoryReader;
 
@@ -170,3 +172,5 @@ QList<Row> visibleRows(const QList<TreeNode> &nodes, const QSet<QString> &expand
 }
 
 } // namespace FolderScanner
+
+} // namespace Lumo::Workspace

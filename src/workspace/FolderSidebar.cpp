@@ -18,6 +18,8 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+namespace Lumo::Workspace {
+
 namespace DesktopIntegration = Lumo::Base::DesktopIntegration;
 
 namespace {
@@ -225,3 +227,5 @@ void FolderSidebar::showContextMenu(const QModelIndex &index, const QPoint &glob
     }
     menu->popup(globalPosition);
 }
+
+} // namespace Lumo::Workspace

@@ -5,10 +5,13 @@
 
 class DocumentController;
 class TabPanels;
-class FolderTree;
-class FolderTreeModel;
 class QLabel;
 class QStackedWidget;
+
+namespace Lumo::Workspace {
+
+class FolderTree;
+class FolderTreeModel;
 class SidebarList;
 
 // The sidebar of a window whose document belongs to a folder: a header with the
@@ -66,3 +69,5 @@ private:
     QLabel *m_count = nullptr;
     bool m_restoring = false;
 };
+
+} // namespace Lumo::Workspace

@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QHash>
 
+namespace Lumo::Workspace {
+
 using Lumo::Base::Preferences;
 using Lumo::Base::runInBackground;
 namespace PathKey = Lumo::Base::PathKey;
@@ -237,3 +239,5 @@ void FolderTree::evict()
     m_pendingRescan = false;
     m_watcher.stop();
 }
+
+} // namespace Lumo::Workspace

@@ -17,6 +17,8 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+namespace Lumo::Workspace {
+
 namespace MarkdownNames = Lumo::Base::MarkdownNames;
 using Lumo::Search::DirectoryReader;
 
@@ -364,3 +366,5 @@ void FolderWatcher::received(const QStringList &paths, const QList<quint32> &fla
         },
         Qt::QueuedConnection);
 }
+
+} // namespace Lumo::Workspace

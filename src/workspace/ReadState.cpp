@@ -7,6 +7,8 @@
 #include <limits>
 #include <QCoreApplication>
 
+namespace Lumo::Workspace {
+
 using Lumo::Base::Preferences;
 namespace PathKey = Lumo::Base::PathKey;
 
@@ -132,3 +134,5 @@ void ReadState::save()
     m_preferences.setSidebarViewed(storedForm(m_viewed));
     m_preferences.setSidebarBaselines(storedForm(m_baselines));
 }
+
+} // namespace Lumo::Workspace

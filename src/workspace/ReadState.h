@@ -11,6 +11,8 @@ namespace Lumo::Base {
 class Preferences;
 }
 
+namespace Lumo::Workspace {
+
 // Remembers, across launches, when each Markdown file was last shown and when each
 // browsed folder was first seen, and from these tells which sidebar rows changed since
 // the user last read them. Files and folders are keyed by their paths with symbolic
@@ -67,3 +69,5 @@ private:
     QHash<QString, QDateTime> m_baselines;
     QTimer m_saveTimer;
 };
+
+} // namespace Lumo::Workspace

@@ -3,6 +3,8 @@
 #include "base/Background.h"
 #include "Workspace.h"
 
+namespace Lumo::Workspace {
+
 using Lumo::Base::runInBackground;
 
 void RootResolver::resolve(const QString &filePath, const QStringList &opened)
@@ -28,3 +30,5 @@ void RootResolver::resolve(const QString &filePath, const QStringList &opened)
                 Q_EMIT resolved(root);
         });
 }
+
+} // namespace Lumo::Workspace

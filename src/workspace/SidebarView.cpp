@@ -13,6 +13,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+namespace Lumo::Workspace {
+
 namespace {
 
 class FolderSymbol : public QWidget
@@ -116,3 +118,5 @@ void SidebarView::dropEvent(QDropEvent *event)
     event->acceptProposedAction();
     Q_EMIT filesDropped(paths);
 }
+
+} // namespace Lumo::Workspace

@@ -4,8 +4,11 @@
 
 class DocumentController;
 class TabPanels;
-class FolderSidebar;
 class QMimeData;
+
+namespace Lumo::Workspace {
+
+class FolderSidebar;
 
 // The sidebar column of a document tab: the folder sidebar of the controller's
 // sidebar root, or, while the document belongs to no folder, an invitation to open
@@ -44,3 +47,5 @@ private:
     QWidget *m_pending;
     FolderSidebar *m_folder = nullptr;
 };
+
+} // namespace Lumo::Workspace

@@ -6,6 +6,8 @@
 
 #include <QDir>
 
+namespace Lumo::Workspace {
+
 using Lumo::Base::Preferences;
 namespace PathKey = Lumo::Base::PathKey;
 namespace ProjectFiles = Lumo::Search::ProjectFiles;
@@ -58,3 +60,5 @@ std::optional<QString> root(const QString &filePath, const QStringList &opened)
 }
 
 } // namespace Workspace
+
+} // namespace Lumo::Workspace

@@ -12,7 +12,7 @@ class Preferences;
 // shows. Folders are standardised paths, newest first, at most `rememberedLimit`;
 // they are kept under "workspaceFolders". Main thread, except `root`, which is safe
 // on any thread.
-namespace Workspace {
+namespace Lumo::Workspace::Workspace {
 
 inline constexpr int rememberedLimit = 20;
 
@@ -29,4 +29,4 @@ std::optional<QString> root(const QString &filePath, const QStringList &opened);
 // and only whole path components count (/x/notes2 is not inside /x/notes).
 bool contains(const QString &folder, const QString &path);
 
-} // namespace Workspace
+} // namespace Lumo::Workspace::Workspace

@@ -20,6 +20,7 @@
 #include <QPlainTextEdit>
 
 using namespace Lumo::Base;
+using namespace Lumo::Workspace;
 
 using namespace Qt::StringLiterals;
 using Lumo::Editor::EditorView;

@@ -29,6 +29,7 @@
 #include <QTestEventList>
 
 using namespace Lumo::Base;
+using namespace Lumo::Workspace;
 
 using namespace Qt::StringLiterals;
 

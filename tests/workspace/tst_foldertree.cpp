@@ -8,6 +8,7 @@
 #include <QTest>
 
 using namespace Lumo::Base;
+using namespace Lumo::Workspace;
 
 using namespace Qt::StringLiterals;
 

@@ -11,6 +11,7 @@
 #include <QThreadPool>
 
 using namespace Lumo::Base;
+using namespace Lumo::Workspace;
 
 using namespace Qt::StringLiterals;
 
