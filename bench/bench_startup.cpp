@@ -19,6 +19,8 @@
 #include <QTemporaryDir>
 #include <unistd.h>
 
+using namespace Lumo::Document;
+
 namespace {
 
 // Milliseconds since this process started, from the kernel's own record.

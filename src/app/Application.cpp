@@ -24,6 +24,7 @@ using Lumo::Base::Preferences;
 namespace ResourcePaths = Lumo::Base::ResourcePaths;
 namespace WarningAlert = Lumo::Base::WarningAlert;
 namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
+using Lumo::Document::OpenDocument;
 
 Application::Application(QObject *parent)
     : QObject(parent)

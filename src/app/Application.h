@@ -5,7 +5,9 @@
 #include <QPointer>
 
 class DocumentWindow;
+namespace Lumo::Document {
 class OpenDocument;
+}
 
 // The running Lumo: its document windows and the open requests that reach it from
 // its own command line, later launches, the desktop and the diagnostic hooks.

@@ -17,6 +17,8 @@
 
 using Lumo::Base::Appearance;
 using Lumo::Base::DebugHooks;
+using Lumo::Document::DocumentController;
+namespace DocumentExport = Lumo::Document::DocumentExport;
 
 namespace {
 

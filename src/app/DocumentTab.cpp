@@ -25,6 +25,14 @@
 using Lumo::Base::Preferences;
 using Lumo::Editor::EditorView;
 namespace TextScale = Lumo::Base::TextScale;
+using Lumo::Document::DiskChangeBanner;
+using Lumo::Document::DocumentController;
+using Lumo::Document::EmptyHint;
+using Lumo::Document::FindBar;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::PreviewView;
+using Lumo::Document::TabNotice;
+using Lumo::Document::TabPanels;
 using Lumo::Workspace::SidebarView;
 
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)

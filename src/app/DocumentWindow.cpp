@@ -33,6 +33,12 @@ namespace PathKey = Lumo::Base::PathKey;
 namespace SaveFolder = Lumo::Base::SaveFolder;
 namespace WarningAlert = Lumo::Base::WarningAlert;
 namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::OutlineItem;
+using Lumo::Document::OutlinePopover;
+using Lumo::Document::TabPanels;
+namespace TabNames = Lumo::Document::TabNames;
 
 DocumentWindow::DocumentWindow(QWidget *parent)
     : QMainWindow(parent)

@@ -24,6 +24,10 @@ using Lumo::Base::Appearance;
 namespace Brand = Lumo::Base::Brand;
 namespace SaveFolder = Lumo::Base::SaveFolder;
 namespace WarningAlert = Lumo::Base::WarningAlert;
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+namespace DocumentExport = Lumo::Document::DocumentExport;
+namespace PDFPrint = Lumo::Document::PDFPrint;
 
 namespace ExportCommands {
 

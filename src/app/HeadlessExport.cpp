@@ -18,6 +18,13 @@
 #include <QTimer>
 
 using Lumo::Base::Appearance;
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::PreviewPage;
+using Lumo::Document::PreviewView;
+using Lumo::Document::RemoteContentFilter;
+namespace DocumentExport = Lumo::Document::DocumentExport;
+namespace PageScript = Lumo::Document::PageScript;
 
 namespace HeadlessExport {
 

@@ -4,6 +4,8 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 
+using Lumo::Document::OutlineItem;
+
 OpenTarget OpenTarget::fromArgument(const QString &absolutePath,
                                     const std::function<bool(const QString &)> &exists)
 {

@@ -31,5 +31,6 @@ struct OpenTarget
 
     // The outline entry that `heading` names: its anchor id, else its text ignoring
     // case, else the anchor the name would get; -1 when none matches.
-    static int headingIndex(const QList<OutlineItem> &outline, const QString &heading);
+    static int headingIndex(const QList<Lumo::Document::OutlineItem> &outline,
+                            const QString &heading);
 };

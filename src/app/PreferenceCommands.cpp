@@ -11,6 +11,7 @@
 #include <QMenu>
 
 using Lumo::Base::Preferences;
+using Lumo::Document::CustomCSS;
 
 namespace PreferenceCommands {
 namespace {

@@ -10,6 +10,9 @@
 #include <QFileInfo>
 
 namespace PathKey = Lumo::Base::PathKey;
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::OutlineItem;
 
 namespace RevealWhenReady {
 namespace {

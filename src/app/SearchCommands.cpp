@@ -16,6 +16,7 @@ using Lumo::Search::PanelOverlay;
 using Lumo::Search::QuickOpenPanel;
 using Lumo::Search::SearchPanel;
 namespace ProjectRoot = Lumo::Search::ProjectRoot;
+using Lumo::Document::TabPanels;
 
 namespace SearchCommands {
 namespace {

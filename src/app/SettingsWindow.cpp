@@ -28,6 +28,7 @@
 using Lumo::Base::Preferences;
 namespace Brand = Lumo::Base::Brand;
 namespace TextScale = Lumo::Base::TextScale;
+using Lumo::Document::CustomCSS;
 
 namespace {
 

@@ -17,8 +17,8 @@ namespace {
 QString focusRole(const DocumentWindow *window)
 {
     static const QList<std::pair<const char *, const char *>> roles{
-        {"FindBar", "find"},
-        {"OutlinePopover", "outline"},
+        {"Lumo::Document::FindBar", "find"},
+        {"Lumo::Document::OutlinePopover", "outline"},
         {"Lumo::Search::QuickOpenPanel", "quickOpen"},
         {"Lumo::Search::SearchPanel", "search"},
         {"Lumo::Workspace::SidebarView", "sidebar"},

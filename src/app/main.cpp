@@ -18,6 +18,8 @@
 #include <QJsonArray>
 
 using Lumo::Base::Preferences;
+using Lumo::Document::TextEncoding;
+namespace WebEngineSetup = Lumo::Document::WebEngineSetup;
 
 namespace {
 

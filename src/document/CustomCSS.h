@@ -3,10 +3,13 @@
 #include <QObject>
 #include <QString>
 
-class FileWatcher;
 namespace Lumo::Base {
 class Preferences;
 }
+
+namespace Lumo::Document {
+
+class FileWatcher;
 
 // The user's stylesheet for every reading page, ~/.local/share/Lumo/custom.css. Keeps
 // the file's text (empty when it is missing or not UTF-8), watches it, and announces
@@ -46,3 +49,5 @@ private:
     QString m_text;
     FileWatcher *m_watcher = nullptr;
 };
+
+} // namespace Lumo::Document

@@ -12,10 +12,13 @@
 #include <QPointer>
 #include <QTimer>
 
-class FileWatcher;
 namespace Lumo::Workspace {
 class RootResolver;
 }
+
+namespace Lumo::Document {
+
+class FileWatcher;
 
 // Ties one open document to its reading page: renders the text 90 ms after the last
 // change (never before the page is ready, never the same text twice), pushes the
@@ -169,3 +172,5 @@ private:
     QElapsedTimer m_lastEditorDrivenScroll;
     QElapsedTimer m_lastPreviewDrivenScroll;
 };
+
+} // namespace Lumo::Document

@@ -20,6 +20,8 @@
 #include <QSaveFile>
 #include <QUrl>
 
+namespace Lumo::Document {
+
 using Lumo::Base::Appearance;
 using Lumo::Base::Preferences;
 using Lumo::Base::runInBackground;
@@ -154,3 +156,5 @@ void copyRichText(DocumentController *controller, Done done)
 }
 
 } // namespace DocumentExport
+
+} // namespace Lumo::Document

@@ -6,6 +6,8 @@
 #include <QJsonObject>
 #include <QString>
 
+namespace Lumo::Document {
+
 class DocumentController;
 class PreviewPage;
 
@@ -31,3 +33,5 @@ void writePDF(DocumentController *controller, PreviewPage *page, const QString &
 void copyRichText(DocumentController *controller, Done done = {});
 
 } // namespace DocumentExport
+
+} // namespace Lumo::Document

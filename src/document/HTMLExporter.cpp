@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QRegularExpression>
 
+namespace Lumo::Document {
+
 namespace ResourcePaths = Lumo::Base::ResourcePaths;
 
 namespace HTMLExporter {
@@ -77,3 +79,5 @@ QString document(const QJsonObject &answer, const QString &title,
 }
 
 } // namespace HTMLExporter
+
+} // namespace Lumo::Document

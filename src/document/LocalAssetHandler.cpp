@@ -8,6 +8,8 @@
 #include <QWebEngineUrlRequestJob>
 #include <QWebEngineUrlScheme>
 
+namespace Lumo::Document {
+
 using Lumo::Base::runInBackground;
 
 namespace {
@@ -67,3 +69,5 @@ void LocalAssetHandler::requestStarted(QWebEngineUrlRequestJob *job)
             job->reply(asset->mimeType, buffer);
         });
 }
+
+} // namespace Lumo::Document

@@ -13,6 +13,8 @@
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
+namespace Lumo::Document {
+
 namespace Brand = Lumo::Base::Brand;
 
 namespace {
@@ -205,3 +207,5 @@ void OutlinePopover::hideEvent(QHideEvent *event)
     QFrame::hideEvent(event);
     Q_EMIT closed();
 }
+
+} // namespace Lumo::Document

@@ -6,9 +6,12 @@
 #include <QPageLayout>
 #include <QString>
 
-class PreviewPage;
 class QPrinter;
 class QWebEngineView;
+
+namespace Lumo::Document {
+
+class PreviewPage;
 
 // Printing the reading page: to a PDF file in a chosen appearance, and to a printer.
 // The page is switched to the appearance for the print and returned to its own
@@ -32,3 +35,5 @@ void toFile(PreviewPage *page, const QString &path, Lumo::Base::Appearance appea
 void toPrinter(QWebEngineView *view, QPrinter *printer, Done done);
 
 } // namespace PDFPrint
+
+} // namespace Lumo::Document

@@ -12,6 +12,8 @@
 #include <QMimeData>
 #include <QSaveFile>
 
+namespace Lumo::Document {
+
 namespace SaveFolder = Lumo::Base::SaveFolder;
 
 namespace PageActions {
@@ -87,3 +89,5 @@ void saveSVG(const QString &svg, const QString &diagramName, const QString &docu
 }
 
 } // namespace PageActions
+
+} // namespace Lumo::Document

@@ -18,6 +18,8 @@
 #include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
 
+namespace Lumo::Document {
+
 namespace ResourcePaths = Lumo::Base::ResourcePaths;
 
 namespace {
@@ -212,5 +214,7 @@ QWebEnginePage *PreviewPage::createWindow(WebWindowType)
 {
     return nullptr;
 }
+
+} // namespace Lumo::Document
 
 #include "PreviewPage.moc"

@@ -4,6 +4,8 @@
 
 #include <QUrl>
 
+namespace Lumo::Document {
+
 using Lumo::Base::Preferences;
 
 namespace {
@@ -30,3 +32,5 @@ void RemoteContentFilter::interceptRequest(QWebEngineUrlRequestInfo &info)
     if ((forbidden || !Preferences::shared().loadRemoteImages()) && isRemote(info.requestUrl()))
         info.block(true);
 }
+
+} // namespace Lumo::Document

@@ -2,6 +2,8 @@
 
 #include "base/Preferences.h"
 
+namespace Lumo::Document {
+
 using Lumo::Base::Preferences;
 
 TabPanels::TabPanels(QObject *parent)
@@ -54,3 +56,5 @@ void TabPanels::setShowSearch(bool show)
 {
     publish(m_showSearch, show, &TabPanels::showSearchChanged);
 }
+
+} // namespace Lumo::Document

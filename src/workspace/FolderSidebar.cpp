@@ -18,6 +18,10 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::TabPanels;
+
 namespace Lumo::Workspace {
 
 namespace DesktopIntegration = Lumo::Base::DesktopIntegration;

@@ -3,8 +3,10 @@
 #include <memory>
 #include <QWidget>
 
+namespace Lumo::Document {
 class DocumentController;
 class TabPanels;
+} // namespace Lumo::Document
 class QLabel;
 class QStackedWidget;
 
@@ -29,8 +31,8 @@ class FolderSidebar final : public QWidget
     Q_DISABLE_COPY_MOVE(FolderSidebar)
 
 public:
-    FolderSidebar(std::shared_ptr<FolderTree> tree, DocumentController *controller,
-                  TabPanels *panels, QWidget *parent = nullptr);
+    FolderSidebar(std::shared_ptr<FolderTree> tree, Lumo::Document::DocumentController *controller,
+                  Lumo::Document::TabPanels *panels, QWidget *parent = nullptr);
 
     FolderTree *tree() const { return m_tree.get(); }
     FolderTreeModel *model() const { return m_model; }
@@ -61,7 +63,7 @@ private:
     QString currentFile() const;
 
     std::shared_ptr<FolderTree> m_tree;
-    DocumentController *m_controller;
+    Lumo::Document::DocumentController *m_controller;
     FolderTreeModel *m_model;
     SidebarList *m_list;
     QStackedWidget *m_body;

@@ -13,6 +13,10 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::TabPanels;
+
 namespace Lumo::Workspace {
 
 namespace {

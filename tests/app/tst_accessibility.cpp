@@ -12,6 +12,8 @@
 #include <QFile>
 #include <QWidget>
 
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestAccessibility : public QObject

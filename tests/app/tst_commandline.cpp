@@ -14,6 +14,7 @@
 #include <QTest>
 
 using namespace Lumo::Base;
+using namespace Lumo::Document;
 
 using namespace Qt::StringLiterals;
 

@@ -14,6 +14,7 @@
 #include <QTimer>
 
 using namespace Lumo::Base;
+using namespace Lumo::Document;
 
 using namespace Qt::StringLiterals;
 

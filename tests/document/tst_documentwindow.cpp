@@ -21,6 +21,7 @@
 
 using namespace Lumo::Base;
 using namespace Lumo::Workspace;
+using namespace Lumo::Document;
 
 using namespace Qt::StringLiterals;
 using Lumo::Editor::EditorView;

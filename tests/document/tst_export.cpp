@@ -20,6 +20,7 @@
 #include <QPrinter>
 
 using namespace Lumo::Base;
+using namespace Lumo::Document;
 
 using namespace Qt::StringLiterals;
 

@@ -17,6 +17,7 @@
 #include <QWebEngineFindTextResult>
 
 using namespace Lumo::Base;
+using namespace Lumo::Document;
 
 using namespace Qt::StringLiterals;
 

@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 
 using namespace Lumo::Base;
+using namespace Lumo::Document;
 
 using namespace Qt::StringLiterals;
 

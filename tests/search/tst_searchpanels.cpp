@@ -17,6 +17,7 @@
 
 using namespace Lumo::Base;
 using namespace Lumo::Search;
+using namespace Lumo::Document;
 
 using namespace Qt::StringLiterals;
 

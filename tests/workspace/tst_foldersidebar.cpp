@@ -30,6 +30,7 @@
 
 using namespace Lumo::Base;
 using namespace Lumo::Workspace;
+using namespace Lumo::Document;
 
 using namespace Qt::StringLiterals;
 
