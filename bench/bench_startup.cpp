@@ -19,6 +19,7 @@
 #include <QTemporaryDir>
 #include <unistd.h>
 
+using namespace Lumo::App;
 using namespace Lumo::Document;
 
 namespace {

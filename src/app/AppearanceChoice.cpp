@@ -1,5 +1,7 @@
 #include "AppearanceChoice.h"
 
+namespace Lumo::App {
+
 using Lumo::Base::Appearance;
 
 namespace AppearanceChoice {
@@ -27,3 +29,5 @@ Appearance resolve(const QString &preference, std::optional<Appearance> desktop,
 }
 
 } // namespace AppearanceChoice
+
+} // namespace Lumo::App

@@ -19,12 +19,14 @@
 #include <QFileInfo>
 #include <QJsonArray>
 
+namespace Lumo::App {
+
 using Lumo::Base::DebugHooks;
 using Lumo::Base::Preferences;
+using Lumo::Document::OpenDocument;
+namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
 namespace ResourcePaths = Lumo::Base::ResourcePaths;
 namespace WarningAlert = Lumo::Base::WarningAlert;
-namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
-using Lumo::Document::OpenDocument;
 
 Application::Application(QObject *parent)
     : QObject(parent)
@@ -211,3 +213,5 @@ void Application::quit()
     }
     QApplication::quit();
 }
+
+} // namespace Lumo::App

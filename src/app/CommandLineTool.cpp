@@ -9,6 +9,8 @@
 #include <QUrl>
 #include <QUrlQuery>
 
+namespace Lumo::App {
+
 namespace ResourcePaths = Lumo::Base::ResourcePaths;
 
 namespace CommandLineTool {
@@ -86,3 +88,5 @@ std::optional<QString> folderToOpen(const QString &urlText)
 }
 
 } // namespace CommandLineTool
+
+} // namespace Lumo::App

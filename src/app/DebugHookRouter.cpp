@@ -15,6 +15,8 @@
 #include <QFileDialog>
 #include <QTimer>
 
+namespace Lumo::App {
+
 using Lumo::Base::Appearance;
 using Lumo::Base::DebugHooks;
 using Lumo::Document::DocumentController;
@@ -143,3 +145,5 @@ void DebugHookRouter::route(const QString &name, const QString &argument)
         DocumentExport::copyRichText(controller);
     }
 }
+
+} // namespace Lumo::App

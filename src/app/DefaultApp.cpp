@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QProcess>
 
+namespace Lumo::App {
+
 using Lumo::Base::Preferences;
 
 namespace DefaultApp {
@@ -81,3 +83,5 @@ void shouldOffer(std::function<void(bool)> answer)
 }
 
 } // namespace DefaultApp
+
+} // namespace Lumo::App

@@ -12,6 +12,8 @@
 #include <QPushButton>
 #include <QTimer>
 
+namespace Lumo::App {
+
 using Lumo::Base::Preferences;
 
 namespace DesktopCommands {
@@ -125,3 +127,5 @@ void offerOnFirstLaunch()
 }
 
 } // namespace DesktopCommands
+
+} // namespace Lumo::App

@@ -22,9 +22,9 @@
 #include <QVBoxLayout>
 #include <QWebEngineFindTextResult>
 
+namespace Lumo::App {
+
 using Lumo::Base::Preferences;
-using Lumo::Editor::EditorView;
-namespace TextScale = Lumo::Base::TextScale;
 using Lumo::Document::DiskChangeBanner;
 using Lumo::Document::DocumentController;
 using Lumo::Document::EmptyHint;
@@ -33,7 +33,9 @@ using Lumo::Document::OpenDocument;
 using Lumo::Document::PreviewView;
 using Lumo::Document::TabNotice;
 using Lumo::Document::TabPanels;
+using Lumo::Editor::EditorView;
 using Lumo::Workspace::SidebarView;
+namespace TextScale = Lumo::Base::TextScale;
 
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)
     : QWidget(parent)
@@ -332,3 +334,5 @@ void DocumentTab::resizeEvent(QResizeEvent *event)
     QWidget::resizeEvent(event);
     updateSidebar();
 }
+
+} // namespace Lumo::App

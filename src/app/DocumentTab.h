@@ -18,6 +18,8 @@ namespace Lumo::Workspace {
 class SidebarView;
 }
 
+namespace Lumo::App {
+
 // The content of one tab: a sidebar column beside the document area, which shows the
 // reading page alone (read mode) or the text editor beside it (edit mode). The one
 // web view stays in place across modes, so switching never reloads the page. The tab
@@ -93,3 +95,5 @@ private:
     // While the document takes an edit typed in the editor.
     bool m_takingEdit = false;
 };
+
+} // namespace Lumo::App

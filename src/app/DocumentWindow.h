@@ -2,7 +2,6 @@
 
 #include <QMainWindow>
 
-class DocumentTab;
 namespace Lumo::Document {
 class OutlinePopover;
 class OpenDocument;
@@ -11,6 +10,10 @@ class QAction;
 class QKeySequence;
 class QMenu;
 class QTabWidget;
+
+namespace Lumo::App {
+
+class DocumentTab;
 
 // A window of tabs, each holding one document. Its own commands (new, open, save,
 // find, the mode, the outline, the sidebar, text size, tabs) are actions of the
@@ -86,3 +89,5 @@ private:
     QAction *m_sidebarAction = nullptr;
     Lumo::Document::OutlinePopover *m_outline = nullptr;
 };
+
+} // namespace Lumo::App

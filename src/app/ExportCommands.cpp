@@ -20,14 +20,16 @@
 #include <QPrintDialog>
 #include <QPrinter>
 
+namespace Lumo::App {
+
 using Lumo::Base::Appearance;
-namespace Brand = Lumo::Base::Brand;
-namespace SaveFolder = Lumo::Base::SaveFolder;
-namespace WarningAlert = Lumo::Base::WarningAlert;
 using Lumo::Document::DocumentController;
 using Lumo::Document::OpenDocument;
+namespace Brand = Lumo::Base::Brand;
 namespace DocumentExport = Lumo::Document::DocumentExport;
 namespace PDFPrint = Lumo::Document::PDFPrint;
+namespace SaveFolder = Lumo::Base::SaveFolder;
+namespace WarningAlert = Lumo::Base::WarningAlert;
 
 namespace ExportCommands {
 
@@ -174,3 +176,5 @@ void create(DocumentWindow *window)
 }
 
 } // namespace ExportCommands
+
+} // namespace Lumo::App

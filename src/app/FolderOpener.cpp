@@ -17,10 +17,11 @@
 #include <QMessageBox>
 #include <QPointer>
 
+namespace Lumo::App {
+
 using Lumo::Base::Preferences;
-namespace MarkdownNames = Lumo::Base::MarkdownNames;
 namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
-namespace Workspace = Lumo::Workspace::Workspace;
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
 
 namespace {
 
@@ -66,7 +67,7 @@ void open(const QString &folder, const QList<DocumentWindow *> &windows, QWidget
 {
     const QString path = QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
     Preferences &prefs = Preferences::shared();
-    Workspace::remember(prefs, path);
+    Lumo::Workspace::Workspace::remember(prefs, path);
     prefs.noteRecentDocument(path);
     prefs.setShowSidebar(true);
 
@@ -133,3 +134,5 @@ bool acceptsFolders(const QFileDialog *dialog)
 }
 
 } // namespace FolderOpener
+
+} // namespace Lumo::App

@@ -17,6 +17,8 @@
 #include <QLoggingCategory>
 #include <QTimer>
 
+namespace Lumo::App {
+
 using Lumo::Base::Appearance;
 using Lumo::Document::DocumentController;
 using Lumo::Document::OpenDocument;
@@ -143,3 +145,5 @@ int run(const ExportCommand &command)
 }
 
 } // namespace HeadlessExport
+
+} // namespace Lumo::App

@@ -15,6 +15,8 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+namespace Lumo::App {
+
 namespace ResourcePaths = Lumo::Base::ResourcePaths;
 
 namespace HelpMenu {
@@ -120,3 +122,5 @@ void create(QMainWindow *window)
 }
 
 } // namespace HelpMenu
+
+} // namespace Lumo::App

@@ -8,6 +8,8 @@
 #include <QSettings>
 #include <QStandardPaths>
 
+namespace Lumo::App {
+
 using Lumo::Base::Preferences;
 
 namespace LegacyMigration {
@@ -52,3 +54,5 @@ void run(Preferences &preferences)
 }
 
 } // namespace LegacyMigration
+
+} // namespace Lumo::App

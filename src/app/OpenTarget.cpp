@@ -4,6 +4,8 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 
+namespace Lumo::App {
+
 using Lumo::Document::OutlineItem;
 
 OpenTarget OpenTarget::fromArgument(const QString &absolutePath,
@@ -80,3 +82,5 @@ int OpenTarget::headingIndex(const QList<OutlineItem> &outline, const QString &h
     }
     return -1;
 }
+
+} // namespace Lumo::App

@@ -12,11 +12,13 @@
 #include <QCoreApplication>
 #include <QPlainTextEdit>
 
+namespace Lumo::App {
+
+using Lumo::Document::TabPanels;
 using Lumo::Search::PanelOverlay;
 using Lumo::Search::QuickOpenPanel;
 using Lumo::Search::SearchPanel;
 namespace ProjectRoot = Lumo::Search::ProjectRoot;
-using Lumo::Document::TabPanels;
 
 namespace SearchCommands {
 namespace {
@@ -114,3 +116,5 @@ void attachPanels(DocumentTab *tab)
 }
 
 } // namespace SearchCommands
+
+} // namespace Lumo::App

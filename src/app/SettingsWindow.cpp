@@ -25,10 +25,12 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+namespace Lumo::App {
+
 using Lumo::Base::Preferences;
+using Lumo::Document::CustomCSS;
 namespace Brand = Lumo::Base::Brand;
 namespace TextScale = Lumo::Base::TextScale;
-using Lumo::Document::CustomCSS;
 
 namespace {
 
@@ -425,3 +427,5 @@ void SettingsWindow::showTextScale()
     m_textSize->setValue(sliderPosition(scale));
     m_textSizeLabel->setText(TextScale::label(scale));
 }
+
+} // namespace Lumo::App

@@ -11,6 +11,8 @@ class QLabel;
 class QPushButton;
 class QSlider;
 
+namespace Lumo::App {
+
 // The Settings window: theme, reading, opening-files and custom-stylesheet sections.
 // Every control writes its preference as soon as it is used and follows the
 // preference when something else (a menu command, another window) changes it.
@@ -56,3 +58,5 @@ private:
     QCheckBox *m_useCustomCSS = nullptr;
     QCheckBox *m_loadRemoteImages = nullptr;
 };
+
+} // namespace Lumo::App

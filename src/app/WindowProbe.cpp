@@ -10,7 +10,7 @@
 #include <QTabBar>
 #include <QTabWidget>
 
-namespace WindowProbe {
+namespace Lumo::App::WindowProbe {
 namespace {
 
 // The part of the window that holds the keyboard, named by the widget class it is in.
@@ -69,4 +69,4 @@ void print(const DocumentWindow *window)
     std::fflush(stdout);
 }
 
-} // namespace WindowProbe
+} // namespace Lumo::App::WindowProbe

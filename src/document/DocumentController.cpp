@@ -28,11 +28,11 @@ namespace Lumo::Document {
 
 using Lumo::Base::Appearance;
 using Lumo::Base::Preferences;
+using Lumo::Workspace::ReadState;
+using Lumo::Workspace::RootResolver;
 namespace Brand = Lumo::Base::Brand;
 namespace PathKey = Lumo::Base::PathKey;
 namespace TextScale = Lumo::Base::TextScale;
-using Lumo::Workspace::ReadState;
-using Lumo::Workspace::RootResolver;
 
 namespace {
 

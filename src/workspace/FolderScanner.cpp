@@ -13,8 +13,8 @@
 
 namespace Lumo::Workspace {
 
-namespace MarkdownNames = Lumo::Base::MarkdownNames;
 using Lumo::Search::DirectoryReader;
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
 
 using namespace Qt::StringLiterals;
 

@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QWidget>
 
+using namespace Lumo::App;
 using namespace Lumo::Document;
 
 using namespace Qt::StringLiterals;

@@ -3,6 +3,7 @@
 
 #include <QTest>
 
+using namespace Lumo::App;
 using namespace Lumo::Base;
 
 using namespace Qt::StringLiterals;

@@ -13,6 +13,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Lumo::App;
 using namespace Lumo::Base;
 using namespace Lumo::Document;
 

@@ -16,6 +16,7 @@
 #include <QPushButton>
 #include <QWebEngineFindTextResult>
 
+using namespace Lumo::App;
 using namespace Lumo::Base;
 using namespace Lumo::Document;
 

@@ -15,9 +15,10 @@
 #include <QAction>
 #include <QLineEdit>
 
+using namespace Lumo::App;
 using namespace Lumo::Base;
-using namespace Lumo::Search;
 using namespace Lumo::Document;
+using namespace Lumo::Search;
 
 using namespace Qt::StringLiterals;
 

@@ -28,9 +28,10 @@
 #include <QStackedWidget>
 #include <QTestEventList>
 
+using namespace Lumo::App;
 using namespace Lumo::Base;
-using namespace Lumo::Workspace;
 using namespace Lumo::Document;
+using namespace Lumo::Workspace;
 
 using namespace Qt::StringLiterals;
 
