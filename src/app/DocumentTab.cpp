@@ -24,7 +24,20 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 
+namespace Lumo::App {
+
+using Lumo::Base::Preferences;
+using Lumo::Document::DiskChangeBanner;
+using Lumo::Document::DocumentController;
+using Lumo::Document::EmptyHint;
+using Lumo::Document::FindBar;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::PreviewView;
+using Lumo::Document::TabNotice;
+using Lumo::Document::TabPanels;
 using Lumo::Editor::EditorView;
+using Lumo::Workspace::SidebarView;
+namespace TextScale = Lumo::Base::TextScale;
 
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)
     : QWidget(parent)
@@ -343,3 +356,5 @@ void DocumentTab::resizeEvent(QResizeEvent *event)
     QWidget::resizeEvent(event);
     updateSidebar();
 }
+
+} // namespace Lumo::App

@@ -26,6 +26,22 @@
 #include <QTabWidget>
 #include <QToolBar>
 
+namespace Lumo::App {
+
+using Lumo::Base::Preferences;
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::OutlineItem;
+using Lumo::Document::OutlinePopover;
+using Lumo::Document::TabPanels;
+namespace Brand = Lumo::Base::Brand;
+namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+namespace PathKey = Lumo::Base::PathKey;
+namespace SaveFolder = Lumo::Base::SaveFolder;
+namespace TabNames = Lumo::Document::TabNames;
+namespace WarningAlert = Lumo::Base::WarningAlert;
+
 DocumentWindow::DocumentWindow(QWidget *parent)
     : QMainWindow(parent)
     , m_tabs(new QTabWidget(this))
@@ -466,3 +482,5 @@ void DocumentWindow::showOpenDialog()
             [this](const QStringList &paths) { Q_EMIT openFilesRequested(paths, this); });
     dialog->open();
 }
+
+} // namespace Lumo::App

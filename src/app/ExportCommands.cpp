@@ -20,6 +20,17 @@
 #include <QPrintDialog>
 #include <QPrinter>
 
+namespace Lumo::App {
+
+using Lumo::Base::Appearance;
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+namespace Brand = Lumo::Base::Brand;
+namespace DocumentExport = Lumo::Document::DocumentExport;
+namespace PDFPrint = Lumo::Document::PDFPrint;
+namespace SaveFolder = Lumo::Base::SaveFolder;
+namespace WarningAlert = Lumo::Base::WarningAlert;
+
 namespace ExportCommands {
 
 namespace {
@@ -165,3 +176,5 @@ void create(DocumentWindow *window)
 }
 
 } // namespace ExportCommands
+
+} // namespace Lumo::App

@@ -12,6 +12,14 @@
 #include <QCoreApplication>
 #include <QPlainTextEdit>
 
+namespace Lumo::App {
+
+using Lumo::Document::TabPanels;
+using Lumo::Search::PanelOverlay;
+using Lumo::Search::QuickOpenPanel;
+using Lumo::Search::SearchPanel;
+namespace ProjectRoot = Lumo::Search::ProjectRoot;
+
 namespace SearchCommands {
 namespace {
 
@@ -108,3 +116,5 @@ void attachPanels(DocumentTab *tab)
 }
 
 } // namespace SearchCommands
+
+} // namespace Lumo::App

@@ -6,7 +6,7 @@
 #include <QList>
 #include <QString>
 
-namespace TextFolding {
+namespace Lumo::Search::TextFolding {
 namespace {
 
 // Per code point of the Basic Multilingual Plane: the low byte is the folding's
@@ -317,4 +317,4 @@ std::string folded(std::string_view text)
     return out;
 }
 
-} // namespace TextFolding
+} // namespace Lumo::Search::TextFolding

@@ -13,6 +13,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Lumo::App;
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 // The application shell's logic: folder URLs, the predecessor's settings, the stylesheet file.

@@ -8,6 +8,9 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Lumo::App;
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestPreferences : public QObject

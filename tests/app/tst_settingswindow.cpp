@@ -8,6 +8,9 @@
 #include <QSlider>
 #include <QTest>
 
+using namespace Lumo::App;
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestSettingsWindow : public QObject

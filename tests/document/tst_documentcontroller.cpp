@@ -8,6 +8,8 @@
 #include <csignal>
 #include <QFile>
 
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestDocumentController : public QObject

@@ -13,6 +13,9 @@
 #include <QTest>
 #include <QTimer>
 
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestDocumentControllerCore : public QObject

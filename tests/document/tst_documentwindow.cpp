@@ -19,6 +19,11 @@
 #include <QMenuBar>
 #include <QPlainTextEdit>
 
+using namespace Lumo::App;
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+using namespace Lumo::Workspace;
+
 using namespace Qt::StringLiterals;
 using Lumo::Editor::EditorView;
 

@@ -16,6 +16,10 @@
 #include <QLayout>
 #include <QPushButton>
 
+using namespace Lumo::App;
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestFurniture : public QObject

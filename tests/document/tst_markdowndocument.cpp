@@ -12,6 +12,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestMarkdownDocument : public QObject

@@ -12,6 +12,9 @@
 #include <QTest>
 #include <sys/stat.h>
 
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestPageContract : public QObject

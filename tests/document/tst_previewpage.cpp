@@ -13,6 +13,9 @@
 #include <QWebEngineView>
 #include <sys/stat.h>
 
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestPreviewPage : public QObject

@@ -15,6 +15,11 @@
 #include <QAction>
 #include <QLineEdit>
 
+using namespace Lumo::App;
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+using namespace Lumo::Search;
+
 using namespace Qt::StringLiterals;
 
 class TestSearchPanels : public QObject

@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+using namespace Lumo::Search;
+
 class TestTextFolding : public QObject
 {
     Q_OBJECT

@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Lumo::Workspace;
+
 using namespace Qt::StringLiterals;
 
 class TestFolderScanner : public QObject
