@@ -37,6 +37,7 @@ using Lumo::Document::TabNotice;
 using Lumo::Document::TabPanels;
 using Lumo::Editor::EditorView;
 using Lumo::Workspace::SidebarView;
+namespace PageScript = Lumo::Document::PageScript;
 namespace TextScale = Lumo::Base::TextScale;
 
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)
