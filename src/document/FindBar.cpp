@@ -1,5 +1,7 @@
 #include "FindBar.h"
 
+#include "base/WindowKeysFirst.h"
+
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QIcon>
@@ -17,6 +19,7 @@ FindBar::FindBar(bool incremental, QWidget *parent)
     , m_count(new QLabel(this))
 {
     setObjectName(QStringLiteral("findBar"));
+    Base::WindowKeysFirst::install(m_field);
     setFrameShape(QFrame::StyledPanel);
     setAutoFillBackground(true);
 

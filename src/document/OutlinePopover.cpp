@@ -1,6 +1,7 @@
 #include "OutlinePopover.h"
 
 #include "base/Brand.h"
+#include "base/WindowKeysFirst.h"
 #include "OutlineFilter.h"
 
 #include <QApplication>
@@ -74,6 +75,7 @@ OutlinePopover::OutlinePopover(QWidget *parent)
     , m_filter(new QLineEdit(this))
     , m_list(new QListWidget(this))
 {
+    Base::WindowKeysFirst::install(m_filter);
     setFrameShape(QFrame::StyledPanel);
     setFixedWidth(popoverWidth);
     setAccessibleName(tr("Outline"));

@@ -280,6 +280,11 @@ void TestKeyboard::findInThePage()
     QTRY_COMPARE(count(), u"2 of 3"_s);
     keys({u"shift+F3"_s, u"shift+F3"_s});
     QTRY_COMPARE(count(), u"3 of 3"_s);
+    // The field does not keep Ctrl+E (end of line on this desktop) from the mode switch.
+    keys({u"ctrl+e"_s});
+    QTRY_COMPARE(focus(), u"editor"_s);
+    keys({u"ctrl+e"_s, u"ctrl+f"_s});
+    QTRY_COMPARE(focus(), u"find"_s);
     // Escape from the page, not only from the field.
     xdotool({u"mousemove"_s, u"600"_s, u"500"_s, u"click"_s, u"1"_s});
     QTRY_COMPARE(focus(), u"page"_s);
