@@ -1,7 +1,6 @@
 #include "OutlinePopover.h"
 
 #include "base/Brand.h"
-#include "base/WindowKeysFirst.h"
 #include "OutlineFilter.h"
 
 #include <QApplication>
@@ -75,7 +74,6 @@ OutlinePopover::OutlinePopover(QWidget *parent)
     , m_filter(new QLineEdit(this))
     , m_list(new QListWidget(this))
 {
-    Base::WindowKeysFirst::install(m_filter);
     setFrameShape(QFrame::StyledPanel);
     setFixedWidth(popoverWidth);
     setAccessibleName(tr("Outline"));

@@ -1,7 +1,6 @@
 #include "PanelOverlay.h"
 
 #include "base/Brand.h"
-#include "base/WindowKeysFirst.h"
 
 #include <algorithm>
 #include <QApplication>
@@ -66,7 +65,6 @@ PanelOverlay::PanelOverlay(QWidget *tab)
     , m_busy(new QProgressBar(m_content))
     , m_summary(new QLabel(m_card))
 {
-    Base::WindowKeysFirst::install(m_field);
     hide();
     tab->installEventFilter(this);
     m_fading->setDuration(fadeMilliseconds);
