@@ -14,6 +14,7 @@ import { exportHTML, localImages, richHTML } from './export.js';
 import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
+import { markWide, revealNear } from './wide.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -85,6 +86,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     const lists = sanitizer.fragments(units.map((u) => u.html), base, generated);
     lists.forEach((nodes, i) => {
       if (!generated[i]) markFloats(nodes);
+      markWide(nodes);
       if (units[i].rows) markRows(nodes, units[i].rows);
     });
     return lists;
@@ -104,6 +106,9 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const appearance = createAppearance({ onDarkChange: () => enhancer.retheme(container) });
 
   installDiagramMenu(container, post);
+
+  // Scrolling does not bubble: caught on its way down.
+  container.addEventListener('scroll', (event) => event.target.tagName === 'TABLE' && revealNear(event.target), { capture: true, passive: true });
 
   container.addEventListener('click', (event) => {
     const target = event.target;
