@@ -14,6 +14,7 @@ import { exportHTML, localImages, richHTML } from './export.js';
 import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
+import { markWide, revealNear } from './wide.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -71,9 +72,11 @@ function errorMessage(err) {
 }
 
 /**
- * @param {{container: Element, post: (message: object) => void}} options
+ * @param {{container: Element, post: (message: object) => void, startWorker?: () => Worker}} options
+ *   startWorker: the converter off the main thread (conversions.js); without it,
+ *   or when it fails, the page converts on its own thread in slices.
  */
-export function createPage({ container, post, firstLines = FIRST_LINES }) {
+export function createPage({ container, post, firstLines = FIRST_LINES, startWorker = null }) {
   const sanitizer = createSanitizer(window);
   const scroll = createScrollSync({ container, post });
   const follower = createChangeFollower({ container, scroll });
@@ -85,6 +88,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     const lists = sanitizer.fragments(units.map((u) => u.html), base, generated);
     lists.forEach((nodes, i) => {
       if (!generated[i]) markFloats(nodes);
+      markWide(nodes);
       if (units[i].rows) markRows(nodes, units[i].rows);
     });
     return lists;
@@ -94,6 +98,10 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   let lastText = null; // what the last render was given: edits are made against it
   let job = null; // a long document still being put on the page
   let scheduled = null;
+  let remote = null; // the conversion Worker
+  let ticket = 0; // of the newest request to it
+  let waiting = null; // that request until its blocks are all on the page
+  let waiters = []; // resolved once no render is under way
 
   const enhancer = createEnhancer({
     container,
@@ -104,6 +112,9 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const appearance = createAppearance({ onDarkChange: () => enhancer.retheme(container) });
 
   installDiagramMenu(container, post);
+
+  // Scrolling does not bubble: caught on its way down.
+  container.addEventListener('scroll', (event) => event.target.tagName === 'TABLE' && revealNear(event.target), { capture: true, passive: true });
 
   container.addEventListener('click', (event) => {
     const target = event.target;
@@ -173,11 +184,59 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
 
   function flush(state) {
     prepare(state, true);
+    place(state);
+  }
+
+  /** Puts what was prepared on the page. */
+  function place(state) {
     const added = state.stream.flush();
     markWraps(added);
     if (state.diff && !follower.isTailed(state.view, added)) markChanged(added);
     if (state.view) state.changed.push(...added);
     enhancer.add(added);
+  }
+
+  /**
+   * Prepares a batch of the blocks the Worker sent: false when the rest waits
+   * for blocks not converted yet (a run tied by raw HTML still open).
+   */
+  function prepareReceived(state) {
+    const { blocks, done: complete } = state.job;
+    const end = Math.min(blocks.length, state.grouped + BATCH_UNITS);
+    let units = groupBlocks(blocks.slice(state.grouped, end), complete && end === blocks.length);
+    // A run longer than a batch.
+    if (!units.length) units = groupBlocks(blocks.slice(state.grouped), complete);
+    if (!units.length) return false;
+    for (const u of units) state.grouped += u.blocks ? u.blocks.length : 1;
+    state.stream.add(units);
+    return true;
+  }
+
+  /** Places the blocks the Worker sent, a slice at a time. */
+  function pumpReceived(state) {
+    if (job !== state) return;
+    const started = performance.now();
+    const current = state.job;
+    let waits = false;
+    while (state.grouped < current.blocks.length && performance.now() - started < SLICE_MS) {
+      waits = !prepareReceived(state);
+      if (waits) break;
+    }
+    const complete = current.done && state.grouped === current.blocks.length;
+    if (complete && current.tail) state.stream.add([current.tail]);
+    place(state);
+    if (complete) finish(state);
+    else if (!waits && state.grouped < current.blocks.length) schedule(() => pumpReceived(state));
+  }
+
+  function finish(state) {
+    const current = state.job;
+    state.stream.end();
+    enhancer.hold(false);
+    job = null;
+    announce(state.rev, current.blocks, current.tail);
+    if (state.view) follower.after(state.view, lastText, current.total, state.changed);
+    settle();
   }
 
   function pump(state) {
@@ -194,17 +253,55 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       // At most twice as many lines as the last step: the next lines may be denser.
       if (current.line > line) state.lines = Math.max(50, Math.min(2 * state.lines, 20000, Math.round(state.lines * (SLICE_MS / 2 / Math.max(spent, 0.5)))));
     }
-    const { stream } = state;
     flush(state);
-    if (!current.done) {
-      schedule(() => pump(state));
+    if (current.done) finish(state);
+    else schedule(() => pump(state));
+  }
+
+  /** The render under way is complete or was replaced by one done here. */
+  function settle() {
+    waiting = null;
+    const resolved = waiters;
+    waiters = [];
+    for (const resolve of resolved) resolve();
+  }
+
+  function received({ ticket: answered, blocks, tail, total, done: finished }) {
+    const request = waiting;
+    if (!request || answered !== ticket) return; // a render since replaced
+    const { state } = request;
+    if (state) {
+      const current = state.job;
+      for (const block of blocks) current.blocks.push(block);
+      Object.assign(current, { tail, done: finished });
+      schedule(() => pumpReceived(state));
       return;
     }
-    stream.end();
-    enhancer.hold(false);
-    job = null;
-    announce(state.rev, current.blocks, current.tail);
-    if (state.view) follower.after(state.view, lastText, current.total, state.changed);
+    setLong(total > firstLines);
+    if (finished) {
+      settle();
+      done({ blocks, tail, total }, patcher.update(unitsOf(blocks, tail)), request.diff, request.view);
+      return;
+    }
+    job = request.state = { job: { blocks, tail, total, done: false }, stream: patcher.begin(), grouped: 0, diff: request.diff, view: request.view, changed: [], rev: request.rev };
+    enhancer.hold(true);
+    pumpReceived(job);
+  }
+
+  try {
+    remote = startWorker?.() ?? null;
+  } catch {
+    remote = null;
+  }
+  if (remote) {
+    remote.onmessage = (event) => received(event.data);
+    // A Worker that cannot run: the render under way is done here.
+    remote.onerror = (event) => {
+      event?.preventDefault?.();
+      remote = null;
+      const request = waiting;
+      if (request) convertHere(lastText, request.diff, request.view);
+    };
   }
 
   // Yields to input and painting between slices; setTimeout(0) is clamped to 4 ms.
@@ -225,9 +322,34 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     patcher.setChunked(long);
   }
 
-  /** Export and print need the whole document. */
+  /**
+   * Export and print need the whole document: a promise while the Worker still
+   * converts it, null once it is on the page (callers go on at once then).
+   */
   function finishRendering() {
-    while (job && !job.job.done) pump(job);
+    if (waiting) return new Promise((resolve) => waiters.push(resolve)).then(finishRendering);
+    while (job?.job.step && !job.job.done) pump(job);
+    return null;
+  }
+
+  function convertHere(text, diff, view) {
+    settle();
+    const fast = converter.update(text, base);
+    if (fast) {
+      setLong(fast.total > firstLines);
+      return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff, view);
+    }
+    const current = converter.start(text, base);
+    setLong(current.total > firstLines);
+    current.step(firstLines);
+    if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff, view);
+    // Long: the top now, the rest in slices.
+    const state = { job: current, stream: patcher.begin(), grouped: 0, diff, view, changed: [], rev, lines: firstLines };
+    job = state;
+    enhancer.hold(true);
+    flush(state);
+    schedule(() => pump(state));
+    return { rev, changed: -1 };
   }
 
   const api = {
@@ -242,21 +364,10 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       job = null;
       scheduled = null;
       enhancer.hold(false);
-      const fast = converter.update(text, base);
-      if (fast) {
-        setLong(fast.total > firstLines);
-        return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff, view);
-      }
-      const current = converter.start(text, base);
-      setLong(current.total > firstLines);
-      current.step(firstLines);
-      if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff, view);
-      // Long: the top now, the rest in slices.
-      const state = { job: current, stream: patcher.begin(), grouped: 0, diff, view, changed: [], rev, lines: firstLines };
-      job = state;
-      enhancer.hold(true);
-      flush(state);
-      schedule(() => pump(state));
+      if (!remote) return convertHere(text, diff, view);
+      ticket += 1;
+      waiting = { rev, diff, view, state: null };
+      remote.postMessage({ ticket, text, base, firstLines, mark: TASK_BOX_MARK });
       return { rev, changed: -1 };
     },
     /**
@@ -286,7 +397,8 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     },
     /** Light or dark for export and print; null returns to the window's own appearance. */
     async setAppearance(mode) {
-      finishRendering();
+      const rendering = finishRendering();
+      if (rendering) await rendering;
       await appearance.setAppearance(mode);
       await enhancer.flush();
       getComputedStyle(document.documentElement).getPropertyValue('--bg'); // settle styles before printing
@@ -325,12 +437,12 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       return localImages(container);
     },
     async exportHTML(images) {
-      finishRendering();
+      await finishRendering();
       await enhancer.flush();
       return exportHTML(container, images);
     },
     async richHTML(images) {
-      finishRendering();
+      await finishRendering();
       await enhancer.flush();
       return richHTML(container, images);
     },
