@@ -1,11 +1,15 @@
 // The converter served over a message port: in a Worker (worker.js) the page's
 // main thread only sanitises and inserts, so neither a long document nor one
 // block markdown-it takes long over holds up scrolling, find or typing.
-//   asked:    {ticket, text, base, firstLines, mark}: mark, the page's task box mark
-//   answered: {ticket, blocks, tail, total, done}: the blocks converted since the
-//             last answer to that ticket (all of them at once after an edit).
+//   asked:    {ticket, holds, text, base, firstLines, mark}: holds, the ticket whose
+//             blocks the page holds in full; mark, the page's task box mark
+//   answered: {ticket, blocks, tail, total, done, restart}: the blocks converted since
+//             the last answer to that ticket (all of them when `restart`: the text
+//             was converted again in one piece), or after an edit of the text of `holds`
+//             {ticket, edit, total, done: true}: only what changed (editanswer.js).
 // A newer request drops an older one between steps.
 import { createBlockConverter } from './blocks.js';
+import { editAnswer } from './editanswer.js';
 import { useTaskBoxMark } from './plugins/tasks.js';
 
 // Each answer holds about this much converting: the page sanitises and inserts
@@ -32,21 +36,29 @@ function soon() {
 export function serveConversions(port, later = soon()) {
   const converter = createBlockConverter();
   let latest = null;
+  let held = null; // {ticket, blocks}: the last blocks answered in full, as the page holds them once it has them all
 
   function convert(request) {
-    const { ticket, text, base, firstLines, mark } = request;
+    const { ticket, holds, text, base, firstLines, mark } = request;
     useTaskBoxMark(mark);
     const fast = converter.update(text, base);
     if (fast) {
-      port.postMessage({ ticket, blocks: fast.blocks, tail: fast.tail, total: fast.total, done: true });
+      const edit = held?.ticket === holds ? editAnswer(held.blocks, fast) : null;
+      if (edit) port.postMessage({ ticket, edit, total: fast.total, done: true });
+      else port.postMessage({ ticket, blocks: fast.blocks, tail: fast.tail, total: fast.total, done: true });
+      held = { ticket, blocks: fast.blocks };
       return;
     }
     const job = converter.start(text, base);
+    const list = job.blocks;
     let sent = 0;
     let lines = firstLines;
     const answer = () => {
-      port.postMessage({ ticket, blocks: job.blocks.slice(sent), tail: job.tail, total: job.total, done: job.done });
+      // Converted again in one piece: the blocks sent so far are not the final ones.
+      const restart = job.blocks !== list;
+      port.postMessage({ ticket, blocks: job.blocks.slice(restart ? 0 : sent), tail: job.tail, total: job.total, done: job.done, restart });
       sent = job.blocks.length;
+      if (job.done) held = { ticket, blocks: job.blocks };
     };
     const more = () => {
       if (request !== latest) return;

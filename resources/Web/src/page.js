@@ -15,6 +15,7 @@ import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
 import { markWide, revealNear } from './wide.js';
+import { applyEditAnswer } from './editanswer.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -101,6 +102,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   let remote = null; // the conversion Worker
   let ticket = 0; // of the newest request to it
   let waiting = null; // that request until its blocks are all on the page
+  let held = { ticket: 0, blocks: [], tail: null }; // the blocks of the last render answered in full: edits are answered against them
   let waiters = []; // resolved once no render is under way
 
   const enhancer = createEnhancer({
@@ -231,6 +233,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
 
   function finish(state) {
     const current = state.job;
+    if (state.ticket) held = { ticket: state.ticket, blocks: current.blocks, tail: current.tail };
     state.stream.end();
     enhancer.hold(false);
     job = null;
@@ -253,6 +256,13 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
       // At most twice as many lines as the last step: the next lines may be denser.
       if (current.line > line) state.lines = Math.max(50, Math.min(2 * state.lines, 20000, Math.round(state.lines * (SLICE_MS / 2 / Math.max(spent, 0.5)))));
     }
+    if (current.blocks !== state.list) {
+      // Converted again in one piece (a definition the early pieces missed): the blocks shown so far are not the final ones.
+      job = null;
+      enhancer.hold(false);
+      done(current, patcher.update(unitsOf(current.blocks, current.tail)), state.diff, state.view);
+      return;
+    }
     flush(state);
     if (current.done) finish(state);
     else schedule(() => pump(state));
@@ -266,9 +276,22 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     for (const resolve of resolved) resolve();
   }
 
-  function received({ ticket: answered, blocks, tail, total, done: finished }) {
+  /** A render answered at once: the whole block list goes on the page in one update. */
+  function show(request, result) {
+    job = null;
+    enhancer.hold(false);
+    settle();
+    setLong(result.total > firstLines);
+    held = { ticket, blocks: result.blocks, tail: result.tail };
+    done(result, patcher.update(unitsOf(result.blocks, result.tail)), request.diff, request.view);
+  }
+
+  function received({ ticket: answered, blocks, tail, total, done: finished, edit, restart }) {
     const request = waiting;
     if (!request || answered !== ticket) return; // a render since replaced
+    if (edit) return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total });
+    // The conversion was done again in one piece (a definition the early pieces missed).
+    if (restart) return show(request, { blocks, tail, total });
     const { state } = request;
     if (state) {
       const current = state.job;
@@ -277,13 +300,9 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
       schedule(() => pumpReceived(state));
       return;
     }
+    if (finished) return show(request, { blocks, tail, total });
     setLong(total > firstLines);
-    if (finished) {
-      settle();
-      done({ blocks, tail, total }, patcher.update(unitsOf(blocks, tail)), request.diff, request.view);
-      return;
-    }
-    job = request.state = { job: { blocks, tail, total, done: false }, stream: patcher.begin(), grouped: 0, diff: request.diff, view: request.view, changed: [], rev: request.rev };
+    job = request.state = { job: { blocks, tail, total, done: false }, stream: patcher.begin(), grouped: 0, diff: request.diff, view: request.view, changed: [], rev: request.rev, ticket };
     enhancer.hold(true);
     pumpReceived(job);
   }
@@ -344,7 +363,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     current.step(firstLines);
     if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff, view);
     // Long: the top now, the rest in slices.
-    const state = { job: current, stream: patcher.begin(), grouped: 0, diff, view, changed: [], rev, lines: firstLines };
+    const state = { job: current, list: current.blocks, stream: patcher.begin(), grouped: 0, diff, view, changed: [], rev, lines: firstLines };
     job = state;
     enhancer.hold(true);
     flush(state);
@@ -367,7 +386,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
       if (!remote) return convertHere(text, diff, view);
       ticket += 1;
       waiting = { rev, diff, view, state: null };
-      remote.postMessage({ ticket, text, base, firstLines, mark: TASK_BOX_MARK });
+      remote.postMessage({ ticket, holds: held.ticket, text, base, firstLines, mark: TASK_BOX_MARK });
       return { rev, changed: -1 };
     },
     /**

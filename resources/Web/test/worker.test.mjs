@@ -3,6 +3,7 @@
 import { test, before } from 'node:test';
 import assert from 'node:assert/strict';
 import { JSDOM, VirtualConsole } from 'jsdom';
+import { createBlockConverter as createBlockConverterForTest } from '../src/blocks.js';
 
 let window;
 let createPage;
@@ -99,4 +100,50 @@ test('without a Worker, or when it fails, the page converts on its own', async (
   silent.onerror(new window.Event('error'));
   assert.equal(failing.container.querySelector('h1')?.textContent, 'Later');
   assert.ok(take().some((m) => m.type === 'rendered' && m.rev === 2));
+});
+
+test('an edit is answered with the blocks that changed only', async () => {
+  const { serveConversions } = await import('../src/conversions.js');
+  const { applyEditAnswer } = await import('../src/editanswer.js');
+  const { port1, port2 } = new MessageChannel();
+  serveConversions(port1);
+  const answers = [];
+  port2.onmessage = (event) => answers.push(event.data);
+  const ask = async (ticket, holds, text) => {
+    port2.postMessage({ ticket, holds, text, base: null, firstLines: 40, mark: 'm' });
+    await until(() => answers.at(-1)?.ticket === ticket && answers.at(-1).done, `answer ${ticket}`);
+    return answers.splice(0);
+  };
+  const text = paragraphs('p', 300) + '\n\n# End\n\nlast\n';
+  const at = text.indexOf('p 150.');
+  const cases = [
+    ['a character', text.slice(0, at) + 'x' + text.slice(at), 1],
+    ['a line', text.slice(0, at) + 'new\n\n' + text.slice(at), 1],
+    ['nothing', text, 0],
+  ];
+  let ticket = 0;
+  for (const [what, edited, changed] of cases) {
+    // Answered in full: the page holds nothing of this ticket's before.
+    const held = (await ask(++ticket, 0, text)).flatMap((a) => a.blocks);
+    const [answer] = await ask(++ticket, ticket - 1, edited);
+    assert.ok(answer.edit, what);
+    assert.equal(answer.edit.blocks.length, changed, `${what}: blocks sent`);
+    const whole = createBlockConverterForTest().convert(edited);
+    const made = applyEditAnswer(held, null, answer.edit).blocks;
+    assert.deepEqual(made.map((b) => [b.html, b.start, b.end]), whole.blocks.map((b) => [b.html, b.start, b.end]), what);
+  }
+  port1.close();
+});
+
+test('blocks shown before the text had to be converted again in one piece are replaced', async () => {
+  for (const worker of [await portWorker(), null]) {
+    const { container, mv } = await pageWith(() => worker);
+    take();
+    // Inside a code fence the lines are no definitions: the guess the first pieces went by is wrong.
+    mv.render('[a] and [^f]\n\n```\n[a]: /nowhere\n[^f]: not a note\n```\n\n' + paragraphs('p', 100), null, { rev: 1 });
+    await until(() => take().some((m) => m.type === 'rendered'), 'the render');
+    assert.equal(container.querySelector('p').textContent, '[a] and [^f]', worker ? 'in the Worker' : 'on the page');
+    assert.equal(container.querySelectorAll('p').length, 101);
+    worker?.close();
+  }
 });
