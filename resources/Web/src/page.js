@@ -27,6 +27,9 @@ const SLICE_MS = 10;
 // Blocks are sanitised in batches of about this many: each pass has a cost
 // of its own, and a larger one would outlast its slice.
 const BATCH_UNITS = 150;
+// The blocks the Worker sent are sanitised in batches of about this long, so
+// that a slice ends close to SLICE_MS whatever the blocks hold.
+const BATCH_MS = 3;
 
 // Raw HTML that floats: a long document leaves its layout open so that what
 // follows flows around it (.lumo-long in style.css).
@@ -204,13 +207,17 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
    */
   function prepareReceived(state) {
     const { blocks, done: complete } = state.job;
-    const end = Math.min(blocks.length, state.grouped + BATCH_UNITS);
-    let units = groupBlocks(blocks.slice(state.grouped, end), complete && end === blocks.length);
+    const started = performance.now();
+    const from = state.grouped;
+    const end = Math.min(blocks.length, from + state.batch);
+    let units = groupBlocks(blocks.slice(from, end), complete && end === blocks.length);
     // A run longer than a batch.
-    if (!units.length) units = groupBlocks(blocks.slice(state.grouped), complete);
+    if (!units.length) units = groupBlocks(blocks.slice(from), complete);
     if (!units.length) return false;
     for (const u of units) state.grouped += u.blocks ? u.blocks.length : 1;
     state.stream.add(units);
+    const perBlock = (performance.now() - started) / (state.grouped - from);
+    state.batch = Math.max(8, Math.min(2 * state.batch, BATCH_UNITS, Math.round(BATCH_MS / Math.max(perBlock, 0.01))));
     return true;
   }
 
@@ -302,7 +309,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     }
     if (finished) return show(request, { blocks, tail, total });
     setLong(total > firstLines);
-    job = request.state = { job: { blocks, tail, total, done: false }, stream: patcher.begin(), grouped: 0, diff: request.diff, view: request.view, changed: [], rev: request.rev, ticket };
+    job = request.state = { job: { blocks, tail, total, done: false }, stream: patcher.begin(), grouped: 0, batch: 32, diff: request.diff, view: request.view, changed: [], rev: request.rev, ticket };
     enhancer.hold(true);
     pumpReceived(job);
   }
