@@ -252,6 +252,8 @@ void DocumentTab::findInPreview(const QString &text, bool backwards)
 {
     if (text.isEmpty())
         return;
+    // The engine finds only what is shown: the hidden columns of very wide tables first.
+    m_view->previewPage()->call(QStringLiteral("mv.showAllColumns()"));
     m_view->page()->findText(
         text, backwards ? QWebEnginePage::FindBackward : QWebEnginePage::FindFlags(),
         [self = QPointer<DocumentTab>(this)](const QWebEngineFindTextResult &result) {

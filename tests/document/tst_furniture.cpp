@@ -32,6 +32,7 @@ private Q_SLOTS:
     // First: the shared stylesheet watches only a file that exists when it is created.
     void stylesheetEditsReachOpenPages();
     void findInThePage();
+    void findSeesEveryColumnOfAWideTable();
 
 private:
     DocumentTab *openRendered(const QString &text);
@@ -200,6 +201,22 @@ void TestFurniture::findInThePage()
         WebTest::evaluate(tab->view()->page(), u"document.querySelector('main h1').textContent"_s)
             .toString(),
         u"Needle"_s);
+}
+
+void TestFurniture::findSeesEveryColumnOfAWideTable()
+{
+    // The page shows a table of this many columns a hundred at a time.
+    QString header, rule, row;
+    for (int column = 1; column <= 150; ++column) {
+        header += u"| h%1 "_s.arg(column);
+        rule += u"|---"_s;
+        row += column == 150 ? u"| needle "_s : u"| c "_s;
+    }
+    DocumentTab *tab = openRendered(header + u"|\n"_s + rule + u"|\n"_s + row + u"|\n"_s);
+    QSignalSpy finished(tab, &DocumentTab::findFinished);
+    tab->findInPreview(u"needle"_s, false);
+    QTRY_COMPARE(finished.count(), 1);
+    QCOMPARE(finished.at(0), (QVariantList{1, 1}));
 }
 
 void TestFurniture::stylesheetEditsReachOpenPages()

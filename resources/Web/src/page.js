@@ -14,7 +14,7 @@ import { exportHTML, localImages, richHTML } from './export.js';
 import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
-import { markWide, revealNear } from './wide.js';
+import { markWide, revealNear, showAllColumns } from './wide.js';
 import { applyEditAnswer } from './editanswer.js';
 
 const CHANGE_MARK_MS = 2400;
@@ -458,6 +458,10 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     },
     topLine() {
       return scroll.topLine();
+    },
+    /** Before a find in page: every column of the wide tables, which the engine finds only when shown. */
+    showAllColumns() {
+      return showAllColumns(container);
     },
     localImages() {
       return localImages(container);

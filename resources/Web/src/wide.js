@@ -1,7 +1,10 @@
 // A table of very many columns shows its first columns, and the next ones as
 // the reader scrolls it sideways near its end (table[data-lumo-wide] in
-// style.css). The engine lays out every cell of a table on the page, however
-// its columns are sized: seconds for a table of thousands of columns.
+// style.css, on screen only: printing shows every column, and export and rich
+// copy drop the mark). The engine lays out every cell of a table on the page,
+// however its columns are sized: seconds for a table of thousands of columns.
+// Find in page sees only what is shown, so a find shows every column first
+// (showAllColumns); see "Wide tables" in the README for the trade-off.
 export const SHOWN_COLUMNS = 100;
 
 /** Marks the wide tables among the top-level nodes just made. */
@@ -27,4 +30,11 @@ export function revealNear(table) {
   for (const row of table.rows) for (let i = shown; i < Math.min(next, row.cells.length); i++) row.cells[i].setAttribute('data-lumo-shown', '');
   if (next >= columnsOf(table)) table.removeAttribute('data-lumo-wide');
   else table.setAttribute('data-lumo-wide', String(next));
+}
+
+/** Shows every column of the wide tables in `root`; answers how many tables had columns hidden. */
+export function showAllColumns(root) {
+  const tables = Array.from(root.querySelectorAll('table[data-lumo-wide]'));
+  for (const table of tables) table.removeAttribute('data-lumo-wide');
+  return tables.length;
 }

@@ -176,6 +176,9 @@ test('a table of very many columns shows more columns as it is scrolled sideways
   assert.equal(tables[2].getAttribute('data-lumo-wide'), null, 'all shown');
   assert.deepEqual(Array.from(tables[2].rows, shown), [250, 250]);
   assert.ok(!/data-lumo-(wide|shown)/.test((await mv.exportHTML({})).html));
+  // Before a find in page, every column of every table.
+  assert.equal(mv.showAllColumns(), 2);
+  assert.equal(main.querySelector('table[data-lumo-wide]'), null);
 });
 
 test('richHTML is inline-styled and light whatever the theme', async () => {
