@@ -5,6 +5,8 @@
 #include <benchmark/benchmark.h>
 #include <QStringEncoder>
 
+using namespace Lumo::Document;
+
 namespace {
 
 constexpr qsizetype documentSize = 10 * 1024 * 1024;

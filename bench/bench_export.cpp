@@ -16,6 +16,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+using namespace Lumo::Document;
+
 namespace {
 
 const QString program = QStringLiteral(LUMO_BINARY);

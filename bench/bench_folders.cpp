@@ -26,6 +26,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Lumo::Base;
+using namespace Lumo::Search;
+using namespace Lumo::Workspace;
+
 using namespace Qt::StringLiterals;
 
 namespace {

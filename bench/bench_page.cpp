@@ -27,6 +27,8 @@
 #include <QWebEngineView>
 #include <vector>
 
+using namespace Lumo::Document;
+
 namespace {
 
 const QString webSource = QStringLiteral(LUMO_WEB_SOURCE);

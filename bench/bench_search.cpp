@@ -17,6 +17,8 @@
 #include <QStandardPaths>
 #include <random>
 
+using namespace Lumo::Search;
+
 namespace {
 
 constexpr int fileCount = 5000;

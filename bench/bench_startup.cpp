@@ -19,6 +19,9 @@
 #include <QTemporaryDir>
 #include <unistd.h>
 
+using namespace Lumo::App;
+using namespace Lumo::Document;
+
 namespace {
 
 // Milliseconds since this process started, from the kernel's own record.

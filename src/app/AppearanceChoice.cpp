@@ -1,5 +1,9 @@
 #include "AppearanceChoice.h"
 
+namespace Lumo::App {
+
+using Lumo::Base::Appearance;
+
 namespace AppearanceChoice {
 
 std::optional<Appearance> fromColorScheme(uint value)
@@ -25,3 +29,5 @@ Appearance resolve(const QString &preference, std::optional<Appearance> desktop,
 }
 
 } // namespace AppearanceChoice
+
+} // namespace Lumo::App

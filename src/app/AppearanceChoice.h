@@ -9,11 +9,12 @@
 // "dark"), then the desktop's colour-scheme setting (the XDG desktop portal's
 // org.freedesktop.appearance color-scheme: 1 prefers dark, 2 prefers light, 0 has
 // no preference), then the palette the platform gave.
-namespace AppearanceChoice {
+namespace Lumo::App::AppearanceChoice {
 
 // The portal's color-scheme value as a preference, or none for "no preference".
-std::optional<Appearance> fromColorScheme(uint value);
-Appearance resolve(const QString &preference, std::optional<Appearance> desktop,
-                   Appearance platformPalette);
+std::optional<Lumo::Base::Appearance> fromColorScheme(uint value);
+Lumo::Base::Appearance resolve(const QString &preference,
+                               std::optional<Lumo::Base::Appearance> desktop,
+                               Lumo::Base::Appearance platformPalette);
 
-} // namespace AppearanceChoice
+} // namespace Lumo::App::AppearanceChoice

@@ -19,6 +19,15 @@
 #include <QFileInfo>
 #include <QJsonArray>
 
+namespace Lumo::App {
+
+using Lumo::Base::DebugHooks;
+using Lumo::Base::Preferences;
+using Lumo::Document::OpenDocument;
+namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
+namespace ResourcePaths = Lumo::Base::ResourcePaths;
+namespace WarningAlert = Lumo::Base::WarningAlert;
+
 Application::Application(QObject *parent)
     : QObject(parent)
 {
@@ -204,3 +213,5 @@ void Application::quit()
     }
     QApplication::quit();
 }
+
+} // namespace Lumo::App

@@ -4,8 +4,13 @@
 #include <QObject>
 #include <QPointer>
 
-class DocumentWindow;
+namespace Lumo::Document {
 class OpenDocument;
+}
+
+namespace Lumo::App {
+
+class DocumentWindow;
 
 // The running Lumo: its document windows and the open requests that reach it from
 // its own command line, later launches, the desktop and the diagnostic hooks.
@@ -43,3 +48,5 @@ private:
     QList<QPointer<DocumentWindow>> m_windows;
     QPointer<DocumentWindow> m_lastActive;
 };
+
+} // namespace Lumo::App

@@ -9,6 +9,10 @@
 #include <QUrl>
 #include <QUrlQuery>
 
+namespace Lumo::App {
+
+namespace ResourcePaths = Lumo::Base::ResourcePaths;
+
 namespace CommandLineTool {
 
 QString script()
@@ -84,3 +88,5 @@ std::optional<QString> folderToOpen(const QString &urlText)
 }
 
 } // namespace CommandLineTool
+
+} // namespace Lumo::App

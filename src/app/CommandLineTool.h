@@ -7,7 +7,7 @@
 // The "lumo" command and URL scheme. The command is a shell script among the
 // application's resources, installed as a symbolic link in a folder on the user's
 // search path; lumo://folder?path=/some/folder asks to browse a folder.
-namespace CommandLineTool {
+namespace Lumo::App::CommandLineTool {
 
 // The launcher script in the resources ("bin/lumo"); empty when it is missing.
 QString script();
@@ -37,4 +37,4 @@ QString usage();
 // Takes the URL as text: QUrl would fold the case of scheme and host.
 std::optional<QString> folderToOpen(const QString &urlText);
 
-} // namespace CommandLineTool
+} // namespace Lumo::App::CommandLineTool

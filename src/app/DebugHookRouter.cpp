@@ -15,6 +15,13 @@
 #include <QFileDialog>
 #include <QTimer>
 
+namespace Lumo::App {
+
+using Lumo::Base::Appearance;
+using Lumo::Base::DebugHooks;
+using Lumo::Document::DocumentController;
+namespace DocumentExport = Lumo::Document::DocumentExport;
+
 namespace {
 
 QString hook(const char *name)
@@ -138,3 +145,5 @@ void DebugHookRouter::route(const QString &name, const QString &argument)
         DocumentExport::copyRichText(controller);
     }
 }
+
+} // namespace Lumo::App

@@ -3,6 +3,8 @@
 #include <functional>
 #include <QObject>
 
+namespace Lumo::App {
+
 class DocumentWindow;
 
 // Carries out the diagnostic hooks ("lumo --post NAME [ARG]", see DebugHooks): each
@@ -30,3 +32,5 @@ private:
 
     std::function<DocumentWindow *()> m_activeWindow;
 };
+
+} // namespace Lumo::App

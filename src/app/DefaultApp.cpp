@@ -9,6 +9,10 @@
 #include <QFileInfo>
 #include <QProcess>
 
+namespace Lumo::App {
+
+using Lumo::Base::Preferences;
+
 namespace DefaultApp {
 
 namespace {
@@ -79,3 +83,5 @@ void shouldOffer(std::function<void(bool)> answer)
 }
 
 } // namespace DefaultApp
+
+} // namespace Lumo::App

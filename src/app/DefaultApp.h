@@ -9,7 +9,7 @@
 //
 // Main thread only. xdg-mime runs as a separate process; answers come back on the
 // main thread when it has finished, never blocking it.
-namespace DefaultApp {
+namespace Lumo::App::DefaultApp {
 
 // The desktop entry an installed Lumo registers.
 inline constexpr char desktopEntry[] = "lumo.desktop";
@@ -33,4 +33,4 @@ bool isInstalledCopy();
 // before and is not the default yet.
 void shouldOffer(std::function<void(bool)> answer);
 
-} // namespace DefaultApp
+} // namespace Lumo::App::DefaultApp

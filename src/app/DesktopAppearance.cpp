@@ -11,6 +11,12 @@
 #include <QPalette>
 #include <QStyle>
 
+namespace Lumo::App {
+
+using Lumo::Base::Appearance;
+using Lumo::Base::Preferences;
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
@@ -148,5 +154,7 @@ void install()
 }
 
 } // namespace DesktopAppearance
+
+} // namespace Lumo::App
 
 #include "DesktopAppearance.moc"

@@ -5,9 +5,9 @@
 // back to the platform's palette without a portal, and honours the "appearance"
 // preference. It sets the application palette, which every window, the editor
 // colours and the pages follow (they watch palette changes).
-namespace DesktopAppearance {
+namespace Lumo::App::DesktopAppearance {
 
 // Starts following; call once, after the application exists.
 void install();
 
-} // namespace DesktopAppearance
+} // namespace Lumo::App::DesktopAppearance

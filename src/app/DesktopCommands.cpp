@@ -12,6 +12,10 @@
 #include <QPushButton>
 #include <QTimer>
 
+namespace Lumo::App {
+
+using Lumo::Base::Preferences;
+
 namespace DesktopCommands {
 
 namespace {
@@ -123,3 +127,5 @@ void offerOnFirstLaunch()
 }
 
 } // namespace DesktopCommands
+
+} // namespace Lumo::App

@@ -4,7 +4,7 @@ class QWidget;
 
 // Installing the "lumo" command and becoming the default Markdown application: the
 // two menu commands, their alerts, and the one-time offer after launch.
-namespace DesktopCommands {
+namespace Lumo::App::DesktopCommands {
 
 // Adds "Make Lumo the Default for .md Files" ("makeDefault") and "Install Command
 // Line Tool…" ("installCommandLineTool") to the window.
@@ -21,4 +21,4 @@ void makeDefault();
 // default Markdown application, as a sheet on the first visible window.
 void offerOnFirstLaunch();
 
-} // namespace DesktopCommands
+} // namespace Lumo::App::DesktopCommands

@@ -5,6 +5,7 @@
 #include "document/DiskChangeBanner.h"
 #include "document/EmptyHint.h"
 #include "document/FindBar.h"
+#include "document/PageScript.h"
 #include "document/PreviewPage.h"
 #include "document/PreviewView.h"
 #include "document/TabNotice.h"
@@ -17,12 +18,27 @@
 #include <algorithm>
 #include <QApplication>
 #include <QEvent>
+#include <QJsonObject>
+#include <QJsonValue>
 #include <QShortcut>
 #include <QSplitter>
 #include <QVBoxLayout>
-#include <QWebEngineFindTextResult>
 
+namespace Lumo::App {
+
+using Lumo::Base::Preferences;
+using Lumo::Document::DiskChangeBanner;
+using Lumo::Document::DocumentController;
+using Lumo::Document::EmptyHint;
+using Lumo::Document::FindBar;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::PreviewView;
+using Lumo::Document::TabNotice;
+using Lumo::Document::TabPanels;
 using Lumo::Editor::EditorView;
+using Lumo::Workspace::SidebarView;
+namespace PageScript = Lumo::Document::PageScript;
+namespace TextScale = Lumo::Base::TextScale;
 
 DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent)
     : QWidget(parent)
@@ -154,11 +170,18 @@ DocumentTab::DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *
             m_pageFind->open();
         else {
             m_pageFind->hide();
-            m_view->page()->findText(QString()); // clears the highlighted matches
+            m_pageSearched.clear();
+            if (m_controller->isReady()) // the match loses its find colour
+                m_controller->call(QStringLiteral("mv.find('')"));
             focusDocument(true);
         }
     });
     connect(m_pageFind, &FindBar::searchRequested, this, &DocumentTab::findInPreview);
+    // A render may take the match away or add others: find it again and recount.
+    connect(m_controller, &DocumentController::renderCompleted, this, [this] {
+        if (m_pageFind->isVisible())
+            findInPage(m_pageSearched, false, true);
+    });
     connect(this, &DocumentTab::findFinished, m_pageFind, &FindBar::setCount);
     connect(m_pageFind, &FindBar::closeRequested, this, [this] { m_panels->setShowFind(false); });
     connect(m_editorFind, &FindBar::searchRequested, this,
@@ -250,15 +273,26 @@ void DocumentTab::findNext(bool backwards)
 
 void DocumentTab::findInPreview(const QString &text, bool backwards)
 {
-    if (text.isEmpty())
+    findInPage(text, backwards, false);
+}
+
+void DocumentTab::findInPage(const QString &text, bool backwards, bool again)
+{
+    if (text.isEmpty() || !m_controller->isReady())
         return;
-    // The engine finds only what is shown: the hidden columns of very wide tables first.
-    m_view->previewPage()->call(QStringLiteral("mv.showAllColumns()"));
-    m_view->page()->findText(
-        text, backwards ? QWebEnginePage::FindBackward : QWebEnginePage::FindFlags(),
-        [self = QPointer<DocumentTab>(this)](const QWebEngineFindTextResult &result) {
-            if (self)
-                Q_EMIT self->findFinished(result.activeMatch(), result.numberOfMatches());
+    m_pageSearched = text;
+    // The page's own find: the engine's would lay out every part of a long document
+    // that the page keeps skipped.
+    const QString options = QStringLiteral(", {\"backwards\": %1, \"again\": %2}")
+                                .arg(backwards ? u"true" : u"false", again ? u"true" : u"false");
+    m_controller->page()->callAwaited(
+        QStringLiteral("find"), PageScript::json(text) + options,
+        [self = QPointer<DocumentTab>(this)](const QJsonValue &value, const QString &) {
+            // Nothing when a newer search replaced this one, or the page went away.
+            const QJsonObject result = value.toObject();
+            if (self && result.contains(QLatin1String("matches")))
+                Q_EMIT self->findFinished(result.value(QLatin1String("active")).toInt(),
+                                          result.value(QLatin1String("matches")).toInt());
         });
 }
 
@@ -323,3 +357,5 @@ void DocumentTab::resizeEvent(QResizeEvent *event)
     QWidget::resizeEvent(event);
     updateSidebar();
 }
+
+} // namespace Lumo::App

@@ -6,13 +6,19 @@
 #include <QJsonObject>
 #include <QWidget>
 
+namespace Lumo::Document {
 class DiskChangeBanner;
 class FindBar;
 class PreviewView;
+class TabPanels;
+} // namespace Lumo::Document
 class QShortcut;
 class QSplitter;
+namespace Lumo::Workspace {
 class SidebarView;
-class TabPanels;
+}
+
+namespace Lumo::App {
 
 // The content of one tab: a sidebar column beside the document area, which shows the
 // reading page alone (read mode) or the text editor beside it (edit mode). The one
@@ -24,12 +30,13 @@ class DocumentTab final : public QWidget
     Q_DISABLE_COPY_MOVE(DocumentTab)
 
 public:
-    DocumentTab(OpenDocument *document, bool startInEditMode, QWidget *parent = nullptr);
+    DocumentTab(Lumo::Document::OpenDocument *document, bool startInEditMode,
+                QWidget *parent = nullptr);
 
-    DocumentController *controller() const { return m_controller; }
-    PreviewView *view() const { return m_view; }
-    TabPanels *panels() const { return m_panels; }
-    OpenDocument *document() const { return m_controller->document(); }
+    Lumo::Document::DocumentController *controller() const { return m_controller; }
+    Lumo::Document::PreviewView *view() const { return m_view; }
+    Lumo::Document::TabPanels *panels() const { return m_panels; }
+    Lumo::Document::OpenDocument *document() const { return m_controller->document(); }
     Lumo::Editor::EditorView *editor() const { return m_editor; }
 
     // Gives the keyboard to the document: the editor while editing, else the page.
@@ -68,23 +75,29 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    void showMode(DocumentController::Mode mode);
+    void showMode(Lumo::Document::DocumentController::Mode mode);
     // Shows the sidebar while it is asked for and leaves the document its room.
     void updateSidebar();
     void findInEditor(const QString &text, bool backwards, bool fromSelectionStart);
+    // `again`: keeps the current match when a render left it, and leaves the view.
+    void findInPage(const QString &text, bool backwards, bool again);
 
-    PreviewView *m_view;
-    TabPanels *m_panels;
-    DocumentController *m_controller;
+    Lumo::Document::PreviewView *m_view;
+    Lumo::Document::TabPanels *m_panels;
+    Lumo::Document::DocumentController *m_controller;
     QSplitter *m_columns;
-    SidebarView *m_sidebar;
-    DiskChangeBanner *m_banner;
-    FindBar *m_pageFind;
-    FindBar *m_editorFind;
+    Lumo::Workspace::SidebarView *m_sidebar;
+    Lumo::Document::DiskChangeBanner *m_banner;
+    Lumo::Document::FindBar *m_pageFind;
+    Lumo::Document::FindBar *m_editorFind;
     QShortcut *m_closeFind = nullptr;
+    // What the page's find bar last searched for, while it is open.
+    QString m_pageSearched;
     QSplitter *m_panes;
     QWidget *m_editorPane;
     Lumo::Editor::EditorView *m_editor;
     // While the document takes an edit typed in the editor.
     bool m_takingEdit = false;
 };
+
+} // namespace Lumo::App

@@ -26,6 +26,22 @@
 #include <QTabWidget>
 #include <QToolBar>
 
+namespace Lumo::App {
+
+using Lumo::Base::Preferences;
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::OutlineItem;
+using Lumo::Document::OutlinePopover;
+using Lumo::Document::TabPanels;
+namespace Brand = Lumo::Base::Brand;
+namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+namespace PathKey = Lumo::Base::PathKey;
+namespace SaveFolder = Lumo::Base::SaveFolder;
+namespace TabNames = Lumo::Document::TabNames;
+namespace WarningAlert = Lumo::Base::WarningAlert;
+
 DocumentWindow::DocumentWindow(QWidget *parent)
     : QMainWindow(parent)
     , m_tabs(new QTabWidget(this))
@@ -100,7 +116,7 @@ void DocumentWindow::createCommands()
             &QAction::triggered, this, [this] { saveAs(currentTab()); });
     m_revertAction = addCommand("revert", tr("Re&vert to Saved"), {}, true);
     connect(m_revertAction, &QAction::triggered, this, [this] { revert(currentTab()); });
-    connect(addCommand("closeWindow", tr("Close &Window"), {QKeySequence(tr("Ctrl+Shift+W"))}),
+    connect(addCommand("closeWindow", tr("Clos&e Window"), {QKeySequence(tr("Ctrl+Shift+W"))}),
             &QAction::triggered, this, &QWidget::close);
     QAction *quit = addCommand("quit", tr("&Quit"), {QKeySequence::Quit});
     quit->setMenuRole(QAction::QuitRole);
@@ -111,7 +127,7 @@ void DocumentWindow::createCommands()
     connect(addCommand("findNext", tr("Find &Next"),
                        {QKeySequence(Qt::Key_F3), QKeySequence(tr("Ctrl+G"))}, true),
             &QAction::triggered, this, onTab([](DocumentTab *tab) { tab->findNext(false); }));
-    connect(addCommand("findPrevious", tr("Find &Previous"),
+    connect(addCommand("findPrevious", tr("Find Pre&vious"),
                        {QKeySequence(tr("Shift+F3")), QKeySequence(tr("Ctrl+Shift+G"))}, true),
             &QAction::triggered, this, onTab([](DocumentTab *tab) { tab->findNext(true); }));
 
@@ -133,7 +149,7 @@ void DocumentWindow::createCommands()
                        {QKeySequence::ZoomIn, QKeySequence(tr("Ctrl+="))}, true),
             &QAction::triggered, this,
             onTab([](DocumentTab *tab) { tab->controller()->zoom(0.1); }));
-    connect(addCommand("smallerText", tr("&Smaller Text"), {QKeySequence::ZoomOut}, true),
+    connect(addCommand("smallerText", tr("S&maller Text"), {QKeySequence::ZoomOut}, true),
             &QAction::triggered, this,
             onTab([](DocumentTab *tab) { tab->controller()->zoom(-0.1); }));
     connect(addCommand("actualSize", tr("&Actual Size"), {QKeySequence(tr("Ctrl+0"))}, true),
@@ -466,3 +482,5 @@ void DocumentWindow::showOpenDialog()
             [this](const QStringList &paths) { Q_EMIT openFilesRequested(paths, this); });
     dialog->open();
 }
+
+} // namespace Lumo::App

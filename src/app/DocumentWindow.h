@@ -2,13 +2,18 @@
 
 #include <QMainWindow>
 
-class DocumentTab;
+namespace Lumo::Document {
 class OutlinePopover;
 class OpenDocument;
+} // namespace Lumo::Document
 class QAction;
 class QKeySequence;
 class QMenu;
 class QTabWidget;
+
+namespace Lumo::App {
+
+class DocumentTab;
 
 // A window of tabs, each holding one document. Its own commands (new, open, save,
 // find, the mode, the outline, the sidebar, text size, tabs) are actions of the
@@ -28,9 +33,9 @@ public:
     static constexpr QSize firstWindowSize{920, 1040};
 
     // Adds a tab for the document, which the tab then owns, and shows it.
-    DocumentTab *addDocument(OpenDocument *document);
+    DocumentTab *addDocument(Lumo::Document::OpenDocument *document);
     // Shows the document in the current tab in place of the one there.
-    DocumentTab *replaceCurrent(OpenDocument *document);
+    DocumentTab *replaceCurrent(Lumo::Document::OpenDocument *document);
     DocumentTab *currentTab() const;
     QList<DocumentTab *> tabs() const;
     // The tab showing the file, if any (paths compared with symlinks resolved).
@@ -82,5 +87,7 @@ private:
     QAction *m_modeAction = nullptr;
     QAction *m_outlineAction = nullptr;
     QAction *m_sidebarAction = nullptr;
-    OutlinePopover *m_outline = nullptr;
+    Lumo::Document::OutlinePopover *m_outline = nullptr;
 };
+
+} // namespace Lumo::App

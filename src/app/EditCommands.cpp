@@ -9,7 +9,7 @@
 #include <QPlainTextEdit>
 #include <QWebEngineView>
 
-namespace EditCommands {
+namespace Lumo::App::EditCommands {
 namespace {
 
 struct Command
@@ -72,4 +72,4 @@ void create(DocumentWindow *window)
     }
 }
 
-} // namespace EditCommands
+} // namespace Lumo::App::EditCommands

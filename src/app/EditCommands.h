@@ -1,5 +1,7 @@
 #pragma once
 
+namespace Lumo::App {
+
 class DocumentWindow;
 
 // Undo, Redo, Cut, Copy, Paste and Select All with the standard keys ("undo", "redo",
@@ -12,3 +14,5 @@ namespace EditCommands {
 void create(DocumentWindow *window);
 
 } // namespace EditCommands
+
+} // namespace Lumo::App

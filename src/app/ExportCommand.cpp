@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <QDir>
 
+namespace Lumo::App {
+
 std::optional<ExportCommand> ExportCommand::parse(const QStringList &arguments, QString *error)
 {
     const auto fail = [error](const QString &message) {
@@ -50,3 +52,5 @@ QString ExportCommand::usage()
 {
     return QStringLiteral("lumo --export html|pdf [--dark] IN.md OUT");
 }
+
+} // namespace Lumo::App

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace Lumo::App {
+
 // "lumo --export html|pdf [--dark] IN.md OUT": what a headless export is asked to do.
 struct ExportCommand
 {
@@ -19,3 +21,5 @@ struct ExportCommand
     static std::optional<ExportCommand> parse(const QStringList &arguments, QString *error);
     static QString usage();
 };
+
+} // namespace Lumo::App

@@ -20,6 +20,17 @@
 #include <QPrintDialog>
 #include <QPrinter>
 
+namespace Lumo::App {
+
+using Lumo::Base::Appearance;
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+namespace Brand = Lumo::Base::Brand;
+namespace DocumentExport = Lumo::Document::DocumentExport;
+namespace PDFPrint = Lumo::Document::PDFPrint;
+namespace SaveFolder = Lumo::Base::SaveFolder;
+namespace WarningAlert = Lumo::Base::WarningAlert;
+
 namespace ExportCommands {
 
 namespace {
@@ -158,10 +169,12 @@ void create(DocumentWindow *window)
         QObject::connect(command, &QAction::triggered, window, [window, run] { run(window); });
         window->needsDocument(command);
     };
-    add("exportPdf", tr("Export as &PDF…"), QKeySequence(tr("Ctrl+Shift+E")), &exportPDF);
+    add("exportPdf", tr("Export as P&DF…"), QKeySequence(tr("Ctrl+Shift+E")), &exportPDF);
     add("exportHtml", tr("Export as &HTML…"), QKeySequence(tr("Ctrl+Alt+Shift+E")), &exportHTML);
     add("print", tr("&Print…"), QKeySequence(tr("Ctrl+Alt+P")), &print);
-    add("copyRichText", tr("Copy as &Rich Text"), QKeySequence(tr("Ctrl+Shift+C")), &copyRich);
+    add("copyRichText", tr("Copy as Rich Te&xt"), QKeySequence(tr("Ctrl+Shift+C")), &copyRich);
 }
 
 } // namespace ExportCommands
+
+} // namespace Lumo::App

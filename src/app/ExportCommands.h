@@ -1,5 +1,7 @@
 #pragma once
 
+namespace Lumo::App {
+
 class DocumentWindow;
 
 // The window's commands that send a document out, each acting on the window's
@@ -11,3 +13,5 @@ namespace ExportCommands {
 void create(DocumentWindow *window);
 
 } // namespace ExportCommands
+
+} // namespace Lumo::App

@@ -17,6 +17,12 @@
 #include <QMessageBox>
 #include <QPointer>
 
+namespace Lumo::App {
+
+using Lumo::Base::Preferences;
+namespace FolderOpenRules = Lumo::Workspace::FolderOpenRules;
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+
 namespace {
 
 // Qt's own dialog, since the desktop's cannot take files and folders at once; the
@@ -61,7 +67,7 @@ void open(const QString &folder, const QList<DocumentWindow *> &windows, QWidget
 {
     const QString path = QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
     Preferences &prefs = Preferences::shared();
-    Workspace::remember(prefs, path);
+    Lumo::Workspace::Workspace::remember(prefs, path);
     prefs.noteRecentDocument(path);
     prefs.setShowSidebar(true);
 
@@ -128,3 +134,5 @@ bool acceptsFolders(const QFileDialog *dialog)
 }
 
 } // namespace FolderOpener
+
+} // namespace Lumo::App

@@ -4,9 +4,12 @@
 #include <QList>
 #include <QString>
 
-class DocumentWindow;
 class QFileDialog;
 class QWidget;
+
+namespace Lumo::App {
+
+class DocumentWindow;
 
 // The windows' side of opening folders: the dialogs that choose them and the steps
 // that follow a choice, by the rules of workspace/FolderOpenRules. Main thread only.
@@ -28,3 +31,5 @@ QFileDialog *folderDialog(QWidget *parent);
 bool acceptsFolders(const QFileDialog *dialog);
 
 } // namespace FolderOpener
+
+} // namespace Lumo::App

@@ -17,6 +17,17 @@
 #include <QLoggingCategory>
 #include <QTimer>
 
+namespace Lumo::App {
+
+using Lumo::Base::Appearance;
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::PreviewPage;
+using Lumo::Document::PreviewView;
+using Lumo::Document::RemoteContentFilter;
+namespace DocumentExport = Lumo::Document::DocumentExport;
+namespace PageScript = Lumo::Document::PageScript;
+
 namespace HeadlessExport {
 
 namespace {
@@ -134,3 +145,5 @@ int run(const ExportCommand &command)
 }
 
 } // namespace HeadlessExport
+
+} // namespace Lumo::App

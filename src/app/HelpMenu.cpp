@@ -15,6 +15,10 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+namespace Lumo::App {
+
+namespace ResourcePaths = Lumo::Base::ResourcePaths;
+
 namespace HelpMenu {
 namespace {
 
@@ -118,3 +122,5 @@ void create(QMainWindow *window)
 }
 
 } // namespace HelpMenu
+
+} // namespace Lumo::App

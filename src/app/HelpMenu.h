@@ -6,9 +6,9 @@ class QMainWindow;
 // libraries the page ships) and an overview of the keyboard shortcuts
 // ("keyboardShortcuts"), read from the window's own menus so that it always tells the
 // keys in force.
-namespace HelpMenu {
+namespace Lumo::App::HelpMenu {
 
 // Adds the commands to the window.
 void create(QMainWindow *window);
 
-} // namespace HelpMenu
+} // namespace Lumo::App::HelpMenu

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QUrl>
 
+namespace Lumo::App {
+
 namespace {
 
 LaunchArguments invalid(const QString &error)
@@ -77,3 +79,5 @@ QString LaunchArguments::usage()
                           "       lumo --post NAME [ARG]\n"
                           "       lumo --help | --version\n");
 }
+
+} // namespace Lumo::App

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace Lumo::App {
+
 // What the program's arguments (after its name) ask for, short of a headless export
 // (ExportCommand): help, the version, a diagnostic notification, or documents to open.
 struct LaunchArguments
@@ -30,3 +32,5 @@ struct LaunchArguments
     static LaunchArguments parse(const QStringList &arguments, const QString &currentFolder);
     static QString usage();
 };
+
+} // namespace Lumo::App

@@ -8,6 +8,10 @@
 #include <QSettings>
 #include <QStandardPaths>
 
+namespace Lumo::App {
+
+using Lumo::Base::Preferences;
+
 namespace LegacyMigration {
 
 void run(Preferences &preferences, const QString &oldSettingsPath, const QString &dataFolder)
@@ -50,3 +54,5 @@ void run(Preferences &preferences)
 }
 
 } // namespace LegacyMigration
+
+} // namespace Lumo::App

@@ -4,6 +4,10 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 
+namespace Lumo::App {
+
+using Lumo::Document::OutlineItem;
+
 OpenTarget OpenTarget::fromArgument(const QString &absolutePath,
                                     const std::function<bool(const QString &)> &exists)
 {
@@ -78,3 +82,5 @@ int OpenTarget::headingIndex(const QList<OutlineItem> &outline, const QString &h
     }
     return -1;
 }
+
+} // namespace Lumo::App

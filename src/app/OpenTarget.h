@@ -7,6 +7,8 @@
 #include <QList>
 #include <QString>
 
+namespace Lumo::App {
+
 // A file to open and where to show it: "notes.md:12" (what grep, compilers and
 // editors print) opens at line 12, "notes.md#install" at the heading with that
 // anchor. A file whose own name holds ':' or '#' opens as itself when it exists.
@@ -31,5 +33,8 @@ struct OpenTarget
 
     // The outline entry that `heading` names: its anchor id, else its text ignoring
     // case, else the anchor the name would get; -1 when none matches.
-    static int headingIndex(const QList<OutlineItem> &outline, const QString &heading);
+    static int headingIndex(const QList<Lumo::Document::OutlineItem> &outline,
+                            const QString &heading);
 };
+
+} // namespace Lumo::App

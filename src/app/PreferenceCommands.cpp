@@ -10,12 +10,17 @@
 #include <QCoreApplication>
 #include <QMenu>
 
+namespace Lumo::App {
+
+using Lumo::Base::Preferences;
+using Lumo::Document::CustomCSS;
+
 namespace PreferenceCommands {
 namespace {
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("DocumentWindow", text);
+    return QCoreApplication::translate("Lumo::App::DocumentWindow", text);
 }
 
 // A checkable command that shows a yes-or-no preference and sets it.
@@ -105,3 +110,5 @@ void create(QWidget *window)
 }
 
 } // namespace PreferenceCommands
+
+} // namespace Lumo::App

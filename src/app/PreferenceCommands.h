@@ -5,9 +5,9 @@ class QWidget;
 // The reading preferences as window commands, each showing and setting its
 // preference: "settings" (the Settings window), "followChanges", "useCustomCss",
 // "editCustomCss", and the "themeMenu" and "appearanceMenu" submenus.
-namespace PreferenceCommands {
+namespace Lumo::App::PreferenceCommands {
 
 // Adds the commands and submenus to the window.
 void create(QWidget *window);
 
-} // namespace PreferenceCommands
+} // namespace Lumo::App::PreferenceCommands

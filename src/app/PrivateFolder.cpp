@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace PrivateFolder {
+namespace Lumo::App::PrivateFolder {
 
 namespace {
 
@@ -62,4 +62,4 @@ bool peerIsThisUser(qintptr socketDescriptor)
 #endif
 }
 
-} // namespace PrivateFolder
+} // namespace Lumo::App::PrivateFolder

@@ -5,7 +5,7 @@
 // A folder only this user can enter, for the single-instance socket, and the check
 // that the other end of a local socket is this user. Other users on the machine must
 // neither receive what a launch hands over nor hand anything in.
-namespace PrivateFolder {
+namespace Lumo::App::PrivateFolder {
 
 // Why path is not private, or an empty string when it is: it must be a directory
 // itself (not a link to one), owned by this user, with no access for group or others.
@@ -19,4 +19,4 @@ QString forSockets();
 // Whether the process at the other end of a connected local socket runs as this user.
 bool peerIsThisUser(qintptr socketDescriptor);
 
-} // namespace PrivateFolder
+} // namespace Lumo::App::PrivateFolder

@@ -3,6 +3,8 @@
 #include <array>
 #include <QCoreApplication>
 
+namespace Lumo::App {
+
 namespace {
 
 template <typename E> struct CaseInfo
@@ -140,3 +142,5 @@ QString ReadingWidth::displayName(Case width)
 {
     return displayOf(widths, width, "ReadingWidth");
 }
+
+} // namespace Lumo::App

@@ -5,6 +5,8 @@
 #include <QList>
 #include <QString>
 
+namespace Lumo::App {
+
 // The three styling choices of the reading page. Each case has a raw value, which is
 // what the preferences store and what the page receives; the case order is the order
 // in which Settings lists them. Strings that name no case are passed through as they
@@ -45,3 +47,5 @@ struct ReadingWidth
     static std::optional<Case> fromRawValue(const QString &raw);
     static QString displayName(Case width);
 };
+
+} // namespace Lumo::App

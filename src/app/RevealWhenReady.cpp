@@ -9,6 +9,13 @@
 #include <QDir>
 #include <QFileInfo>
 
+namespace Lumo::App {
+
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::OutlineItem;
+namespace PathKey = Lumo::Base::PathKey;
+
 namespace RevealWhenReady {
 namespace {
 
@@ -63,3 +70,5 @@ void heading(const QString &path, const QString &name)
 }
 
 } // namespace RevealWhenReady
+
+} // namespace Lumo::App

@@ -12,6 +12,14 @@
 #include <QCoreApplication>
 #include <QPlainTextEdit>
 
+namespace Lumo::App {
+
+using Lumo::Document::TabPanels;
+using Lumo::Search::PanelOverlay;
+using Lumo::Search::QuickOpenPanel;
+using Lumo::Search::SearchPanel;
+namespace ProjectRoot = Lumo::Search::ProjectRoot;
+
 namespace SearchCommands {
 namespace {
 
@@ -39,7 +47,7 @@ void openFile(DocumentTab *tab, const QString &path, int line, bool replacingCur
 void create(DocumentWindow *window)
 {
     auto *quickOpen =
-        new QAction(QCoreApplication::translate("SearchCommands", "Open &Quickly…"), window);
+        new QAction(QCoreApplication::translate("SearchCommands", "Open Q&uickly…"), window);
     quickOpen->setObjectName(QStringLiteral("openQuickly"));
     quickOpen->setShortcut(QKeySequence(QCoreApplication::translate("SearchCommands", "Ctrl+P")));
     QObject::connect(quickOpen, &QAction::triggered, window, [window] {
@@ -49,7 +57,7 @@ void create(DocumentWindow *window)
     window->needsDocument(quickOpen);
 
     auto *search =
-        new QAction(QCoreApplication::translate("SearchCommands", "Find in &Project…"), window);
+        new QAction(QCoreApplication::translate("SearchCommands", "Find &in Project…"), window);
     search->setObjectName(QStringLiteral("findInProject"));
     search->setShortcut(
         QKeySequence(QCoreApplication::translate("SearchCommands", "Ctrl+Shift+F")));
@@ -108,3 +116,5 @@ void attachPanels(DocumentTab *tab)
 }
 
 } // namespace SearchCommands
+
+} // namespace Lumo::App

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace Lumo::App {
+
 class DocumentTab;
 class DocumentWindow;
 
@@ -21,3 +23,5 @@ void attachPanels(DocumentTab *tab);
 QString projectRootOf(const DocumentTab *tab);
 
 } // namespace SearchCommands
+
+} // namespace Lumo::App

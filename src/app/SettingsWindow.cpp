@@ -25,6 +25,13 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+namespace Lumo::App {
+
+using Lumo::Base::Preferences;
+using Lumo::Document::CustomCSS;
+namespace Brand = Lumo::Base::Brand;
+namespace TextScale = Lumo::Base::TextScale;
+
 namespace {
 
 // The slider works in tenths: 7 ... 20 for 0.7 ... 2.0.
@@ -420,3 +427,5 @@ void SettingsWindow::showTextScale()
     m_textSize->setValue(sliderPosition(scale));
     m_textSizeLabel->setText(TextScale::label(scale));
 }
+
+} // namespace Lumo::App

@@ -2,12 +2,16 @@
 
 #include <QWidget>
 
+namespace Lumo::Base {
 class Preferences;
+}
 class QButtonGroup;
 class QCheckBox;
 class QLabel;
 class QPushButton;
 class QSlider;
+
+namespace Lumo::App {
 
 // The Settings window: theme, reading, opening-files and custom-stylesheet sections.
 // Every control writes its preference as soon as it is used and follows the
@@ -18,7 +22,7 @@ class SettingsWindow final : public QWidget
     Q_DISABLE_COPY_MOVE(SettingsWindow)
 
 public:
-    explicit SettingsWindow(Preferences &preferences, QWidget *parent = nullptr);
+    explicit SettingsWindow(Lumo::Base::Preferences &preferences, QWidget *parent = nullptr);
 
     // Shows the application's one Settings window, creating it on first use.
     static void showShared();
@@ -42,7 +46,7 @@ private:
     void showReadingWidth();
     void showTextScale();
 
-    Preferences &m_preferences;
+    Lumo::Base::Preferences &m_preferences;
     QButtonGroup *m_themes = nullptr;
     QButtonGroup *m_fonts = nullptr;
     QButtonGroup *m_widths = nullptr;
@@ -54,3 +58,5 @@ private:
     QCheckBox *m_useCustomCSS = nullptr;
     QCheckBox *m_loadRemoteImages = nullptr;
 };
+
+} // namespace Lumo::App

@@ -9,6 +9,8 @@
 #include <QLocalSocket>
 #include <unistd.h>
 
+namespace Lumo::App {
+
 namespace {
 
 constexpr int maximumRequestBytes = 64 * 1024 * 1024;
@@ -91,3 +93,5 @@ bool SingleInstance::listen()
     QLocalServer::removeServer(path);
     return m_server->listen(path);
 }
+
+} // namespace Lumo::App

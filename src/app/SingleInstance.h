@@ -5,6 +5,8 @@
 
 class QLocalServer;
 
+namespace Lumo::App {
+
 // One Lumo per user: a later launch hands its request to the running instance over a
 // local socket in a private folder of the user's and exits; either end hangs up on a
 // process of another user. The same socket carries the diagnostic notifications of
@@ -36,3 +38,5 @@ Q_SIGNALS:
 private:
     QLocalServer *m_server;
 };
+
+} // namespace Lumo::App

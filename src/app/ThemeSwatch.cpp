@@ -5,6 +5,8 @@
 #include <QPainter>
 #include <QPainterPath>
 
+namespace Lumo::App {
+
 namespace {
 
 constexpr QSizeF previewSize{96, 62};
@@ -178,3 +180,5 @@ void ThemeSwatchTile::paintEvent(QPaintEvent *)
         painter.drawRoundedRect(card.adjusted(3, 3, -3, -3), cardRadius - 3, cardRadius - 3);
     }
 }
+
+} // namespace Lumo::App

@@ -4,6 +4,8 @@
 
 #include <QAbstractButton>
 
+namespace Lumo::App {
+
 // The Settings tile of one reader theme: a small page preview, half in the theme's
 // light page colour and half in its dark one, with the theme's name beneath. The
 // checked tile is the current theme and wears a ring in the window's accent colour.
@@ -32,3 +34,5 @@ private:
 
     ReaderTheme::Case m_theme;
 };
+
+} // namespace Lumo::App

@@ -17,7 +17,7 @@
 #include <QMenuBar>
 #include <QToolBar>
 
-namespace WindowMenus {
+namespace Lumo::App::WindowMenus {
 namespace {
 
 // One menu: its name, its title, and its commands by name, "|" for a separator. A
@@ -32,14 +32,14 @@ struct Layout
 
 const Layout menus[] = {
     {"fileMenu",
-     "DocumentWindow",
-     QT_TRANSLATE_NOOP("DocumentWindow", "&File"),
+     "Lumo::App::DocumentWindow",
+     QT_TRANSLATE_NOOP("Lumo::App::DocumentWindow", "&File"),
      {"new", "newWindow", "open", "openFolder", "openQuickly", "openRecent", "|", "closeTab",
       "save", "saveAs", "revert", "|", "exportPdf", "exportHtml", "print", "|", "closeWindow",
       "quit"}},
     {"editMenu",
-     "DocumentWindow",
-     QT_TRANSLATE_NOOP("DocumentWindow", "&Edit"),
+     "Lumo::App::DocumentWindow",
+     QT_TRANSLATE_NOOP("Lumo::App::DocumentWindow", "&Edit"),
      {"undo", "redo", "|", "cut", "copy", "paste", "selectAll", "|", "copyRichText", "|", "find",
       "findNext", "findPrevious", "findInProject", "|", "settings", "|", "makeDefault",
       "installCommandLineTool"}},
@@ -48,8 +48,8 @@ const Layout menus[] = {
      QT_TRANSLATE_NOOP("FormatMenu", "F&ormat"),
      {"bold", "italic", "strikethrough", "code", "link"}},
     {"viewMenu",
-     "DocumentWindow",
-     QT_TRANSLATE_NOOP("DocumentWindow", "&View"),
+     "Lumo::App::DocumentWindow",
+     QT_TRANSLATE_NOOP("Lumo::App::DocumentWindow", "&View"),
      {"toggleMode", "outline", "toggleSidebar", "revealInSidebar", "followChanges", "|",
       "themeMenu", "appearanceMenu", "useCustomCss", "editCustomCss", "|", "biggerText",
       "smallerText", "actualSize", "|", "nextTab", "previousTab"}},
@@ -99,7 +99,7 @@ void build(DocumentWindow *window)
     }
 
     QToolBar *toolbar =
-        window->addToolBar(QCoreApplication::translate("DocumentWindow", "Document"));
+        window->addToolBar(QCoreApplication::translate("Lumo::App::DocumentWindow", "Document"));
     toolbar->setObjectName(QStringLiteral("documentToolbar"));
     toolbar->setMovable(false);
     toolbar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
@@ -107,4 +107,4 @@ void build(DocumentWindow *window)
     toolbar->addAction(command(window, "toggleMode"));
 }
 
-} // namespace WindowMenus
+} // namespace Lumo::App::WindowMenus

@@ -1,5 +1,7 @@
 #pragma once
 
+namespace Lumo::App {
+
 class DocumentWindow;
 
 // The menu bar and toolbar of a document window, laid out in one place from the
@@ -13,3 +15,5 @@ namespace WindowMenus {
 void build(DocumentWindow *window);
 
 } // namespace WindowMenus
+
+} // namespace Lumo::App

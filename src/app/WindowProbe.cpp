@@ -10,18 +10,18 @@
 #include <QTabBar>
 #include <QTabWidget>
 
-namespace WindowProbe {
+namespace Lumo::App::WindowProbe {
 namespace {
 
 // The part of the window that holds the keyboard, named by the widget class it is in.
 QString focusRole(const DocumentWindow *window)
 {
     static const QList<std::pair<const char *, const char *>> roles{
-        {"FindBar", "find"},
-        {"OutlinePopover", "outline"},
-        {"QuickOpenPanel", "quickOpen"},
-        {"SearchPanel", "search"},
-        {"SidebarView", "sidebar"},
+        {"Lumo::Document::FindBar", "find"},
+        {"Lumo::Document::OutlinePopover", "outline"},
+        {"Lumo::Search::QuickOpenPanel", "quickOpen"},
+        {"Lumo::Search::SearchPanel", "search"},
+        {"Lumo::Workspace::SidebarView", "sidebar"},
         {"Lumo::Editor::EditorView", "editor"},
         {"QWebEngineView", "page"}};
     const QWidget *focus = QApplication::focusWidget();
@@ -69,4 +69,4 @@ void print(const DocumentWindow *window)
     std::fflush(stdout);
 }
 
-} // namespace WindowProbe
+} // namespace Lumo::App::WindowProbe

@@ -2,6 +2,8 @@
 
 #include <QJsonObject>
 
+namespace Lumo::App {
+
 class DocumentWindow;
 
 // What a user of the window would see, for the diagnostic hook "lumoapp.debug.state":
@@ -14,3 +16,5 @@ QJsonObject state(const DocumentWindow *window);
 void print(const DocumentWindow *window);
 
 } // namespace WindowProbe
+
+} // namespace Lumo::App

@@ -9,7 +9,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 
-namespace WorkspaceCommands {
+namespace Lumo::App::WorkspaceCommands {
 
 void chooseFolder(QWidget *widget)
 {
@@ -42,4 +42,4 @@ void create(DocumentWindow *window)
     window->needsDocument(reveal);
 }
 
-} // namespace WorkspaceCommands
+} // namespace Lumo::App::WorkspaceCommands

@@ -1,7 +1,10 @@
 #pragma once
 
-class DocumentWindow;
 class QWidget;
+
+namespace Lumo::App {
+
+class DocumentWindow;
 
 // The folder commands of a document window: "openFolder", and "revealInSidebar"
 // (enabled while the window shows a document).
@@ -14,3 +17,5 @@ void create(DocumentWindow *window);
 void chooseFolder(QWidget *widget);
 
 } // namespace WorkspaceCommands
+
+} // namespace Lumo::App

@@ -17,6 +17,19 @@
 #include <QFile>
 #include <QJsonArray>
 
+using Lumo::App::Application;
+using Lumo::App::ExportCommand;
+using Lumo::App::LaunchArguments;
+using Lumo::App::OpenTarget;
+using Lumo::App::SingleInstance;
+using Lumo::Base::Preferences;
+using Lumo::Document::TextEncoding;
+namespace DesktopAppearance = Lumo::App::DesktopAppearance;
+namespace DesktopCommands = Lumo::App::DesktopCommands;
+namespace HeadlessExport = Lumo::App::HeadlessExport;
+namespace LegacyMigration = Lumo::App::LegacyMigration;
+namespace WebEngineSetup = Lumo::Document::WebEngineSetup;
+
 namespace {
 
 // The request this launch makes: files as absolute paths (with the place to show),

@@ -5,6 +5,8 @@
 #include <QPromise>
 #include <QThreadPool>
 
+namespace Lumo::Base {
+
 // Runs work() on the global thread pool and then done(result) on context's thread,
 // unless context has been destroyed by then (the result is dropped).
 template <typename Work, typename Done> void runInBackground(QObject *context, Work work, Done done)
@@ -25,3 +27,5 @@ template <typename Work, typename Done> void runInBackground(QObject *context, W
         promise->finish();
     });
 }
+
+} // namespace Lumo::Base

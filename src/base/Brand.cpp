@@ -6,6 +6,8 @@
 #include <QPalette>
 #include <QStyleHints>
 
+namespace Lumo::Base {
+
 QColor BrandColor::resolved(Appearance appearance) const
 {
     return QColor::fromRgb(appearance == Appearance::Dark ? m_dark : m_light);
@@ -91,3 +93,5 @@ QColor mutedText(const QColor &text, const QColor &background, double minimum)
 }
 
 } // namespace Brand
+
+} // namespace Lumo::Base

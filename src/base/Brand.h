@@ -3,6 +3,8 @@
 #include <QColor>
 #include <QRgb>
 
+namespace Lumo::Base {
+
 enum class Appearance { Light, Dark };
 
 // A colour with a light and a dark value, resolved against the appearance in force
@@ -45,3 +47,5 @@ constexpr double minimumTextContrast = 4.5;
 QColor mutedText(const QColor &text, const QColor &background, double minimum);
 
 } // namespace Brand
+
+} // namespace Lumo::Base

@@ -2,6 +2,8 @@
 
 #include <QObject>
 
+namespace Lumo::Base {
+
 // Diagnostic notifications ("lumoapp.debug.…") that "lumo --post NAME [ARG]" delivers
 // to the running instance, only while the "debugHooks" preference is on.
 // DebugHookRouter carries them out.
@@ -17,3 +19,5 @@ public:
 Q_SIGNALS:
     void posted(const QString &name, const QString &argument);
 };
+
+} // namespace Lumo::Base

@@ -7,7 +7,7 @@
 #include <QFileInfo>
 #include <QUrl>
 
-namespace DesktopIntegration {
+namespace Lumo::Base::DesktopIntegration {
 
 namespace {
 
@@ -56,4 +56,4 @@ void reveal(const QString &path)
                      });
 }
 
-} // namespace DesktopIntegration
+} // namespace Lumo::Base::DesktopIntegration

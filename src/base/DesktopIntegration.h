@@ -3,7 +3,7 @@
 #include <QString>
 
 // What the desktop does for us with files.
-namespace DesktopIntegration {
+namespace Lumo::Base::DesktopIntegration {
 
 // Shows the file selected in the file manager (through the freedesktop FileManager1
 // service when there is one, else by opening its folder). Never opens the file.
@@ -14,4 +14,4 @@ void reveal(const QString &path);
 // when there is none.
 QString folderToShow(const QString &path);
 
-} // namespace DesktopIntegration
+} // namespace Lumo::Base::DesktopIntegration

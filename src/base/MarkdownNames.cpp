@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QStringList>
 
+namespace Lumo::Base {
+
 namespace {
 
 constexpr std::array<std::string_view, 6> extensionNames{"md",  "markdown", "mdown",
@@ -81,3 +83,5 @@ QString dialogFilter()
 }
 
 } // namespace MarkdownNames
+
+} // namespace Lumo::Base

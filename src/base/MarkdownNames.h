@@ -7,7 +7,7 @@
 // Which files are Markdown and which folders are never walked: the one list behind the
 // sidebar, quick open, project search, the folder watcher and the file dialogs.
 // Stateless; safe on any thread.
-namespace MarkdownNames {
+namespace Lumo::Base::MarkdownNames {
 
 // Accepted extensions, compared with the lower-cased extension of a file name.
 const QSet<QString> &extensions();
@@ -23,4 +23,4 @@ bool isSkippedFolder(std::string_view name);
 // The file dialogs' filter entry: "Markdown (*.md *.markdown …)".
 QString dialogFilter();
 
-} // namespace MarkdownNames
+} // namespace Lumo::Base::MarkdownNames

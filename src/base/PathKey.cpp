@@ -3,7 +3,7 @@
 #include <QDir>
 #include <QFileInfo>
 
-namespace PathKey {
+namespace Lumo::Base::PathKey {
 
 QString resolved(const QString &path)
 {
@@ -11,4 +11,4 @@ QString resolved(const QString &path)
     return canonical.isEmpty() ? QDir::cleanPath(QFileInfo(path).absoluteFilePath()) : canonical;
 }
 
-} // namespace PathKey
+} // namespace Lumo::Base::PathKey

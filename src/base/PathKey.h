@@ -4,9 +4,9 @@
 
 // The key under which a file or folder is remembered and compared: its absolute path
 // with symbolic links resolved, then cleaned, so that two routes to one file meet.
-namespace PathKey {
+namespace Lumo::Base::PathKey {
 
 // The cleaned path alone when the file does not exist (nothing to resolve).
 QString resolved(const QString &path);
 
-} // namespace PathKey
+} // namespace Lumo::Base::PathKey

@@ -5,6 +5,8 @@
 #include <QMetaProperty>
 #include <QStandardPaths>
 
+namespace Lumo::Base {
+
 namespace {
 
 QVariant defaultFor(const QString &key)
@@ -302,3 +304,5 @@ void Preferences::setLaunchedBefore(bool launched)
 {
     setValue(QStringLiteral("launchedBefore"), launched);
 }
+
+} // namespace Lumo::Base

@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QVariantMap>
 
+namespace Lumo::Base {
+
 // The user's preferences store: every key the application keeps, with its default.
 // Each key is a property whose NOTIFY signal fires after a change made through this
 // object, so every window follows a change at once. Main thread only.
@@ -151,3 +153,5 @@ private:
 
     QSettings m_settings;
 };
+
+} // namespace Lumo::Base

@@ -3,7 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 
-namespace ResourcePaths {
+namespace Lumo::Base::ResourcePaths {
 
 QString dataDir()
 {
@@ -24,4 +24,4 @@ QString welcomeDocument()
     return file(QStringLiteral("Welcome.md"));
 }
 
-} // namespace ResourcePaths
+} // namespace Lumo::Base::ResourcePaths

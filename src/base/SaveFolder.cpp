@@ -3,7 +3,7 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
-namespace SaveFolder {
+namespace Lumo::Base::SaveFolder {
 
 QString proposedFor(const QString &documentPath)
 {
@@ -12,4 +12,4 @@ QString proposedFor(const QString &documentPath)
                : QFileInfo(documentPath).absolutePath();
 }
 
-} // namespace SaveFolder
+} // namespace Lumo::Base::SaveFolder

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace TextScale {
+namespace Lumo::Base::TextScale {
 
 double fromStored(const QVariant &stored)
 {
@@ -25,4 +25,4 @@ QString label(double scale)
     return QString::number(std::lround(scale * 100.0)) + QLatin1Char('%');
 }
 
-} // namespace TextScale
+} // namespace Lumo::Base::TextScale

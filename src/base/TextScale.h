@@ -5,7 +5,7 @@
 
 // Arithmetic of the page text scale. Stored values sit on the tenth grid between
 // minimum and maximum, except after a reset, which stores the integer 1.
-namespace TextScale {
+namespace Lumo::Base::TextScale {
 
 inline constexpr double minimum = 0.7;
 inline constexpr double maximum = 2.0;
@@ -21,4 +21,4 @@ double stepped(double current, double delta);
 // The Settings label: "110%" for 1.1.
 QString label(double scale);
 
-} // namespace TextScale
+} // namespace Lumo::Base::TextScale

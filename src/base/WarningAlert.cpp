@@ -2,7 +2,7 @@
 
 #include <QMessageBox>
 
-namespace WarningAlert {
+namespace Lumo::Base::WarningAlert {
 
 void show(QWidget *parent, const QString &title, const QString &reason)
 {
@@ -13,4 +13,4 @@ void show(QWidget *parent, const QString &title, const QString &reason)
     box->open();
 }
 
-} // namespace WarningAlert
+} // namespace Lumo::Base::WarningAlert

@@ -12,7 +12,7 @@
 #include <unistd.h>
 #endif
 
-namespace AssetPolicy {
+namespace Lumo::Document::AssetPolicy {
 
 namespace {
 
@@ -169,4 +169,4 @@ QString dataUrl(const Asset &asset)
            QStringLiteral(";base64,") + QString::fromLatin1(asset.data.toBase64());
 }
 
-} // namespace AssetPolicy
+} // namespace Lumo::Document::AssetPolicy

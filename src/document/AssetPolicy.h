@@ -16,7 +16,7 @@ class QUrl;
 //
 // requestedPath is pure; roots and read touch the disk and may block on a slow file
 // system: call them off the GUI thread. All functions are thread-safe.
-namespace AssetPolicy {
+namespace Lumo::Document::AssetPolicy {
 
 // Embedded files (data URLs in an export or on the clipboard) and files served to the
 // page are read whole, so both are bounded.
@@ -50,4 +50,4 @@ std::variant<Asset, Refusal> read(const QString &path, const QStringList &roots,
 // "data:<type>;base64,<bytes>" for an asset.
 QString dataUrl(const Asset &asset);
 
-} // namespace AssetPolicy
+} // namespace Lumo::Document::AssetPolicy

@@ -12,6 +12,10 @@
 #include <QStringDecoder>
 #include <QUrl>
 
+namespace Lumo::Document {
+
+using Lumo::Base::Preferences;
+
 CustomCSS::CustomCSS(const QString &path, QObject *parent)
     : QObject(parent)
     , m_path(path)
@@ -89,3 +93,5 @@ void CustomCSS::openForEditing(Preferences &preferences)
     preferences.setUseCustomCSS(true);
     QDesktopServices::openUrl(QUrl::fromLocalFile(m_path));
 }
+
+} // namespace Lumo::Document

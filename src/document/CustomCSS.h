@@ -3,8 +3,13 @@
 #include <QObject>
 #include <QString>
 
-class FileWatcher;
+namespace Lumo::Base {
 class Preferences;
+}
+
+namespace Lumo::Document {
+
+class FileWatcher;
 
 // The user's stylesheet for every reading page, ~/.local/share/Lumo/custom.css. Keeps
 // the file's text (empty when it is missing or not UTF-8), watches it, and announces
@@ -31,7 +36,7 @@ public:
     void reload();
     // Creates the file from the template when there is none, switches the stylesheet
     // on, and opens the file in the user's editor for CSS.
-    void openForEditing(Preferences &preferences);
+    void openForEditing(Lumo::Base::Preferences &preferences);
 
 Q_SIGNALS:
     // Always delivered through the event loop, after text() changed.
@@ -44,3 +49,5 @@ private:
     QString m_text;
     FileWatcher *m_watcher = nullptr;
 };
+
+} // namespace Lumo::Document

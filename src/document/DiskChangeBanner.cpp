@@ -4,6 +4,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+namespace Lumo::Document {
+
 DiskChangeBanner::DiskChangeBanner(QWidget *parent)
     : QFrame(parent)
 {
@@ -32,3 +34,5 @@ DiskChangeBanner::DiskChangeBanner(QWidget *parent)
     row->addWidget(keepMine);
     row->addStretch();
 }
+
+} // namespace Lumo::Document

@@ -2,6 +2,8 @@
 
 #include <QFrame>
 
+namespace Lumo::Document {
+
 // The strip over a document whose file changed on disk while it has unsaved edits:
 // "Changed on disk", with "Reload" (take the file) and "Keep Mine".
 class DiskChangeBanner final : public QFrame
@@ -16,3 +18,5 @@ Q_SIGNALS:
     void reloadClicked();
     void keepMineClicked();
 };
+
+} // namespace Lumo::Document

@@ -24,6 +24,16 @@
 #include <QJsonArray>
 #include <QUrl>
 
+namespace Lumo::Document {
+
+using Lumo::Base::Appearance;
+using Lumo::Base::Preferences;
+using Lumo::Workspace::ReadState;
+using Lumo::Workspace::RootResolver;
+namespace Brand = Lumo::Base::Brand;
+namespace PathKey = Lumo::Base::PathKey;
+namespace TextScale = Lumo::Base::TextScale;
+
 namespace {
 
 QList<DocumentController *> &liveControllers()
@@ -139,7 +149,7 @@ void DocumentController::resolveSidebarRoot()
 {
     const bool onDisk = m_document && !m_document->isUntitled();
     m_rootResolver->resolve(onDisk ? m_document->path() : QString(),
-                            Workspace::folders(Preferences::shared()));
+                            Lumo::Workspace::Workspace::folders(Preferences::shared()));
 }
 
 void DocumentController::open(const QString &path, bool replacingCurrent)
@@ -513,3 +523,5 @@ QString DocumentController::title() const
         return QCoreApplication::translate("DocumentController", "Untitled");
     return QFileInfo(m_document->path()).completeBaseName();
 }
+
+} // namespace Lumo::Document

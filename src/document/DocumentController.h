@@ -12,8 +12,13 @@
 #include <QPointer>
 #include <QTimer>
 
-class FileWatcher;
+namespace Lumo::Workspace {
 class RootResolver;
+}
+
+namespace Lumo::Document {
+
+class FileWatcher;
 
 // Ties one open document to its reading page: renders the text 90 ms after the last
 // change (never before the page is ready, never the same text twice), pushes the
@@ -152,7 +157,7 @@ private:
     Mode m_mode;
     QList<OutlineItem> m_outline;
     bool m_diskChangePending = false;
-    RootResolver *m_rootResolver = nullptr;
+    Lumo::Workspace::RootResolver *m_rootResolver = nullptr;
     QString m_sidebarRoot;
 
     bool m_isReady = false;
@@ -167,3 +172,5 @@ private:
     QElapsedTimer m_lastEditorDrivenScroll;
     QElapsedTimer m_lastPreviewDrivenScroll;
 };
+
+} // namespace Lumo::Document

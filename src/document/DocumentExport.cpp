@@ -20,6 +20,12 @@
 #include <QSaveFile>
 #include <QUrl>
 
+namespace Lumo::Document {
+
+using Lumo::Base::Appearance;
+using Lumo::Base::Preferences;
+using Lumo::Base::runInBackground;
+
 namespace DocumentExport {
 namespace {
 
@@ -150,3 +156,5 @@ void copyRichText(DocumentController *controller, Done done)
 }
 
 } // namespace DocumentExport
+
+} // namespace Lumo::Document

@@ -6,6 +6,8 @@
 #include <QJsonObject>
 #include <QString>
 
+namespace Lumo::Document {
+
 class DocumentController;
 class PreviewPage;
 
@@ -26,8 +28,10 @@ void writeHTML(DocumentController *controller, const QString &path, Done done = 
 // Prints the page to a PDF in the appearance (dark pages painted edge to edge), with
 // bookmarks from the outline; the page returns to its own appearance after.
 void writePDF(DocumentController *controller, PreviewPage *page, const QString &path,
-              Appearance appearance, Done done = {});
+              Lumo::Base::Appearance appearance, Done done = {});
 // Puts the document on the clipboard as light, inline-styled HTML and plain text.
 void copyRichText(DocumentController *controller, Done done = {});
 
 } // namespace DocumentExport
+
+} // namespace Lumo::Document

@@ -2,6 +2,8 @@
 
 #include <QEvent>
 
+namespace Lumo::Document {
+
 EmptyHint::EmptyHint(QWidget *page)
     : QLabel(page)
 {
@@ -25,3 +27,5 @@ bool EmptyHint::eventFilter(QObject *watched, QEvent *event)
     }
     return QLabel::eventFilter(watched, event);
 }
+
+} // namespace Lumo::Document

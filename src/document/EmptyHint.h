@@ -2,6 +2,8 @@
 
 #include <QLabel>
 
+namespace Lumo::Document {
+
 // A short hint centred over an empty page, so a window with nothing open is not a
 // blank white sheet: how to open a file, and how to start writing.
 class EmptyHint final : public QLabel
@@ -16,3 +18,5 @@ public:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 };
+
+} // namespace Lumo::Document

@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace Lumo::Document {
+
 namespace {
 
 constexpr quint32 eventMask =
@@ -253,3 +255,5 @@ void FileWatcher::deliver()
     if (m_onChange)
         m_onChange();
 }
+
+} // namespace Lumo::Document

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QTimer>
 
+namespace Lumo::Document {
+
 // Notices when one file changes on disk, also when an editor replaces it by renaming
 // a new file over it, or deletes it and writes it again, and reports each burst of
 // changes once, on the main thread, 0.12 s after its last event; a burst that goes
@@ -67,3 +69,5 @@ private:
     QTimer m_longest;
     QTimer m_retry;
 };
+
+} // namespace Lumo::Document

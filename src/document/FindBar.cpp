@@ -9,6 +9,8 @@
 #include <QPushButton>
 #include <QToolButton>
 
+namespace Lumo::Document {
+
 FindBar::FindBar(bool incremental, QWidget *parent)
     : QFrame(parent)
     , m_field(new QLineEdit(this))
@@ -113,3 +115,5 @@ bool FindBar::eventFilter(QObject *watched, QEvent *event)
     }
     return QFrame::eventFilter(watched, event);
 }
+
+} // namespace Lumo::Document

@@ -5,6 +5,8 @@
 class QLabel;
 class QLineEdit;
 
+namespace Lumo::Document {
+
 // A small search bar: a field with the placeholder "Find", a clear button, the match
 // count, previous and next buttons, and "Done" (or Escape) to close it. Return
 // searches forward, Shift+Return backward; an incremental bar also searches as the
@@ -39,3 +41,5 @@ private:
     QLineEdit *m_field;
     QLabel *m_count;
 };
+
+} // namespace Lumo::Document

@@ -5,6 +5,10 @@
 #include <QFile>
 #include <QRegularExpression>
 
+namespace Lumo::Document {
+
+namespace ResourcePaths = Lumo::Base::ResourcePaths;
+
 namespace HTMLExporter {
 
 QString web(const QString &name)
@@ -75,3 +79,5 @@ QString document(const QJsonObject &answer, const QString &title,
 }
 
 } // namespace HTMLExporter
+
+} // namespace Lumo::Document

@@ -7,7 +7,7 @@
 // Builds a standalone HTML page from the reading page's export answer: the page's
 // own stylesheets inlined, math fonts as data URLs, no scripts allowed, nothing
 // fetched from the resource folder, so the file reads anywhere.
-namespace HTMLExporter {
+namespace Lumo::Document::HTMLExporter {
 
 // A file of the page resource folder as UTF-8 text; empty when missing.
 QString web(const QString &name);
@@ -22,4 +22,4 @@ QString document(const QJsonObject &answer, const QString &title,
 // "&", "<", ">" and quotes as character references.
 QString escaped(const QString &text);
 
-} // namespace HTMLExporter
+} // namespace Lumo::Document::HTMLExporter

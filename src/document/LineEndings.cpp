@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace LineEndings {
+namespace Lumo::Document::LineEndings {
 
 namespace {
 
@@ -116,4 +116,4 @@ QString applyEdit(const QString &text, const QString &edited)
     return result;
 }
 
-} // namespace LineEndings
+} // namespace Lumo::Document::LineEndings

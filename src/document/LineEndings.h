@@ -6,7 +6,7 @@
 // feeds, or lone carriage returns, mixed or not. The editor sees only line feeds; these
 // functions carry its edits back into the text without touching the endings of lines
 // the edit did not reach.
-namespace LineEndings {
+namespace Lumo::Document::LineEndings {
 
 enum class Style { LineFeed, CarriageReturnLineFeed, CarriageReturn };
 
@@ -24,4 +24,4 @@ QString toLineFeeds(const QString &text);
 // everything before and after it kept byte for byte.
 QString applyEdit(const QString &text, const QString &edited);
 
-} // namespace LineEndings
+} // namespace Lumo::Document::LineEndings

@@ -11,6 +11,10 @@
 #include <QMimeDatabase>
 #include <QPushButton>
 
+namespace Lumo::Document {
+
+namespace DesktopIntegration = Lumo::Base::DesktopIntegration;
+
 namespace LinkPolicy {
 
 namespace {
@@ -160,3 +164,5 @@ void open(const QUrl &url, QWidget *window,
 }
 
 } // namespace LinkPolicy
+
+} // namespace Lumo::Document

@@ -10,7 +10,7 @@ class QWidget;
 // when they are Markdown, with their application when they are harmless documents
 // or media, and are otherwise only shown in the file manager, so a document can
 // never launch a program.
-namespace LinkPolicy {
+namespace Lumo::Document::LinkPolicy {
 
 enum class Action {
     OpenExternally,     // http, https, mailto
@@ -30,4 +30,4 @@ Action decideForFile(const QString &path);
 void open(const QUrl &url, QWidget *window,
           const std::function<void(const QString &)> &openDocument);
 
-} // namespace LinkPolicy
+} // namespace Lumo::Document::LinkPolicy

@@ -8,6 +8,10 @@
 #include <QWebEngineUrlRequestJob>
 #include <QWebEngineUrlScheme>
 
+namespace Lumo::Document {
+
+using Lumo::Base::runInBackground;
+
 namespace {
 
 using Folders = std::pair<QString, QString>; // a document's path, the folder opened around it
@@ -65,3 +69,5 @@ void LocalAssetHandler::requestStarted(QWebEngineUrlRequestJob *job)
             job->reply(asset->mimeType, buffer);
         });
 }
+
+} // namespace Lumo::Document

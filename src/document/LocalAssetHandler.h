@@ -2,6 +2,8 @@
 
 #include <QWebEngineUrlSchemeHandler>
 
+namespace Lumo::Document {
+
 // Serves the open documents' local images (and audio and video) to the reading page
 // through "mv-asset:" URLs holding absolute paths, under AssetPolicy's rule: files in
 // the folders of open documents only (see allow), and only real media. The checks and the read
@@ -26,3 +28,5 @@ public:
 
     void requestStarted(QWebEngineUrlRequestJob *job) override;
 };
+
+} // namespace Lumo::Document

@@ -5,6 +5,8 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+namespace Lumo::Document {
+
 namespace {
 
 QString tr(const char *text)
@@ -82,3 +84,5 @@ bool MarkdownDocument::write(const QString &path, QString *error) const
     }
     return true;
 }
+
+} // namespace Lumo::Document

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace Lumo::Document {
+
 // The text of one Markdown file and the encoding it came in. A new, untitled
 // document is empty UTF-8 without a mark. Line endings are kept as they are.
 struct MarkdownDocument
@@ -28,3 +30,5 @@ struct MarkdownDocument
     // symbolic link to its target). The old contents survive any failure.
     bool write(const QString &path, QString *error = nullptr) const;
 };
+
+} // namespace Lumo::Document

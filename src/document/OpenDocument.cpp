@@ -6,6 +6,8 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 
+namespace Lumo::Document {
+
 OpenDocument::OpenDocument(const QString &text, QObject *parent)
     : QObject(parent)
     , m_document{text, TextEncoding::utf8()}
@@ -133,3 +135,5 @@ void OpenDocument::setModified(bool modified)
     m_modified = modified;
     Q_EMIT modifiedChanged(modified);
 }
+
+} // namespace Lumo::Document

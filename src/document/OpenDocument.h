@@ -4,6 +4,8 @@
 
 #include <QObject>
 
+namespace Lumo::Document {
+
 // One document as a tab holds it: the text being read or edited, the encoding it is
 // saved in, its file (none while untitled) and whether it has unsaved edits.
 // Main thread only.
@@ -68,3 +70,5 @@ private:
     QString m_path;
     bool m_modified = false;
 };
+
+} // namespace Lumo::Document

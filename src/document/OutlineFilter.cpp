@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <QLocale>
 
-namespace OutlineFilter {
+namespace Lumo::Document::OutlineFilter {
 
 QList<OutlineItem> matching(const QList<OutlineItem> &outline, const QString &query)
 {
@@ -29,4 +29,4 @@ int minimumLevel(const QList<OutlineItem> &outline)
         ->level;
 }
 
-} // namespace OutlineFilter
+} // namespace Lumo::Document::OutlineFilter

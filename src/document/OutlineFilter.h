@@ -3,7 +3,7 @@
 #include "OutlineItem.h"
 
 // Narrowing the outline as the reader types.
-namespace OutlineFilter {
+namespace Lumo::Document::OutlineFilter {
 
 // The items whose text contains the query, ignoring case as the user's language
 // does, in outline order; all of them for an empty query.
@@ -13,4 +13,4 @@ QList<OutlineItem> matching(const QList<OutlineItem> &outline, const QString &qu
 // from it, so a filtered list keeps its shape.
 int minimumLevel(const QList<OutlineItem> &outline);
 
-} // namespace OutlineFilter
+} // namespace Lumo::Document::OutlineFilter

@@ -2,6 +2,8 @@
 
 #include <QJsonObject>
 
+namespace Lumo::Document {
+
 QList<OutlineItem> OutlineItem::fromMessage(const QJsonArray &items)
 {
     QList<OutlineItem> outline;
@@ -19,3 +21,5 @@ QList<OutlineItem> OutlineItem::fromMessage(const QJsonArray &items)
     }
     return outline;
 }
+
+} // namespace Lumo::Document

@@ -4,6 +4,8 @@
 #include <QList>
 #include <QString>
 
+namespace Lumo::Document {
+
 // One heading of the rendered page, identified by its anchor id.
 struct OutlineItem
 {
@@ -18,3 +20,5 @@ struct OutlineItem
     // The page's report: entries lacking a level, text or id of the right type are skipped.
     static QList<OutlineItem> fromMessage(const QJsonArray &items);
 };
+
+} // namespace Lumo::Document

@@ -13,6 +13,10 @@
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
+namespace Lumo::Document {
+
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 constexpr int popoverWidth = 300;
@@ -203,3 +207,5 @@ void OutlinePopover::hideEvent(QHideEvent *event)
     QFrame::hideEvent(event);
     Q_EMIT closed();
 }
+
+} // namespace Lumo::Document

@@ -7,6 +7,8 @@
 class QLineEdit;
 class QListWidget;
 
+namespace Lumo::Document {
+
 // The headings of the page under the toolbar's Outline button: a filter field that
 // has the focus, and the list, indented from the shallowest heading. Choosing a
 // heading (click, or Return for the selected row, which the arrow keys move from the
@@ -47,3 +49,5 @@ private:
     QList<OutlineItem> m_outline;
     QList<OutlineItem> m_shown;
 };
+
+} // namespace Lumo::Document

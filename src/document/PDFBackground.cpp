@@ -10,7 +10,7 @@
 #include <QRegularExpression>
 #include <QSaveFile>
 
-namespace PDFBackground {
+namespace Lumo::Document::PDFBackground {
 
 namespace {
 
@@ -96,4 +96,4 @@ bool fill(const QString &path, const QString &colorText, QString *error)
     return false;
 }
 
-} // namespace PDFBackground
+} // namespace Lumo::Document::PDFBackground

@@ -11,7 +11,7 @@
 // so links, destinations and the outline stay exactly as they were.
 //
 // Pure functions, safe on any thread.
-namespace PDFBackground {
+namespace Lumo::Document::PDFBackground {
 
 // A colour from CSS colour text: "#rrggbb" (the page's --bg), "#rgb", a name, or
 // "rgb(r, g, b)" as the engine resolves any other form.
@@ -27,4 +27,4 @@ std::optional<QByteArray> fill(const QByteArray &pdf, const QColor &color, QStri
 // Paints the file in place (atomically); false with an error, leaving it untouched.
 bool fill(const QString &path, const QString &colorText, QString *error);
 
-} // namespace PDFBackground
+} // namespace Lumo::Document::PDFBackground

@@ -5,6 +5,8 @@
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFWriter.hh>
 
+namespace Lumo::Document {
+
 QByteArray pdfBytes(QPDF &document, bool compressStreams)
 {
     QPDFWriter writer(document);
@@ -16,3 +18,5 @@ QByteArray pdfBytes(QPDF &document, bool compressStreams)
     return QByteArray(reinterpret_cast<const char *>(buffer->getBuffer()),
                       static_cast<qsizetype>(buffer->getSize()));
 }
+
+} // namespace Lumo::Document

@@ -5,7 +5,7 @@
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFObjectHandle.hh>
 
-namespace PDFInfo {
+namespace Lumo::Document::PDFInfo {
 
 std::optional<QByteArray> withTitle(const QByteArray &pdf, const QString &title, QString *error)
 {
@@ -28,4 +28,4 @@ std::optional<QByteArray> withTitle(const QByteArray &pdf, const QString &title,
     }
 }
 
-} // namespace PDFInfo
+} // namespace Lumo::Document::PDFInfo

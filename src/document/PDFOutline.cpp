@@ -6,7 +6,7 @@
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFNameTreeObjectHelper.hh>
 
-namespace PDFOutline {
+namespace Lumo::Document::PDFOutline {
 
 namespace {
 
@@ -129,4 +129,4 @@ std::optional<QByteArray> add(const QByteArray &pdf, const QList<OutlineItem> &h
     }
 }
 
-} // namespace PDFOutline
+} // namespace Lumo::Document::PDFOutline

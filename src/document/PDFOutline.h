@@ -12,7 +12,7 @@
 // nested by heading level. Headings without a destination are left out.
 //
 // Pure functions, safe on any thread.
-namespace PDFOutline {
+namespace Lumo::Document::PDFOutline {
 
 // The PDF with an /Outlines tree of the headings, opened in the reader's bookmark
 // pane; the same bytes when no heading has a destination; nullopt with an error
@@ -20,4 +20,4 @@ namespace PDFOutline {
 std::optional<QByteArray> add(const QByteArray &pdf, const QList<OutlineItem> &headings,
                               QString *error);
 
-} // namespace PDFOutline
+} // namespace Lumo::Document::PDFOutline

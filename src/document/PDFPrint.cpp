@@ -16,6 +16,11 @@
 #include <QWebEngineScript>
 #include <QWebEngineView>
 
+namespace Lumo::Document {
+
+using Lumo::Base::Appearance;
+using Lumo::Base::runInBackground;
+
 namespace PDFPrint {
 
 namespace {
@@ -187,3 +192,5 @@ void toPrinter(QWebEngineView *view, QPrinter *printer, Done done)
 }
 
 } // namespace PDFPrint
+
+} // namespace Lumo::Document

@@ -6,9 +6,12 @@
 #include <QPageLayout>
 #include <QString>
 
-class PreviewPage;
 class QPrinter;
 class QWebEngineView;
+
+namespace Lumo::Document {
+
+class PreviewPage;
 
 // Printing the reading page: to a PDF file in a chosen appearance, and to a printer.
 // The page is switched to the appearance for the print and returned to its own
@@ -26,9 +29,11 @@ using Done = std::function<void(bool ok, const QString &error)>;
 QPageLayout pageLayout();
 
 // Prints the page to a PDF at path (written atomically).
-void toFile(PreviewPage *page, const QString &path, Appearance appearance, Done done);
+void toFile(PreviewPage *page, const QString &path, Lumo::Base::Appearance appearance, Done done);
 
 // Prints the view's page, light, on the printer (which must outlive the print).
 void toPrinter(QWebEngineView *view, QPrinter *printer, Done done);
 
 } // namespace PDFPrint
+
+} // namespace Lumo::Document

@@ -3,6 +3,8 @@
 #include <QEvent>
 #include <QWebEngineView>
 
+namespace Lumo::Document {
+
 PageAccessibleName::PageAccessibleName(QWebEngineView *view, const QString &name)
     : QObject(view)
     , m_view(view)
@@ -25,3 +27,5 @@ void PageAccessibleName::apply()
     if (QWidget *page = m_view->focusProxy())
         page->setAccessibleName(m_name);
 }
+
+} // namespace Lumo::Document

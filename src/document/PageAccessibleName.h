@@ -5,6 +5,8 @@
 
 class QWebEngineView;
 
+namespace Lumo::Document {
+
 // Gives a web view's page an accessible name. The engine draws the page in a child
 // widget it creates late, which takes the keyboard focus in the view's place; that
 // widget is named whenever the view gains one. Lives as long as the view.
@@ -25,3 +27,5 @@ private:
     QWebEngineView *m_view;
     QString m_name;
 };
+
+} // namespace Lumo::Document

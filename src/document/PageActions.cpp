@@ -12,6 +12,10 @@
 #include <QMimeData>
 #include <QSaveFile>
 
+namespace Lumo::Document {
+
+namespace SaveFolder = Lumo::Base::SaveFolder;
+
 namespace PageActions {
 
 QString svgFileName(const QString &documentPath, const QString &diagramName)
@@ -85,3 +89,5 @@ void saveSVG(const QString &svg, const QString &diagramName, const QString &docu
 }
 
 } // namespace PageActions
+
+} // namespace Lumo::Document

@@ -6,7 +6,7 @@
 class QWidget;
 
 // What the reading page asks of the desktop: clipboard copies and saving a diagram.
-namespace PageActions {
+namespace Lumo::Document::PageActions {
 
 // The file name proposed for a saved diagram: the document's name without its
 // extension ("Untitled" without a file), "-", the diagram's name reduced to letters,
@@ -23,4 +23,4 @@ void copyImage(const QString &dataUrl);
 void saveSVG(const QString &svg, const QString &diagramName, const QString &documentPath,
              QWidget *window);
 
-} // namespace PageActions
+} // namespace Lumo::Document::PageActions

@@ -5,6 +5,8 @@
 #include <QJsonValue>
 #include <QObject>
 
+namespace Lumo::Document {
+
 // What a document controller needs of its reading page: scripts evaluated in it,
 // calls whose (possibly awaited) result comes back, the messages it posts, and word
 // of its loss. The real one is a web page (WebPageConnection); tests use a fake.
@@ -36,3 +38,5 @@ Q_SIGNALS:
     void lost();
     void gaveUp();
 };
+
+} // namespace Lumo::Document

@@ -2,6 +2,8 @@
 
 #include "PreviewPage.h"
 
+namespace Lumo::Document {
+
 PageRecovery::PageRecovery(PreviewPage *page, QObject *parent)
     : QObject(parent)
     , m_page(page)
@@ -50,3 +52,5 @@ void PageRecovery::retry()
     }
     load();
 }
+
+} // namespace Lumo::Document

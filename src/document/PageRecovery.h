@@ -4,6 +4,8 @@
 #include <QPointer>
 #include <QTimer>
 
+namespace Lumo::Document {
+
 class PreviewPage;
 
 // Keeps a reading page alive: loads it, and loads it again when its renderer process
@@ -44,3 +46,5 @@ private:
     int m_failures = 0;
     bool m_gaveUp = false;
 };
+
+} // namespace Lumo::Document

@@ -2,7 +2,7 @@
 
 #include <QLocale>
 
-namespace PageScript {
+namespace Lumo::Document::PageScript {
 
 namespace {
 
@@ -133,4 +133,4 @@ QString awaitedCall(qint64 requestId, const QString &name, const QString &argume
     return script + QLatin1Char(')');
 }
 
-} // namespace PageScript
+} // namespace Lumo::Document::PageScript

@@ -8,7 +8,7 @@
 // The scripts the native side evaluates in the reading page. Strings always go in
 // as JSON string literals and numbers in their shortest decimal form, so no text
 // of a document can break out of its argument.
-namespace PageScript {
+namespace Lumo::Document::PageScript {
 
 // A JSON string literal, quotes included; "\"\"" if the text cannot be serialised.
 QString json(const QString &text);
@@ -31,4 +31,4 @@ QString scrollToId(const QString &id);
 // carrying the request id. argumentsJs is a comma-separated list of JS values.
 QString awaitedCall(qint64 requestId, const QString &name, const QString &argumentsJs);
 
-} // namespace PageScript
+} // namespace Lumo::Document::PageScript

@@ -18,6 +18,10 @@
 #include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
 
+namespace Lumo::Document {
+
+namespace ResourcePaths = Lumo::Base::ResourcePaths;
+
 namespace {
 
 void printScriptError(const QString &message)
@@ -210,5 +214,7 @@ QWebEnginePage *PreviewPage::createWindow(WebWindowType)
 {
     return nullptr;
 }
+
+} // namespace Lumo::Document
 
 #include "PreviewPage.moc"

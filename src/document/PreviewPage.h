@@ -8,6 +8,8 @@
 
 class QWebEngineProfile;
 
+namespace Lumo::Document {
+
 // The reading page of one document: loads the bundled index.html, never navigates
 // away from it (link clicks are handed out through linkClicked), opens no windows,
 // and talks to its script over a web channel that lives in an isolated script world,
@@ -59,3 +61,5 @@ private:
     qint64 m_nextRequest = 1;
     QHash<qint64, Reply> m_replies;
 };
+
+} // namespace Lumo::Document

@@ -11,6 +11,8 @@
 #include <QEvent>
 #include <QWebEngineSettings>
 
+namespace Lumo::Document {
+
 PreviewView::PreviewView(QWidget *parent)
     : QWebEngineView(parent)
     , m_page(new PreviewPage(this))
@@ -68,3 +70,5 @@ void PreviewView::changeEvent(QEvent *event)
         m_controller->applyAppearance();
     QWebEngineView::changeEvent(event);
 }
+
+} // namespace Lumo::Document

@@ -3,6 +3,8 @@
 #include <QPointer>
 #include <QWebEngineView>
 
+namespace Lumo::Document {
+
 class DocumentController;
 class PageConnection;
 class PreviewPage;
@@ -37,3 +39,5 @@ private:
     PageConnection *m_connection;
     QPointer<DocumentController> m_controller;
 };
+
+} // namespace Lumo::Document

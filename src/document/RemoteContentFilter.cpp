@@ -4,6 +4,10 @@
 
 #include <QUrl>
 
+namespace Lumo::Document {
+
+using Lumo::Base::Preferences;
+
 namespace {
 
 bool forbidden = false;
@@ -28,3 +32,5 @@ void RemoteContentFilter::interceptRequest(QWebEngineUrlRequestInfo &info)
     if ((forbidden || !Preferences::shared().loadRemoteImages()) && isRemote(info.requestUrl()))
         info.block(true);
 }
+
+} // namespace Lumo::Document

@@ -2,6 +2,8 @@
 
 #include <QWebEngineUrlRequestInterceptor>
 
+namespace Lumo::Document {
+
 // Keeps reading pages off the network when the user said so ("Load remote images"
 // off) and always for pages nobody sees (a headless export): a fetched image tells its
 // server who opened the document and when. Links are not requests of the page and
@@ -19,3 +21,5 @@ public:
 
     void interceptRequest(QWebEngineUrlRequestInfo &info) override;
 };
+
+} // namespace Lumo::Document

@@ -3,7 +3,7 @@
 #include <QMimeData>
 #include <QTextDocument>
 
-namespace RichText {
+namespace Lumo::Document::RichText {
 
 QString plainText(const QString &html)
 {
@@ -22,4 +22,4 @@ QMimeData *mimeData(const QString &html)
     return data;
 }
 
-} // namespace RichText
+} // namespace Lumo::Document::RichText

@@ -4,7 +4,7 @@
 #include <QFileInfo>
 #include <QHash>
 
-namespace TabNames {
+namespace Lumo::Document::TabNames {
 namespace {
 
 // The last `depth` folders holding the file, outermost first ("src/pyenv").
@@ -48,4 +48,4 @@ QStringList of(const QStringList &paths, const QString &untitled)
     return names;
 }
 
-} // namespace TabNames
+} // namespace Lumo::Document::TabNames

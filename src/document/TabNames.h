@@ -6,8 +6,8 @@
 // same, the folders that tell them apart ("README.md — pyenv", then "README.md —
 // src/pyenv" when the nearest folders match too). Untitled documents (empty paths)
 // are named by `untitled`.
-namespace TabNames {
+namespace Lumo::Document::TabNames {
 
 QStringList of(const QStringList &paths, const QString &untitled);
 
-} // namespace TabNames
+} // namespace Lumo::Document::TabNames

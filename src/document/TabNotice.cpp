@@ -3,6 +3,8 @@
 #include <QHBoxLayout>
 #include <QLabel>
 
+namespace Lumo::Document {
+
 TabNotice::TabNotice(QWidget *parent)
     : QFrame(parent)
     , m_label(new QLabel(this))
@@ -28,3 +30,5 @@ QString TabNotice::message() const
 {
     return m_label->text();
 }
+
+} // namespace Lumo::Document

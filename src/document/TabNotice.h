@@ -4,6 +4,8 @@
 
 class QLabel;
 
+namespace Lumo::Document {
+
 // A strip over a document that tells the reader something about it that needs no
 // answer (its changes on disk cannot be watched, its preview failed). Hidden until
 // given a message; an empty message hides it again.
@@ -21,3 +23,5 @@ public:
 private:
     QLabel *m_label;
 };
+
+} // namespace Lumo::Document

@@ -2,6 +2,10 @@
 
 #include "base/Preferences.h"
 
+namespace Lumo::Document {
+
+using Lumo::Base::Preferences;
+
 TabPanels::TabPanels(QObject *parent)
     : QObject(parent)
     , m_sidebarVisible(Preferences::shared().showSidebar())
@@ -52,3 +56,5 @@ void TabPanels::setShowSearch(bool show)
 {
     publish(m_showSearch, show, &TabPanels::showSearchChanged);
 }
+
+} // namespace Lumo::Document

@@ -2,6 +2,8 @@
 
 #include <QObject>
 
+namespace Lumo::Document {
+
 // Which of a tab's panels are asked for: the page's find bar, the outline, the
 // sidebar (and a request to reveal the current file in it), quick open and project
 // search. The tab and the window show what is set here; commands set it.
@@ -58,3 +60,5 @@ private:
     bool m_showQuickOpen = false;
     bool m_showSearch = false;
 };
+
+} // namespace Lumo::Document

@@ -8,6 +8,8 @@
 #include <QtEndian>
 #include <uchardet/uchardet.h>
 
+namespace Lumo::Document {
+
 namespace {
 
 struct Mark
@@ -211,3 +213,5 @@ QByteArray TextEncoding::encode(const QString &text) const
     }
     return *bytes;
 }
+
+} // namespace Lumo::Document

@@ -4,6 +4,8 @@
 #include <QByteArray>
 #include <QString>
 
+namespace Lumo::Document {
+
 // How a file's bytes become text and back, so a file is saved in the encoding, and
 // with the byte-order mark, it had when it was opened. Decoding never fails: every
 // byte sequence becomes some text. Encoding never fails either: text the encoding
@@ -46,3 +48,5 @@ inline constexpr char utf32BE[] = "UTF-32BE";
 inline constexpr char windows1252[] = "windows-1252";
 inline constexpr char latin1[] = "ISO-8859-1";
 } // namespace Encodings
+
+} // namespace Lumo::Document

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace Lumo::Document {
+
 TextSplice TextSplice::between(const QString &before, const QString &after)
 {
     const QChar *a = before.constData();
@@ -21,3 +23,5 @@ TextSplice TextSplice::between(const QString &before, const QString &after)
     const qsizetype kept = tail > 0 && a[before.size() - tail].isLowSurrogate() ? tail - 1 : tail;
     return {head, before.size() - kept, after.mid(head, after.size() - kept - head)};
 }
+
+} // namespace Lumo::Document

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace Lumo::Document {
+
 // The one run of text that differs between two versions: old[start, end) was
 // replaced by inserted. Found from both ends, so an append or a one-character
 // edit of a long text is a short splice. It never cuts a surrogate pair, so
@@ -14,3 +16,5 @@ struct TextSplice
 
     static TextSplice between(const QString &before, const QString &after);
 };
+
+} // namespace Lumo::Document

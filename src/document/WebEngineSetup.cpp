@@ -6,7 +6,7 @@
 #include <QtGlobal>
 #include <unistd.h>
 
-namespace WebEngineSetup {
+namespace Lumo::Document::WebEngineSetup {
 
 void prepare()
 {
@@ -23,4 +23,4 @@ void prepare()
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
 }
 
-} // namespace WebEngineSetup
+} // namespace Lumo::Document::WebEngineSetup

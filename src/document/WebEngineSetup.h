@@ -2,8 +2,8 @@
 
 // What the web engine needs before the application object exists: the asset
 // scheme, shared GL contexts, and the engine's command-line flags.
-namespace WebEngineSetup {
+namespace Lumo::Document::WebEngineSetup {
 
 void prepare();
 
-} // namespace WebEngineSetup
+} // namespace Lumo::Document::WebEngineSetup

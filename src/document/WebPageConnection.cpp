@@ -3,6 +3,8 @@
 #include "PageRecovery.h"
 #include "PreviewPage.h"
 
+namespace Lumo::Document {
+
 WebPageConnection::WebPageConnection(PreviewPage *page, QObject *parent)
     : PageConnection(parent)
     , m_page(page)
@@ -40,3 +42,5 @@ bool WebPageConnection::hasGivenUp() const
 {
     return m_recovery->hasGivenUp();
 }
+
+} // namespace Lumo::Document

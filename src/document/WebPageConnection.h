@@ -2,6 +2,8 @@
 
 #include "PageConnection.h"
 
+namespace Lumo::Document {
+
 class PageRecovery;
 class PreviewPage;
 
@@ -25,3 +27,5 @@ private:
     PreviewPage *m_page;
     PageRecovery *m_recovery;
 };
+
+} // namespace Lumo::Document

@@ -10,6 +10,8 @@
 #include <QScrollBar>
 #include <QTextBlock>
 
+namespace LineEndings = Lumo::Document::LineEndings;
+
 namespace Lumo::Editor {
 
 namespace {

@@ -12,6 +12,9 @@
 #include <QTextDocument>
 #include <QTextLayout>
 
+using Lumo::Base::Appearance;
+namespace Brand = Lumo::Base::Brand;
+
 namespace Lumo::Editor {
 
 using namespace MarkdownHighlighting;

@@ -2,7 +2,7 @@
 
 #include <QTextBoundaryFinder>
 
-namespace Characters {
+namespace Lumo::Search::Characters {
 bool surelySingleUnits(QStringView text)
 {
     for (qsizetype i = 0; i < text.size(); ++i) {
@@ -34,4 +34,4 @@ qsizetype count(QStringView text)
     return qsizetype(bounds(text).size()) - 1;
 }
 
-} // namespace Characters
+} // namespace Lumo::Search::Characters

@@ -4,7 +4,7 @@
 #include <vector>
 
 // Characters as users see them: extended grapheme clusters of UTF-16 text.
-namespace Characters {
+namespace Lumo::Search::Characters {
 
 // True when the text holds nothing from U+0300 on and no CR LF, so that every
 // character is surely one UTF-16 unit; found without a boundary search.
@@ -15,4 +15,4 @@ std::vector<qsizetype> bounds(QStringView text);
 
 qsizetype count(QStringView text);
 
-} // namespace Characters
+} // namespace Lumo::Search::Characters

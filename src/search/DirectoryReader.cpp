@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace Lumo::Search {
+
 namespace {
 
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
@@ -107,3 +109,5 @@ std::optional<QDateTime> DirectoryReader::modified(const std::string &name) cons
         return std::nullopt;
     return dateOf(info);
 }
+
+} // namespace Lumo::Search

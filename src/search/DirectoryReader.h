@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace Lumo::Search {
+
 // One folder opened for listing by descriptor, so that its entries are examined and its
 // subfolders opened without resolving the whole path again for each. Shared by the
 // sidebar's scan and the project file index, which both walk large trees.
@@ -47,3 +49,5 @@ public:
 private:
     int m_fd = -1;
 };
+
+} // namespace Lumo::Search

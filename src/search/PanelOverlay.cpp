@@ -16,6 +16,11 @@
 #include <QStyle>
 #include <QVariantAnimation>
 
+namespace Lumo::Search {
+
+using Lumo::Base::Appearance;
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 constexpr int cardWidth = 640;
@@ -246,3 +251,5 @@ void PanelOverlay::mousePressEvent(QMouseEvent *event)
     if (!m_card->geometry().contains(event->position().toPoint()))
         Q_EMIT closeRequested();
 }
+
+} // namespace Lumo::Search

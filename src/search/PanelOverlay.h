@@ -9,6 +9,8 @@ class QListView;
 class QProgressBar;
 class QStackedWidget;
 
+namespace Lumo::Search {
+
 // A layer over a document tab for quick open and project search: a dimmed backdrop
 // that closes the panel when clicked, and a card at the top centre holding a field,
 // a list (or, in its place, a message under an icon) and a footer of key hints with
@@ -65,3 +67,5 @@ private:
     QProgressBar *m_busy;
     QLabel *m_summary;
 };
+
+} // namespace Lumo::Search

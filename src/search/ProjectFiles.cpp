@@ -11,6 +11,10 @@
 #include <QFileInfo>
 #include <string_view>
 
+namespace Lumo::Search {
+
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -96,3 +100,5 @@ QList<MarkdownFile> scan(const QString &root, int limit)
 }
 
 } // namespace ProjectFiles
+
+} // namespace Lumo::Search

@@ -6,6 +6,8 @@
 #include <QSet>
 #include <QString>
 
+namespace Lumo::Search {
+
 // One Markdown file of a project. `path` is absolute, as the walk met it;
 // `relativePath` is below the project root ("/"-joined), or the file name when the
 // file is not under the root. `modified` is invalid when the file system gave none,
@@ -36,3 +38,5 @@ QString root(const QString &filePath);
 QList<MarkdownFile> scan(const QString &root, int limit = scanLimit);
 
 } // namespace ProjectFiles
+
+} // namespace Lumo::Search

@@ -2,7 +2,7 @@
 
 #include "ProjectFiles.h"
 
-namespace ProjectRoot {
+namespace Lumo::Search::ProjectRoot {
 
 QString choose(const QString &sidebarFolder, const QString &documentPath)
 {
@@ -13,4 +13,4 @@ QString choose(const QString &sidebarFolder, const QString &documentPath)
     return ProjectFiles::root(documentPath);
 }
 
-} // namespace ProjectRoot
+} // namespace Lumo::Search::ProjectRoot

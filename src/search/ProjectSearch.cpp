@@ -17,6 +17,8 @@
 #include <unistd.h>
 #endif
 
+namespace Lumo::Search {
+
 // Each file is folded whole into a second buffer and searched there with memmem.
 // Only a line that holds a match is found again in the source (by walking on from
 // the last one found) and folded anew with a byte-by-byte map back to its source,
@@ -334,3 +336,5 @@ Snippet snippet(QStringView line, qsizetype matchStart, qsizetype matchLength)
 }
 
 } // namespace ProjectSearch
+
+} // namespace Lumo::Search

@@ -4,6 +4,8 @@
 
 #include <stop_token>
 
+namespace Lumo::Search {
+
 // One matching line of a project search. `line` counts from 0; the highlight is the
 // match's place in `snippet`, in UTF-16 positions.
 struct SearchHit
@@ -57,3 +59,5 @@ struct Snippet
 Snippet snippet(QStringView line, qsizetype matchStart, qsizetype matchLength);
 
 } // namespace ProjectSearch
+
+} // namespace Lumo::Search

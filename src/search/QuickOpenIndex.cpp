@@ -7,6 +7,8 @@
 #include <limits>
 #include <QDir>
 
+namespace Lumo::Search {
+
 // Characters are extended grapheme clusters. Nearly every path is made of characters
 // one UTF-16 unit long; those are compared unit by unit, the rest cluster by cluster.
 
@@ -187,3 +189,5 @@ QList<qsizetype> QuickOpenIndex::results(const QString &query, const QString &cu
         rows.append(ranked[size_t(i)].index);
     return rows;
 }
+
+} // namespace Lumo::Search

@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <vector>
 
+namespace Lumo::Search {
+
 // The project's files with their paths lower-cased and cut into characters once, so
 // that ranking them again on every keystroke allocates nothing per file.
 //
@@ -53,3 +55,5 @@ private:
     std::vector<std::uint32_t> m_bounds;
     QStringList m_keys; // standardised paths
 };
+
+} // namespace Lumo::Search

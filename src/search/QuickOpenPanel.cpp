@@ -11,6 +11,11 @@
 #include <QPainter>
 #include <QStyledItemDelegate>
 
+namespace Lumo::Search {
+
+using Lumo::Base::runInBackground;
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 constexpr int rowHeight = 46;
@@ -220,3 +225,5 @@ void QuickOpenPanel::handleKey(Key key)
         break;
     }
 }
+
+} // namespace Lumo::Search

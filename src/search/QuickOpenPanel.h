@@ -5,6 +5,8 @@
 
 #include <memory>
 
+namespace Lumo::Search {
+
 class QuickOpenModel;
 
 // Quick open: type a few letters of a path, open one of the project's Markdown
@@ -44,3 +46,5 @@ private:
     int m_selection = 0;
     bool m_loading = false;
 };
+
+} // namespace Lumo::Search

@@ -2,7 +2,7 @@
 
 #include <QCoreApplication>
 
-namespace RelativeTime {
+namespace Lumo::Search::RelativeTime {
 namespace {
 
 QString tr(const char *text, int n = -1)
@@ -68,4 +68,4 @@ QString abbreviated(const QDateTime &then, const QDateTime &now)
     return tr("now");
 }
 
-} // namespace RelativeTime
+} // namespace Lumo::Search::RelativeTime

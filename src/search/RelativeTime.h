@@ -3,7 +3,7 @@
 #include <QDateTime>
 #include <QString>
 
-namespace RelativeTime {
+namespace Lumo::Search::RelativeTime {
 
 // `then` as seen from `now`, abbreviated, in its largest whole unit, with named days
 // and periods: "now", "12 sec. ago", "3 min. ago", "2 hr. ago", "yesterday",
@@ -12,4 +12,4 @@ namespace RelativeTime {
 // an invalid date.
 QString abbreviated(const QDateTime &then, const QDateTime &now = QDateTime::currentDateTime());
 
-} // namespace RelativeTime
+} // namespace Lumo::Search::RelativeTime

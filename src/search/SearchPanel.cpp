@@ -7,6 +7,10 @@
 #include <QLineEdit>
 #include <QListView>
 
+namespace Lumo::Search {
+
+using Lumo::Base::runInBackground;
+
 SearchPanel::SearchPanel(QWidget *tab)
     : PanelOverlay(tab)
     , m_session(new SearchSession(this))
@@ -122,3 +126,5 @@ void SearchPanel::handleKey(Key key)
         break;
     }
 }
+
+} // namespace Lumo::Search

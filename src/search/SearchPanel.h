@@ -3,6 +3,8 @@
 #include "PanelOverlay.h"
 #include "SearchSession.h"
 
+namespace Lumo::Search {
+
 class SearchResultsModel;
 
 // Project search: the matching lines of every Markdown file of the project, grouped
@@ -39,3 +41,5 @@ private:
     quint64 m_generation = 0;
     bool m_loading = false;
 };
+
+} // namespace Lumo::Search

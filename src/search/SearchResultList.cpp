@@ -5,6 +5,10 @@
 #include <QApplication>
 #include <QPainter>
 
+namespace Lumo::Search {
+
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 constexpr int headerHeight = 30;
@@ -145,3 +149,5 @@ void SearchResultDelegate::paint(QPainter *painter, const QStyleOptionViewItem &
     }
     painter->restore();
 }
+
+} // namespace Lumo::Search

@@ -5,6 +5,8 @@
 #include <QAbstractListModel>
 #include <QStyledItemDelegate>
 
+namespace Lumo::Search {
+
 // The rows of the search panel: a header for each file, in the order the files
 // first occur among the hits, followed by that file's hits.
 class SearchResultsModel final : public QAbstractListModel
@@ -45,3 +47,5 @@ public:
     void paint(QPainter *painter, const QStyleOptionViewItem &option,
                const QModelIndex &index) const override;
 };
+
+} // namespace Lumo::Search

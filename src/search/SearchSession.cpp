@@ -2,6 +2,10 @@
 
 #include "base/Background.h"
 
+namespace Lumo::Search {
+
+using Lumo::Base::runInBackground;
+
 SearchSession::SearchSession(QObject *parent, Searcher searcher)
     : QObject(parent)
     , m_searcher(std::move(searcher))
@@ -102,3 +106,5 @@ void SearchSession::move(int step)
         return;
     select((m_selection + step % count + count) % count);
 }
+
+} // namespace Lumo::Search

@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QTimer>
 
+namespace Lumo::Search {
+
 // The state behind the project-search panel: the query, the project's files, the
 // hits of the last completed search and the selected hit. Each change of the query
 // cancels the running search and starts another 140 ms later, off the main thread;
@@ -64,3 +66,5 @@ private:
     bool m_settled = false;
     int m_selection = 0;
 };
+
+} // namespace Lumo::Search

@@ -6,7 +6,7 @@
 #include <QList>
 #include <QString>
 
-namespace TextFolding {
+namespace Lumo::Search::TextFolding {
 namespace {
 
 // Per code point of the Basic Multilingual Plane: the low byte is the folding's
@@ -50,6 +50,19 @@ void appendUtf8(std::string &out, char32_t c)
     out.append(bytes, encodeUtf8(c, bytes));
 }
 
+// Full case folding: a letter whose capital is two letters ("ß" → "SS", "ﬁ" → "FI")
+// folds to their small forms, so "strasse" finds "Straße".
+std::u32string caseFolded(char32_t c)
+{
+    const QString upper = QString::fromUcs4(&c, 1).toUpper();
+    if (upper.size() < 2 || upper.at(0).isHighSurrogate())
+        return std::u32string(1, QChar::toCaseFolded(c));
+    std::u32string text;
+    for (const uint each : upper.toLower().toUcs4())
+        text += char32_t(each);
+    return text;
+}
+
 // Decomposes, drops nonspacing marks, case-folds; twice, since a case folding may
 // itself decompose.
 std::u32string foldCodePoint(char32_t c)
@@ -64,7 +77,7 @@ std::u32string foldCodePoint(char32_t c)
                     : QList<uint>{uint(each)};
             for (const uint part : parts) {
                 if (QChar::category(char32_t(part)) != QChar::Mark_NonSpacing)
-                    next += QChar::toCaseFolded(char32_t(part));
+                    next += caseFolded(char32_t(part));
             }
         }
         text = std::move(next);
@@ -304,4 +317,4 @@ std::string folded(std::string_view text)
     return out;
 }
 
-} // namespace TextFolding
+} // namespace Lumo::Search::TextFolding

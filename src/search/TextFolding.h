@@ -12,7 +12,7 @@
 // ASCII stretches line up before and after folding.
 //
 // Reentrant; the first call builds a 256 KB table once for the whole process.
-namespace TextFolding {
+namespace Lumo::Search::TextFolding {
 
 // Replaces `out` with the folding of text. False when text is not valid UTF-8.
 // `unicodeBreaks` tells whether text holds U+0085, U+2028 or U+2029 (line breaks
@@ -32,4 +32,4 @@ void foldMapped(std::string_view text, std::string &out, std::vector<std::uint32
 // The folding of a string, for queries.
 std::string folded(std::string_view text);
 
-} // namespace TextFolding
+} // namespace Lumo::Search::TextFolding

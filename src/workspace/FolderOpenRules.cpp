@@ -8,6 +8,12 @@
 #include <QDir>
 #include <QFileInfo>
 
+namespace Lumo::Workspace {
+
+using Lumo::Base::runInBackground;
+using Lumo::Search::MarkdownFile;
+namespace ProjectFiles = Lumo::Search::ProjectFiles;
+
 namespace FolderOpenRules {
 
 bool isFolder(const QString &path)
@@ -69,3 +75,5 @@ QString noFilesDetail()
 }
 
 } // namespace FolderOpenRules
+
+} // namespace Lumo::Workspace

@@ -11,7 +11,7 @@ class QObject;
 // raising a tab, opening the folder's first Markdown file and telling the user it has
 // none, and the texts of the dialogs that choose folders. app/FolderOpener applies
 // them to the windows.
-namespace FolderOpenRules {
+namespace Lumo::Workspace::FolderOpenRules {
 
 // A directory, and not a package; on Linux no folder is a package.
 bool isFolder(const QString &path);
@@ -35,4 +35,4 @@ QString chooseFolderMessage();
 QString noFilesText(const QString &folder);
 QString noFilesDetail();
 
-} // namespace FolderOpenRules
+} // namespace Lumo::Workspace::FolderOpenRules

@@ -11,6 +11,11 @@
 #include <QFile>
 #include <QLocale>
 
+namespace Lumo::Workspace {
+
+using Lumo::Search::DirectoryReader;
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -167,3 +172,5 @@ QList<Row> visibleRows(const QList<TreeNode> &nodes, const QSet<QString> &expand
 }
 
 } // namespace FolderScanner
+
+} // namespace Lumo::Workspace

@@ -9,7 +9,7 @@
 
 // Turns one folder on disk into the tree of Markdown files the sidebar shows. Stateless
 // and safe on any thread; `scan` may take long and belongs off the main thread.
-namespace FolderScanner {
+namespace Lumo::Workspace::FolderScanner {
 
 inline constexpr int defaultBudget = 60000;
 inline constexpr int defaultMaxDepth = 14;
@@ -48,4 +48,4 @@ QStringList ancestors(const QString &relativePath);
 // hides everything below it.
 QList<Row> visibleRows(const QList<TreeNode> &nodes, const QSet<QString> &expanded, int depth = 0);
 
-} // namespace FolderScanner
+} // namespace Lumo::Workspace::FolderScanner

@@ -18,6 +18,14 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::TabPanels;
+
+namespace Lumo::Workspace {
+
+namespace DesktopIntegration = Lumo::Base::DesktopIntegration;
+
 namespace {
 
 QLabel *centredNote(const QString &text, QWidget *parent)
@@ -223,3 +231,5 @@ void FolderSidebar::showContextMenu(const QModelIndex &index, const QPoint &glob
     }
     menu->popup(globalPosition);
 }
+
+} // namespace Lumo::Workspace

@@ -3,12 +3,17 @@
 #include <memory>
 #include <QWidget>
 
+namespace Lumo::Document {
 class DocumentController;
 class TabPanels;
-class FolderTree;
-class FolderTreeModel;
+} // namespace Lumo::Document
 class QLabel;
 class QStackedWidget;
+
+namespace Lumo::Workspace {
+
+class FolderTree;
+class FolderTreeModel;
 class SidebarList;
 
 // The sidebar of a window whose document belongs to a folder: a header with the
@@ -26,8 +31,8 @@ class FolderSidebar final : public QWidget
     Q_DISABLE_COPY_MOVE(FolderSidebar)
 
 public:
-    FolderSidebar(std::shared_ptr<FolderTree> tree, DocumentController *controller,
-                  TabPanels *panels, QWidget *parent = nullptr);
+    FolderSidebar(std::shared_ptr<FolderTree> tree, Lumo::Document::DocumentController *controller,
+                  Lumo::Document::TabPanels *panels, QWidget *parent = nullptr);
 
     FolderTree *tree() const { return m_tree.get(); }
     FolderTreeModel *model() const { return m_model; }
@@ -58,7 +63,7 @@ private:
     QString currentFile() const;
 
     std::shared_ptr<FolderTree> m_tree;
-    DocumentController *m_controller;
+    Lumo::Document::DocumentController *m_controller;
     FolderTreeModel *m_model;
     SidebarList *m_list;
     QStackedWidget *m_body;
@@ -66,3 +71,5 @@ private:
     QLabel *m_count = nullptr;
     bool m_restoring = false;
 };
+
+} // namespace Lumo::Workspace

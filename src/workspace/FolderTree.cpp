@@ -9,6 +9,12 @@
 #include <QFileInfo>
 #include <QHash>
 
+namespace Lumo::Workspace {
+
+using Lumo::Base::Preferences;
+using Lumo::Base::runInBackground;
+namespace PathKey = Lumo::Base::PathKey;
+
 namespace {
 
 // Standardised root path to its tree; the order is least recently used first.
@@ -233,3 +239,5 @@ void FolderTree::evict()
     m_pendingRescan = false;
     m_watcher.stop();
 }
+
+} // namespace Lumo::Workspace

@@ -9,6 +9,8 @@
 #include <QSet>
 #include <QString>
 
+namespace Lumo::Workspace {
+
 // The model of one browsed folder: its scanned tree of Markdown files, which folders
 // are expanded, whether the scan is done or was cut short. One instance per folder,
 // shared by every window browsing it through a cache of the six most recently used
@@ -101,3 +103,5 @@ private:
     bool m_pendingRescan = false;
     bool m_evicted = false;
 };
+
+} // namespace Lumo::Workspace

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace Lumo::Workspace {
+
 FolderTreeModel::FolderTreeModel(std::shared_ptr<FolderTree> tree, QObject *parent)
     : QAbstractItemModel(parent)
     , m_tree(std::move(tree))
@@ -209,3 +211,5 @@ QHash<int, QByteArray> FolderTreeModel::roleNames() const
     names.insert(FileCountRole, "fileCount");
     return names;
 }
+
+} // namespace Lumo::Workspace

@@ -5,6 +5,8 @@
 #include <memory>
 #include <QAbstractItemModel>
 
+namespace Lumo::Workspace {
+
 // The rows of a folder sidebar: one item per node of a FolderTree, in the tree's
 // order. Besides the name (DisplayRole) it answers the roles below, among them whether
 // a row carries the unread mark: never for the window's own document, never for an
@@ -75,3 +77,5 @@ private:
     QString m_currentFile;
     QString m_currentPath;
 };
+
+} // namespace Lumo::Workspace

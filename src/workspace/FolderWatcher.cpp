@@ -17,6 +17,11 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+namespace Lumo::Workspace {
+
+using Lumo::Search::DirectoryReader;
+namespace MarkdownNames = Lumo::Base::MarkdownNames;
+
 namespace {
 
 constexpr quint32 watchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE |
@@ -361,3 +366,5 @@ void FolderWatcher::received(const QStringList &paths, const QList<quint32> &fla
         },
         Qt::QueuedConnection);
 }
+
+} // namespace Lumo::Workspace

@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <thread>
 
+namespace Lumo::Workspace {
+
 // Tells a folder tree that something that may change its Markdown tree happened
 // anywhere below the browsed folder: one inotify watch per folder, added as folders
 // appear; skipped folders, the home folder's large standard folders and linked folders
@@ -82,3 +84,5 @@ private:
     std::unique_ptr<Worker> m_worker;
     std::thread m_thread;
 };
+
+} // namespace Lumo::Workspace

@@ -7,6 +7,11 @@
 #include <limits>
 #include <QCoreApplication>
 
+namespace Lumo::Workspace {
+
+using Lumo::Base::Preferences;
+namespace PathKey = Lumo::Base::PathKey;
+
 namespace {
 
 qint64 sortKey(const QDateTime &date)
@@ -129,3 +134,5 @@ void ReadState::save()
     m_preferences.setSidebarViewed(storedForm(m_viewed));
     m_preferences.setSidebarBaselines(storedForm(m_baselines));
 }
+
+} // namespace Lumo::Workspace

@@ -7,7 +7,11 @@
 #include <QObject>
 #include <QTimer>
 
+namespace Lumo::Base {
 class Preferences;
+}
+
+namespace Lumo::Workspace {
 
 // Remembers, across launches, when each Markdown file was last shown and when each
 // browsed folder was first seen, and from these tells which sidebar rows changed since
@@ -32,7 +36,7 @@ public:
     static constexpr int baselinesKept = 80;
 
     // Loads both maps from the store.
-    explicit ReadState(Preferences &preferences, QObject *parent = nullptr);
+    explicit ReadState(Lumo::Base::Preferences &preferences, QObject *parent = nullptr);
     ~ReadState() override;
 
     // The application's read state, over Preferences::shared().
@@ -60,8 +64,10 @@ private:
     void scheduleSave();
     void save();
 
-    Preferences &m_preferences;
+    Lumo::Base::Preferences &m_preferences;
     QHash<QString, QDateTime> m_viewed;
     QHash<QString, QDateTime> m_baselines;
     QTimer m_saveTimer;
 };
+
+} // namespace Lumo::Workspace

@@ -3,6 +3,10 @@
 #include "base/Background.h"
 #include "Workspace.h"
 
+namespace Lumo::Workspace {
+
+using Lumo::Base::runInBackground;
+
 void RootResolver::resolve(const QString &filePath, const QStringList &opened)
 {
     const quint64 generation = ++m_generation;
@@ -26,3 +30,5 @@ void RootResolver::resolve(const QString &filePath, const QStringList &opened)
                 Q_EMIT resolved(root);
         });
 }
+
+} // namespace Lumo::Workspace

@@ -2,6 +2,8 @@
 
 #include <QObject>
 
+namespace Lumo::Workspace {
+
 // Finds the folder a document's sidebar shows (Workspace::root): a remembered folder
 // at once, the project root off the main thread. A new request supersedes any earlier
 // one still running: only the latest answer is announced. Main thread only.
@@ -22,3 +24,5 @@ Q_SIGNALS:
 private:
     quint64 m_generation = 0;
 };
+
+} // namespace Lumo::Workspace

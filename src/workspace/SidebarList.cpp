@@ -11,6 +11,8 @@
 #include <QStyledItemDelegate>
 #include <QToolTip>
 
+namespace Lumo::Workspace {
+
 namespace {
 
 class RowDelegate : public QStyledItemDelegate
@@ -348,3 +350,5 @@ void SidebarList::drawBranches(QPainter *painter, const QRect &rect, const QMode
                                 : 90 * (1 - m_turn.currentValue().toReal());
     SidebarPainting::paintChevron(painter, slot, palette(), degrees);
 }
+
+} // namespace Lumo::Workspace

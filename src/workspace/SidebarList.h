@@ -5,6 +5,8 @@
 #include <QTreeView>
 #include <QVariantAnimation>
 
+namespace Lumo::Workspace {
+
 class FolderTreeModel;
 
 // The rows of a folder sidebar. Folders open and close through the tree (never by
@@ -82,3 +84,5 @@ private:
     QString m_turning;
     QVariantAnimation m_turn;
 };
+
+} // namespace Lumo::Workspace

@@ -6,6 +6,10 @@
 #include <QPainter>
 #include <QPainterPath>
 
+namespace Lumo::Workspace {
+
+namespace Brand = Lumo::Base::Brand;
+
 namespace {
 
 constexpr int iconSize = 16;
@@ -158,10 +162,12 @@ QRect markHitArea(const QRect &rect)
 
 QString unreadToolTip(bool isFolder)
 {
-    return isFolder
-               ? QCoreApplication::translate("FolderSidebar",
-                                             "Something inside changed since you last read it")
-               : QCoreApplication::translate("FolderSidebar", "Changed since you last read it");
+    return isFolder ? QCoreApplication::translate("Lumo::Workspace::FolderSidebar",
+                                                  "Something inside changed since you last read it")
+                    : QCoreApplication::translate("Lumo::Workspace::FolderSidebar",
+                                                  "Changed since you last read it");
 }
 
 } // namespace SidebarPainting
+
+} // namespace Lumo::Workspace

@@ -10,7 +10,7 @@ class QPainter;
 
 // How a folder sidebar row looks: drawn rather than taken from the icon theme, so it
 // is the same on every desktop, light and dark (colours from Brand and the palette).
-namespace SidebarPainting {
+namespace Lumo::Workspace::SidebarPainting {
 
 inline constexpr int indentation = 18;
 
@@ -39,4 +39,4 @@ void paintDocumentIcon(QPainter *painter, const QRectF &box, const QPalette &pal
 QRect markHitArea(const QRect &rect);
 QString unreadToolTip(bool isFolder);
 
-} // namespace SidebarPainting
+} // namespace Lumo::Workspace::SidebarPainting

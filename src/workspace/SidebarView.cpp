@@ -13,6 +13,12 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+using Lumo::Document::DocumentController;
+using Lumo::Document::OpenDocument;
+using Lumo::Document::TabPanels;
+
+namespace Lumo::Workspace {
+
 namespace {
 
 class FolderSymbol : public QWidget
@@ -116,3 +122,5 @@ void SidebarView::dropEvent(QDropEvent *event)
     event->acceptProposedAction();
     Q_EMIT filesDropped(paths);
 }
+
+} // namespace Lumo::Workspace

@@ -2,10 +2,15 @@
 
 #include <QStackedWidget>
 
+namespace Lumo::Document {
 class DocumentController;
 class TabPanels;
-class FolderSidebar;
+} // namespace Lumo::Document
 class QMimeData;
+
+namespace Lumo::Workspace {
+
+class FolderSidebar;
 
 // The sidebar column of a document tab: the folder sidebar of the controller's
 // sidebar root, or, while the document belongs to no folder, an invitation to open
@@ -17,7 +22,8 @@ class SidebarView final : public QStackedWidget
     Q_DISABLE_COPY_MOVE(SidebarView)
 
 public:
-    SidebarView(DocumentController *controller, TabPanels *panels, QWidget *parent = nullptr);
+    SidebarView(Lumo::Document::DocumentController *controller, Lumo::Document::TabPanels *panels,
+                QWidget *parent = nullptr);
 
     FolderSidebar *folderSidebar() const { return m_folder; }
 
@@ -38,9 +44,11 @@ private:
     static QStringList droppedPaths(const QMimeData *data);
     void showRoot(const QString &root);
 
-    DocumentController *m_controller;
-    TabPanels *m_panels;
+    Lumo::Document::DocumentController *m_controller;
+    Lumo::Document::TabPanels *m_panels;
     QWidget *m_noFolder;
     QWidget *m_pending;
     FolderSidebar *m_folder = nullptr;
 };
+
+} // namespace Lumo::Workspace

@@ -5,6 +5,8 @@
 #include <QList>
 #include <QString>
 
+namespace Lumo::Workspace {
+
 // One entry of a browsed folder: a Markdown file, or a folder with Markdown somewhere
 // below it. `path` (relative to the scanned root, "/"-joined, no leading or trailing
 // slash) is its identity and the key of the expanded set.
@@ -29,3 +31,5 @@ struct TreeNode
                           b.children.end());
     }
 };
+
+} // namespace Lumo::Workspace

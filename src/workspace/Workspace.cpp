@@ -6,6 +6,12 @@
 
 #include <QDir>
 
+namespace Lumo::Workspace {
+
+using Lumo::Base::Preferences;
+namespace PathKey = Lumo::Base::PathKey;
+namespace ProjectFiles = Lumo::Search::ProjectFiles;
+
 namespace {
 
 QString withSlash(QString path)
@@ -54,3 +60,5 @@ std::optional<QString> root(const QString &filePath, const QStringList &opened)
 }
 
 } // namespace Workspace
+
+} // namespace Lumo::Workspace

@@ -4,19 +4,21 @@
 #include <QString>
 #include <QStringList>
 
+namespace Lumo::Base {
 class Preferences;
+}
 
 // The folders the user opened for browsing, and which folder a document's sidebar
 // shows. Folders are standardised paths, newest first, at most `rememberedLimit`;
 // they are kept under "workspaceFolders". Main thread, except `root`, which is safe
 // on any thread.
-namespace Workspace {
+namespace Lumo::Workspace::Workspace {
 
 inline constexpr int rememberedLimit = 20;
 
-QStringList folders(const Preferences &prefs);
+QStringList folders(const Lumo::Base::Preferences &prefs);
 // Puts the folder at the front of the remembered list.
-void remember(Preferences &prefs, const QString &folder);
+void remember(Lumo::Base::Preferences &prefs, const QString &folder);
 
 // The folder whose tree the sidebar of the document at `filePath` shows: the first of
 // `opened` that contains the file (symlinks resolved on both sides), else the file's
@@ -27,4 +29,4 @@ std::optional<QString> root(const QString &filePath, const QStringList &opened);
 // and only whole path components count (/x/notes2 is not inside /x/notes).
 bool contains(const QString &folder, const QString &path);
 
-} // namespace Workspace
+} // namespace Lumo::Workspace::Workspace

@@ -12,6 +12,9 @@
 #include <QFile>
 #include <QWidget>
 
+using namespace Lumo::App;
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestAccessibility : public QObject

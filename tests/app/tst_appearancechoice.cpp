@@ -3,6 +3,9 @@
 
 #include <QTest>
 
+using namespace Lumo::App;
+using namespace Lumo::Base;
+
 using namespace Qt::StringLiterals;
 
 class TestAppearanceChoice : public QObject

@@ -13,6 +13,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Lumo::App;
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 // The application shell's logic: folder URLs, the predecessor's settings, the stylesheet file.
@@ -404,8 +408,6 @@ void TestCommandLine::customStylesheet()
     const QString path = dir.filePath(u"Lumo/custom.css"_s);
     CustomCSS css(path);
     QVERIFY(css.text().isEmpty());
-    QCOMPARE(CustomCSS::templateText().size(), 680);
-    QVERIFY(CustomCSS::templateText().endsWith("*/\n"));
 
     QSignalSpy changed(&css, &CustomCSS::changed);
     QDir().mkpath(QFileInfo(path).absolutePath());

@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Lumo::App;
+
 using namespace Qt::StringLiterals;
 
 class TestPrivateFolder : public QObject

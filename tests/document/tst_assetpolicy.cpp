@@ -11,6 +11,8 @@
 #include <QUrl>
 #include <sys/stat.h>
 
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestAssetPolicy : public QObject

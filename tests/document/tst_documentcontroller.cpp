@@ -8,6 +8,8 @@
 #include <csignal>
 #include <QFile>
 
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestDocumentController : public QObject
@@ -19,7 +21,6 @@ private Q_SLOTS:
     void cleanup();
     void baseIsTheDocumentsFolderOrNull_data();
     void baseIsTheDocumentsFolderOrNull();
-    void aCrashedPageComesBack();
     void aRendererKilledAgainAndAgainComesBackEachTime();
     void aPageThatKeepsDyingGivesUpAndLeavesTheDocumentEditable();
 
@@ -100,25 +101,6 @@ void TestDocumentController::baseIsTheDocumentsFolderOrNull()
         QCOMPARE(QUrl(source).path(), m_dir->filePath(u"img/pic.png"_s));
     else
         QVERIFY2(!source.startsWith(u"mv-asset:"_s), qPrintable(source));
-}
-
-void TestDocumentController::aCrashedPageComesBack()
-{
-    auto *document = new OpenDocument(u"# Survivor"_s);
-    DocumentController *controller = open(document);
-    QSignalSpy rendered(controller, &DocumentController::renderCompleted);
-    QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 1, 20000);
-
-    const qint64 renderer = page(controller)->renderProcessPid();
-    QVERIFY(renderer > 0);
-    QCOMPARE(::kill(static_cast<pid_t>(renderer), SIGKILL), 0);
-    QTRY_VERIFY(!controller->isReady());
-    // Edits made while the page is gone are what the new page shows.
-    document->setText(u"# Survivor, edited"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(rendered.count(), 2, 20000);
-    QVERIFY(controller->isReady());
-    QCOMPARE(eval(controller, u"document.querySelector('main h1').textContent"_s).toString(),
-             u"Survivor, edited"_s);
 }
 
 void TestDocumentController::aRendererKilledAgainAndAgainComesBackEachTime()

@@ -13,6 +13,9 @@
 #include <QTest>
 #include <QTimer>
 
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestDocumentControllerCore : public QObject
@@ -21,7 +24,6 @@ class TestDocumentControllerCore : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void init();
     void cleanup();
     void aRenderAskedBeforeReadyGoesOutOnce();
     void editBurstsGiveOneRender();
@@ -41,13 +43,11 @@ private:
         DocumentController *controller;
         FakePage *page;
     };
-    QString write(const QString &name, const QByteArray &bytes);
     Opened open(OpenDocument *document);
     // The page says "ready", and renders whatever it is sent from then on.
     static void renderAlong(const Opened &opened);
 
     LumoHome m_home;
-    std::unique_ptr<QTemporaryDir> m_dir;
     QList<DocumentController *> m_controllers;
 };
 
@@ -56,25 +56,10 @@ void TestDocumentControllerCore::initTestCase()
     m_home.useForThisProcess();
 }
 
-void TestDocumentControllerCore::init()
-{
-    m_dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_dir->isValid());
-}
-
 void TestDocumentControllerCore::cleanup()
 {
     qDeleteAll(m_controllers);
     m_controllers.clear();
-}
-
-QString TestDocumentControllerCore::write(const QString &name, const QByteArray &bytes)
-{
-    const QString path = m_dir->filePath(name);
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(bytes);
-    return path;
 }
 
 TestDocumentControllerCore::Opened TestDocumentControllerCore::open(OpenDocument *document)
@@ -156,7 +141,7 @@ void TestDocumentControllerCore::editBurstsGiveOneRender()
 
 void TestDocumentControllerCore::changesOnDisk()
 {
-    const QString path = write(u"doc.md"_s, "one\n\ntwo\n");
+    const QString path = m_home.fixture(u"doc.md"_s, "one\n\ntwo\n");
     OpenDocument *document = OpenDocument::open(path, nullptr);
     const Opened opened = open(document);
     DocumentController *controller = opened.controller;
@@ -167,7 +152,7 @@ void TestDocumentControllerCore::changesOnDisk()
 
     // Without unsaved edits the document follows the file, and the page is asked to
     // show what changed.
-    write(u"doc.md"_s, "one\n\ntwo, edited elsewhere\n");
+    m_home.fixture(u"doc.md"_s, "one\n\ntwo, edited elsewhere\n");
     QTRY_COMPARE(rendered.count(), 2);
     QCOMPARE(document->text(), u"one\n\ntwo, edited elsewhere\n"_s);
     QVERIFY(opened.page->renders().constLast().contains(u"diff: true"_s));
@@ -175,12 +160,12 @@ void TestDocumentControllerCore::changesOnDisk()
 
     // With unsaved edits it asks instead.
     document->setText(u"mine\n"_s);
-    write(u"doc.md"_s, "theirs\n");
+    m_home.fixture(u"doc.md"_s, "theirs\n");
     QTRY_VERIFY(controller->diskChangePending());
     QCOMPARE(document->text(), u"mine\n"_s);
 
     controller->setDiskChangePending(false); // "Keep Mine"
-    write(u"doc.md"_s, "theirs again\n");
+    m_home.fixture(u"doc.md"_s, "theirs again\n");
     QTRY_VERIFY(controller->diskChangePending());
 
     controller->reloadFromDisk(true); // "Reload"
@@ -190,7 +175,7 @@ void TestDocumentControllerCore::changesOnDisk()
 
     // Saving over the outside change settles it.
     document->setText(u"mine at last\n"_s);
-    write(u"doc.md"_s, "theirs once more\n");
+    m_home.fixture(u"doc.md"_s, "theirs once more\n");
     QTRY_VERIFY(controller->diskChangePending());
     QVERIFY(document->save());
     QVERIFY(!controller->diskChangePending());
@@ -225,11 +210,11 @@ void TestDocumentControllerCore::staleTaskTogglesAreIgnored()
 
 void TestDocumentControllerCore::deferredActionsRunOnceAfterTheFirstRender()
 {
-    const QString path = write(u"later.md"_s, "# Later\n");
+    const QString path = m_home.fixture(u"later.md"_s, "# Later\n");
     int runs = 0;
     qint64 revisionSeen = -1;
     DocumentController *controller = nullptr;
-    DocumentController::whenReady(m_dir->path() + u"/./later.md"_s, [&] {
+    DocumentController::whenReady(m_home.path() + u"/./later.md"_s, [&] {
         ++runs;
         revisionSeen = controller ? controller->completedRevision() : -2;
     });
@@ -261,7 +246,7 @@ void TestDocumentControllerCore::actionsForAFileThatNeverRendersAreDropped_data(
 void TestDocumentControllerCore::actionsForAFileThatNeverRendersAreDropped()
 {
     QFETCH(QString, fate);
-    const QString path = write(u"never.md"_s, "# Never\n");
+    const QString path = m_home.fixture(u"never.md"_s, "# Never\n");
     int runs = 0;
     {
         OpenDocument *document = OpenDocument::open(path, nullptr);

@@ -19,6 +19,9 @@
 #include <qpdf/QPDFPageObjectHelper.hh>
 #include <QPrinter>
 
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 namespace {

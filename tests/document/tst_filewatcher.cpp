@@ -12,6 +12,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 namespace {

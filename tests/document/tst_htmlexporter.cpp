@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestHTMLExporter : public QObject

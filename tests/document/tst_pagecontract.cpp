@@ -12,6 +12,9 @@
 #include <QTest>
 #include <sys/stat.h>
 
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestPageContract : public QObject
@@ -99,6 +102,8 @@ void TestPageContract::splices()
     QVERIFY(whole(QStringView(before).mid(splice.end)));
 }
 
+// The scrolling and awaited-call scripts are run, and their effect checked, by
+// tst_previewpage (scrolling, awaitedCalls).
 void TestPageContract::scripts()
 {
     QCOMPARE(PageScript::render(u"# A"_s, u"file:///d/"_s, true, 7),
@@ -109,12 +114,6 @@ void TestPageContract::scripts()
              u"mv.setPrefs({scale: 1, font: \"sans\", width: \"wide\", theme: \"paper\"})"_s);
     QCOMPARE(PageScript::setPrefs(1.3, u"x\"y"_s, u"w"_s, u"t"_s),
              u"mv.setPrefs({scale: 1.3, font: \"x\\\"y\", width: \"w\", theme: \"t\"})"_s);
-    QCOMPARE(PageScript::scrollToLine(12.25), u"mv.scrollToLine(12.25)"_s);
-    QCOMPARE(PageScript::scrollToId(u"intro-1"_s), u"mv.scrollToId(\"intro-1\")"_s);
-    QCOMPARE(PageScript::awaitedCall(3, u"localImages"_s, QString()),
-             u"mv.call(3, \"localImages\")"_s);
-    QCOMPARE(PageScript::awaitedCall(4, u"exportHTML"_s, u"{}"_s),
-             u"mv.call(4, \"exportHTML\", {})"_s);
 }
 
 void TestPageContract::linkRouting_data()

@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestTabNames : public QObject

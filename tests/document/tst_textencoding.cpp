@@ -3,6 +3,8 @@
 #include <QStringEncoder>
 #include <QTest>
 
+using namespace Lumo::Document;
+
 using namespace Qt::StringLiterals;
 
 class TestTextEncoding : public QObject

@@ -1,7 +1,7 @@
 // A day at the keyboard: the real lumo on its own X server (Xvfb), real key events
 // typed into whatever has the focus (xdotool, through the X test extension), and the
 // window's state read back through the diagnostic hooks.
-#include "support/LumoHome.h"
+#include "support/LumoDriver.h"
 
 #include <QDir>
 #include <QFile>
@@ -31,9 +31,14 @@ QByteArray longDocument(int sections)
 
 } // namespace
 
-class TestKeyboard : public QObject
+class TestKeyboard : public QObject, LumoDriver
 {
     Q_OBJECT
+
+public:
+    TestKeyboard()
+        : LumoDriver(keyboardEnvironment())
+    {}
 
 private Q_SLOTS:
     void initTestCase();
@@ -42,7 +47,6 @@ private Q_SLOTS:
     void cleanup();
     void readingStartsAtTheKeyboard();
     void shiftTabStaysInTheEditor();
-    void thePageFollowsTheEditor();
     void shownDocumentsTakeTheKeyboard();
     void zoomKeepsThePlace();
     void undoBackToTheSavedText();
@@ -51,30 +55,39 @@ private Q_SLOTS:
     void outlineFromTheKeyboard();
 
 private:
-    QProcessEnvironment environment() const;
+    // The X server of this test, and no desktop portal: the appearance comes from the
+    // palette.
+    static QProcessEnvironment keyboardEnvironment();
+    QString display() const { return m_extra.value(u"DISPLAY"_s); }
     void start(const QStringList &arguments);
-    int run(const QStringList &arguments, const QByteArray &input = {});
-    QString fixture(const QString &name, const QByteArray &bytes);
     void xdotool(const QStringList &arguments);
     // xdotool key names, each pressed and released in turn.
     void keys(const QStringList &names);
     void type(const QString &text);
-    // The window's state from the "lumoapp.debug.state" hook.
-    QJsonObject state();
     QJsonObject tab() { return state().value(u"tab"_s).toObject(); }
     QString focus() { return state().value(u"focus"_s).toString(); }
-    // What the expression gives in every open page, sorted.
-    QStringList probe(const QString &expression);
     double number(const QString &expression) { return probe(expression).value(0).toDouble(); }
 
     QProcess m_xvfb;
-    QString m_display;
     QString m_xdotool;
-    std::unique_ptr<LumoHome> m_home;
-    std::unique_ptr<QProcess> m_lumo;
-    QByteArray m_output;
-    int m_probes = 0;
 };
+
+QProcessEnvironment TestKeyboard::keyboardEnvironment()
+{
+    QProcessEnvironment env;
+    // A display number of our own: the first whose socket is free.
+    for (int n = 100 + ::getpid() % 300; n < 1000; ++n) {
+        if (!QFile::exists(u"/tmp/.X11-unix/X%1"_s.arg(n)) &&
+            !QFile::exists(u"/tmp/.X%1-lock"_s.arg(n))) {
+            env.insert(u"DISPLAY"_s, u":%1"_s.arg(n));
+            break;
+        }
+    }
+    env.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    env.insert(u"QT_QUICK_BACKEND"_s, u"software"_s);
+    env.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
+    return env;
+}
 
 void TestKeyboard::initTestCase()
 {
@@ -82,18 +95,10 @@ void TestKeyboard::initTestCase()
     m_xdotool = QStandardPaths::findExecutable(u"xdotool"_s);
     QVERIFY2(!xvfb.isEmpty() && !m_xdotool.isEmpty(),
              "Xvfb and xdotool are needed (scripts/dependencies.sh installs them)");
-    // A display number of our own: the first whose socket is free.
-    for (int n = 100 + ::getpid() % 300; n < 1000; ++n) {
-        if (!QFile::exists(u"/tmp/.X11-unix/X%1"_s.arg(n)) &&
-            !QFile::exists(u"/tmp/.X%1-lock"_s.arg(n))) {
-            m_display = u":%1"_s.arg(n);
-            break;
-        }
-    }
     m_xvfb.start(xvfb,
-                 {m_display, u"-screen"_s, u"0"_s, u"1280x1024x24"_s, u"-nolisten"_s, u"tcp"_s});
+                 {display(), u"-screen"_s, u"0"_s, u"1280x1024x24"_s, u"-nolisten"_s, u"tcp"_s});
     QVERIFY(m_xvfb.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(u"/tmp/.X11-unix/X"_s + m_display.mid(1)), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(u"/tmp/.X11-unix/X"_s + display().mid(1)), 10000);
 }
 
 void TestKeyboard::cleanupTestCase()
@@ -104,56 +109,21 @@ void TestKeyboard::cleanupTestCase()
 
 void TestKeyboard::init()
 {
-    m_home = std::make_unique<LumoHome>();
-    QVERIFY(m_home->isValid());
-    m_output.clear();
+    fresh();
 }
 
 void TestKeyboard::cleanup()
 {
-    if (m_lumo) {
-        m_lumo->kill();
-        m_lumo->waitForFinished(5000);
-        m_lumo.reset();
-    }
-}
-
-QProcessEnvironment TestKeyboard::environment() const
-{
-    QProcessEnvironment env = m_home->environment();
-    env.insert(u"DISPLAY"_s, m_display);
-    env.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
-    env.insert(u"QT_QUICK_BACKEND"_s, u"software"_s);
-    // No desktop portal here: the appearance comes from the palette.
-    env.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
-    return env;
+    stop();
 }
 
 void TestKeyboard::start(const QStringList &arguments)
 {
-    QVERIFY(m_home->writeSettings("debugHooks=true\n"));
-
-    m_lumo = std::make_unique<QProcess>();
-    m_lumo->setProcessEnvironment(environment());
-    connect(m_lumo.get(), &QProcess::readyReadStandardOutput, this,
-            [this] { m_output += m_lumo->readAllStandardOutput(); });
-    m_lumo->start(QStringLiteral(LUMO_BINARY), arguments);
-    QVERIFY(m_lumo->waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_home->socketPath()), 20000);
+    startLumo(arguments, "debugHooks=true\n");
     // Shown, with the keyboard, and its page rendered.
     QTRY_VERIFY_WITH_TIMEOUT(state().value(u"active"_s).toBool(), 20000);
     QTRY_VERIFY_WITH_TIMEOUT(!probe(u"document.querySelector('main > *') !== null"_s).isEmpty(),
                              20000);
-}
-
-int TestKeyboard::run(const QStringList &arguments, const QByteArray &input)
-{
-    return LumoHome::run(environment(), QStringLiteral(LUMO_BINARY), arguments, input);
-}
-
-QString TestKeyboard::fixture(const QString &name, const QByteArray &bytes)
-{
-    return m_home->fixture(name, bytes);
 }
 
 void TestKeyboard::xdotool(const QStringList &arguments)
@@ -174,53 +144,6 @@ void TestKeyboard::keys(const QStringList &names)
 void TestKeyboard::type(const QString &text)
 {
     xdotool({u"type"_s, u"--delay"_s, u"20"_s, u"--"_s, text});
-}
-
-QJsonObject TestKeyboard::state()
-{
-    const qsizetype from = m_output.size();
-    run({u"--post"_s, u"lumoapp.debug.state"_s});
-    static const QByteArray prefix = "Lumo debug state: ";
-    QJsonObject found;
-    (void)QTest::qWaitFor(
-        [&] {
-            const qsizetype at = m_output.lastIndexOf(prefix);
-            if (at < from)
-                return false;
-            const qsizetype end = m_output.indexOf('\n', at);
-            if (end < 0)
-                return false;
-            found =
-                QJsonDocument::fromJson(m_output.mid(at + prefix.size(), end - at - prefix.size()))
-                    .object();
-            return true;
-        },
-        10000);
-    return found;
-}
-
-QStringList TestKeyboard::probe(const QString &expression)
-{
-    const QString tag = u"probe%1"_s.arg(++m_probes);
-    run({u"--post"_s, u"lumoapp.debug.jsEveryPage"_s,
-         u"console.error('%1:' + String(%2).replace(/\\n/g, ' '))"_s.arg(tag, expression)});
-    QStringList found;
-    const QString prefix = u"Lumo JS error: %1:"_s.arg(tag);
-    const auto collect = [&] {
-        found.clear();
-        for (const QByteArray &line : m_output.split('\n')) {
-            const QString text = QString::fromUtf8(line);
-            if (text.startsWith(prefix))
-                found.append(text.mid(prefix.size()).section(u" ("_s, 0, 0));
-        }
-        return !found.isEmpty();
-    };
-    // Every page answers; the first answer gives the others a moment.
-    if (QTest::qWaitFor(collect, 5000))
-        QTest::qWait(200);
-    collect();
-    found.sort();
-    return found;
 }
 
 void TestKeyboard::readingStartsAtTheKeyboard()
@@ -244,34 +167,6 @@ void TestKeyboard::shiftTabStaysInTheEditor()
     type(u"typed"_s);
     QTRY_COMPARE(probe(u"document.querySelector('main p').textContent"_s),
                  QStringList{u"plaintyped"_s});
-}
-
-void TestKeyboard::thePageFollowsTheEditor()
-{
-    start({fixture(u"long.md"_s, longDocument(150))});
-    keys({u"ctrl+e"_s});
-    QTRY_COMPARE(focus(), u"editor"_s);
-    const auto inStep = [this] {
-        const double editor = tab().value(u"editorTop"_s).toDouble();
-        return editor > 0 && std::abs(number(u"mv.topLine()"_s) - editor) < 1.5;
-    };
-    keys({u"Next"_s, u"Next"_s, u"Next"_s});
-    QTRY_VERIFY_WITH_TIMEOUT(inStep(), 10000);
-    keys({u"ctrl+End"_s});
-    QTRY_VERIFY_WITH_TIMEOUT(inStep(), 10000);
-    QVERIFY(tab().value(u"editorTop"_s).toDouble() > 400);
-    // Typing at the end: the page stays with the edited line through the renders.
-    keys({u"Return"_s});
-    type(u"- a new item"_s);
-    keys({u"Return"_s});
-    type(u"and another"_s);
-    QTRY_VERIFY_WITH_TIMEOUT(probe(u"document.querySelector('main').lastElementChild.textContent"_s)
-                                 .value(0)
-                                 .contains(u"and another"_s),
-                             10000);
-    QTRY_VERIFY_WITH_TIMEOUT(inStep(), 10000);
-    keys({u"ctrl+Home"_s});
-    QTRY_VERIFY_WITH_TIMEOUT(number(u"mv.topLine()"_s) < 1, 10000);
 }
 
 void TestKeyboard::shownDocumentsTakeTheKeyboard()

@@ -112,7 +112,6 @@ void TestMarkdownTextView::tabKeysStayInTheEditor_data()
 
     QTest::newRow("backtab on a plain line") << u"plain|"_s << int(Qt::Key_Backtab) << u"plain|"_s;
     QTest::newRow("shift+tab on a plain line") << u"plain|"_s << int(Qt::Key_Tab) << u"plain|"_s;
-    QTest::newRow("backtab on an item") << u"  - a|"_s << int(Qt::Key_Backtab) << u"- a|"_s;
 }
 
 void TestMarkdownTextView::tabKeysStayInTheEditor()

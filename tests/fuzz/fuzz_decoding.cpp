@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+using namespace Lumo::Document;
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const QByteArray bytes(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));

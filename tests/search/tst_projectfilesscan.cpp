@@ -4,6 +4,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Lumo::Search;
+
 using namespace Qt::StringLiterals;
 
 class TestProjectFilesScan : public QObject

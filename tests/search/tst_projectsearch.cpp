@@ -5,6 +5,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Lumo::Search;
+
 using namespace Qt::StringLiterals;
 
 class TestProjectSearch : public QObject

@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+using namespace Lumo::Search;
+
 using namespace Qt::StringLiterals;
 
 class TestQuickOpenScore : public QObject

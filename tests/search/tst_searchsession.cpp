@@ -6,6 +6,8 @@
 #include <QTest>
 #include <QThreadPool>
 
+using namespace Lumo::Search;
+
 using namespace Qt::StringLiterals;
 
 class TestSearchSession : public QObject

@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+using namespace Lumo::Search;
+
 class TestTextFolding : public QObject
 {
     Q_OBJECT
@@ -31,6 +33,8 @@ void TestTextFolding::folds_data()
                                        << QByteArray("abcdefghij naive klmnopqrst") << false;
     QTest::newRow("final sigma") << QByteArray("\u03a3\u03bf\u03c6\u03bf\u03c2")
                                  << QByteArray("\u03c3\u03bf\u03c6\u03bf\u03c3") << false;
+    QTest::newRow("letters that fold to two") << QByteArray("Stra\u00dfe STRA\u1e9eE \ufb01le")
+                                              << QByteArray("strasse strasse file") << false;
     QTest::newRow("beyond the plane")
         << QByteArray("\U00010400 \U0001F600") << QByteArray("\U00010428 \U0001F600") << false;
     QTest::newRow("line breaks kept")

@@ -7,10 +7,10 @@
 
 // A reading page without a web engine: it keeps the scripts it is sent and says
 // what a test makes it say.
-class FakePage final : public PageConnection
+class FakePage final : public Lumo::Document::PageConnection
 {
 public:
-    using PageConnection::PageConnection;
+    using Lumo::Document::PageConnection::PageConnection;
 
     void load() override { ++loads; }
     void call(const QString &script) override { scripts.append(script); }

@@ -28,11 +28,12 @@ inline QVariant evaluate(QWebEnginePage *page, const QString &script)
 }
 
 // Waits for the page to send a message of the given type; returns it.
-inline QJsonObject waitForMessage(PreviewPage *page, const QString &type, int timeout = 20000)
+inline QJsonObject waitForMessage(Lumo::Document::PreviewPage *page, const QString &type,
+                                  int timeout = 20000)
 {
     QJsonObject found;
-    auto connection =
-        QObject::connect(page, &PreviewPage::messageReceived, [&](const QJsonObject &message) {
+    auto connection = QObject::connect(
+        page, &Lumo::Document::PreviewPage::messageReceived, [&](const QJsonObject &message) {
             if (found.isEmpty() && message.value(QLatin1String("type")).toString() == type)
                 found = message;
         });

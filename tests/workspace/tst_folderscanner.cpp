@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Lumo::Workspace;
+
 using namespace Qt::StringLiterals;
 
 class TestFolderScanner : public QObject
@@ -45,11 +47,10 @@ void TestFolderScanner::keepsMarkdownInDisplayOrder_data()
     QTest::addColumn<QStringList>("tree");
     QTest::addColumn<QStringList>("expected");
 
-    QTest::newRow("nothing to show")
-        << QStringList{u"a.txt"_s, u"empty/"_s, u"x/y/"_s, u"md"_s} << QStringList{};
-    QTest::newRow("extension case ignored")
-        << QStringList{u"README.MD"_s, u"x.Markdown"_s, u"notes.txt"_s, u"z.md/"_s}
-        << QStringList{u"README.MD"_s, u"x.Markdown"_s};
+    // Which names are Markdown is tst_projectfilesscan's table: the same rules.
+    QTest::newRow("only Markdown files and the folders that hold them")
+        << QStringList{u"a.txt"_s, u"empty/"_s, u"x/y/"_s, u"README.MD"_s, u"z.md/"_s}
+        << QStringList{u"README.MD"_s};
     QTest::newRow("skipped folders at any depth, hidden ones walked")
         << QStringList{u"node_modules/a.md"_s, u"docs/.git/b.md"_s, u"docs/c.md"_s,
                        u"build.md"_s,          u".notes/d.md"_s,    u"Pods/e.md"_s}

@@ -28,6 +28,11 @@
 #include <QStackedWidget>
 #include <QTestEventList>
 
+using namespace Lumo::App;
+using namespace Lumo::Base;
+using namespace Lumo::Document;
+using namespace Lumo::Workspace;
+
 using namespace Qt::StringLiterals;
 
 class TestFolderSidebar : public QObject

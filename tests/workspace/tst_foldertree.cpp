@@ -7,6 +7,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Lumo::Base;
+using namespace Lumo::Workspace;
+
 using namespace Qt::StringLiterals;
 
 class TestFolderTree : public QObject

@@ -7,6 +7,8 @@
 #include <sys/inotify.h>
 #include <sys/stat.h>
 
+using namespace Lumo::Workspace;
+
 using namespace Qt::StringLiterals;
 
 class TestFolderWatcher : public QObject

@@ -7,6 +7,9 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Lumo::Base;
+using namespace Lumo::Workspace;
+
 using namespace Qt::StringLiterals;
 
 class TestReadState : public QObject

@@ -10,6 +10,9 @@
 #include <QTest>
 #include <QThreadPool>
 
+using namespace Lumo::Base;
+using namespace Lumo::Workspace;
+
 using namespace Qt::StringLiterals;
 
 class TestWorkspace : public QObject

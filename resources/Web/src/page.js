@@ -8,13 +8,14 @@ import { createScrollSync } from './scroll.js';
 import { createChangeFollower } from './follow.js';
 import { blockOf, isChunk, nextBlock, previousBlock } from './chunks.js';
 import { createEnhancer } from './enhance.js';
+import { createFinder } from './find.js';
 import { createAppearance } from './appearance.js';
 import { installDiagramMenu } from './diagrams.js';
 import { exportHTML, localImages, richHTML } from './export.js';
 import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
-import { markWide, revealNear, showAllColumns } from './wide.js';
+import { markWide, revealNear } from './wide.js';
 import { applyEditAnswer } from './editanswer.js';
 
 const CHANGE_MARK_MS = 2400;
@@ -84,6 +85,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   const sanitizer = createSanitizer(window);
   const scroll = createScrollSync({ container, post });
   const follower = createChangeFollower({ container, scroll });
+  const finder = createFinder({ container, scroll });
   const converter = createBlockConverter();
   let base = null;
   // Units without raw HTML of the document (no run of blocks, no raw text) take the quick check.
@@ -459,9 +461,9 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     topLine() {
       return scroll.topLine();
     },
-    /** Before a find in page: every column of the wide tables, which the engine finds only when shown. */
-    showAllColumns() {
-      return showAllColumns(container);
+    /** Find in page (find.js): answers {active, matches}. */
+    find(text, options) {
+      return finder.find(text, options);
     },
     localImages() {
       return localImages(container);

@@ -255,6 +255,10 @@ export function createScrollSync({ container, post }) {
         (y) => window.scrollTo({ top: Math.round(y), behavior: 'instant' }),
       );
     },
+    /** To a page y that moves while the chunks above it take their height (a find hit). */
+    follow(targetY) {
+      follow(targetY, (y) => window.scrollTo({ top: Math.round(y), behavior: 'instant' }));
+    },
     /** `room`: how far below the top of the window the element is to stand. */
     scrollToElement(el, room = 0) {
       // A jump the user asked for: the native side hears the new top line.

@@ -3,8 +3,9 @@
 // style.css, on screen only: printing shows every column, and export and rich
 // copy drop the mark). The engine lays out every cell of a table on the page,
 // however its columns are sized: seconds for a table of thousands of columns.
-// Find in page sees only what is shown, so a find shows every column first
-// (showAllColumns); see "Wide tables" in the README for the trade-off.
+// Find (find.js) reads the hidden cells' text like any other and shows every
+// column of a table whose hidden cell holds the hit (showColumnsAt); see "Wide
+// tables" in the README for the trade-off.
 export const SHOWN_COLUMNS = 100;
 
 /** Marks the wide tables among the top-level nodes just made. */
@@ -32,9 +33,10 @@ export function revealNear(table) {
   else table.setAttribute('data-lumo-wide', String(next));
 }
 
-/** Shows every column of the wide tables in `root`; answers how many tables had columns hidden. */
-export function showAllColumns(root) {
-  const tables = Array.from(root.querySelectorAll('table[data-lumo-wide]'));
-  for (const table of tables) table.removeAttribute('data-lumo-wide');
-  return tables.length;
+/** Shows every column of the wide table a node is in, when the node is in a hidden column (a find's hit, find.js). */
+export function showColumnsAt(node) {
+  const cell = node.closest?.('td, th');
+  const table = cell?.closest('table[data-lumo-wide]');
+  if (!table || cell.cellIndex < SHOWN_COLUMNS || cell.hasAttribute('data-lumo-shown')) return;
+  table.removeAttribute('data-lumo-wide');
 }

@@ -3,47 +3,15 @@
 // only their chunk, floats across borders, and scroll mapping across borders.
 import { test, before } from 'node:test';
 import assert from 'node:assert/strict';
-import { JSDOM, VirtualConsole } from 'jsdom';
+import { installWindow } from './window.mjs';
 
 let window;
 let createPage;
 let scroll;
 let CHUNK_BLOCKS;
-let scrollY = 0;
 
 before(async () => {
-  const dom = new JSDOM('<!doctype html><html><head></head><body></body></html>', {
-    url: 'file:///usr/share/lumo/Web/index.html',
-    pretendToBeVisual: true,
-    virtualConsole: new VirtualConsole(),
-  });
-  window = dom.window;
-  class Observer {
-    observe() {}
-    unobserve() {}
-    disconnect() {}
-  }
-  window.IntersectionObserver = Observer;
-  window.ResizeObserver = Observer;
-  window.matchMedia = () => ({ matches: false, addEventListener() {} });
-  Object.defineProperty(window, 'scrollY', { get: () => scrollY, configurable: true });
-  window.scrollTo = (x, y) => {
-    scrollY = Math.max(0, typeof x === 'object' ? x.top : y);
-  };
-  // A fake layout: every source line is 20px tall; an element without lines
-  // (a chunk) spans its annotated contents.
-  window.Element.prototype.getBoundingClientRect = function rect() {
-    const first = this.hasAttribute('data-line') ? this : this.querySelector('[data-line]');
-    const all = this.querySelectorAll('[data-line-end]');
-    const last = this.hasAttribute('data-line') ? this : all[all.length - 1];
-    if (!first) return { top: 0, bottom: 0, height: 0, width: 0 };
-    const top = Number(first.getAttribute('data-line')) * 20 - scrollY;
-    const bottom = Number(last.getAttribute('data-line-end')) * 20 - scrollY;
-    return { top, bottom, height: bottom - top, width: 600 };
-  };
-  for (const name of ['window', 'document', 'NodeFilter', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'cancelAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
-    Object.defineProperty(globalThis, name, { value: name === 'window' ? window : window[name], configurable: true, writable: true });
-  }
+  window = installWindow();
   ({ createPage } = await import('../src/page.js'));
   scroll = await import('../src/scroll.js');
   ({ CHUNK_BLOCKS } = await import('../src/chunks.js'));
@@ -153,8 +121,8 @@ test('source line and page height map onto each other across chunk borders', asy
     }
   }
   // Scrolled far down: the top line is read where the window stands.
-  scrollY = 20 * 900;
-  assert.equal(scroll.pageYToLine(container, scrollY, scrollY), 900);
-  scrollY = 0;
+  window.scrollTo(0, 20 * 900);
+  assert.equal(scroll.pageYToLine(container, window.scrollY, window.scrollY), 900);
+  window.scrollTo(0, 0);
   container.remove();
 });

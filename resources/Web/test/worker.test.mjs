@@ -2,8 +2,8 @@
 // that overlap show only the newest, edits and the fallback when the Worker fails.
 import { test, before } from 'node:test';
 import assert from 'node:assert/strict';
-import { JSDOM, VirtualConsole } from 'jsdom';
-import { createBlockConverter as createBlockConverterForTest } from '../src/blocks.js';
+import { installWindow } from './window.mjs';
+import { createBlockConverter } from '../src/blocks.js';
 
 let window;
 let createPage;
@@ -12,22 +12,7 @@ const messages = [];
 const take = () => messages.splice(0).map((m) => JSON.parse(m));
 
 before(async () => {
-  window = new JSDOM('<!doctype html><html><head></head><body></body></html>', {
-    url: 'file:///usr/share/lumo/Web/index.html',
-    pretendToBeVisual: true,
-    virtualConsole: new VirtualConsole(),
-  }).window;
-  class Observer {
-    observe() {}
-    unobserve() {}
-    disconnect() {}
-  }
-  window.IntersectionObserver = Observer;
-  window.ResizeObserver = Observer;
-  window.matchMedia = () => ({ matches: false, addEventListener() {} });
-  for (const name of ['window', 'document', 'NodeFilter', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'cancelAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
-    Object.defineProperty(globalThis, name, { value: name === 'window' ? window : window[name], configurable: true, writable: true });
-  }
+  window = installWindow();
   ({ post } = await import('../src/bridge.js'));
   ({ createPage } = await import('../src/page.js'));
   window.document.addEventListener('lumo-post', (e) => messages.push(e.detail));
@@ -128,7 +113,7 @@ test('an edit is answered with the blocks that changed only', async () => {
     const [answer] = await ask(++ticket, ticket - 1, edited);
     assert.ok(answer.edit, what);
     assert.equal(answer.edit.blocks.length, changed, `${what}: blocks sent`);
-    const whole = createBlockConverterForTest().convert(edited);
+    const whole = createBlockConverter().convert(edited);
     const made = applyEditAnswer(held, null, answer.edit).blocks;
     assert.deepEqual(made.map((b) => [b.html, b.start, b.end]), whole.blocks.map((b) => [b.html, b.start, b.end]), what);
   }
