@@ -40,3 +40,12 @@ export function showColumnsAt(node) {
   if (!table || cell.cellIndex < SHOWN_COLUMNS || cell.hasAttribute('data-lumo-shown')) return;
   table.removeAttribute('data-lumo-wide');
 }
+
+/** Scrolls the table a node is in sideways so that the node's cell is in view (a find's hit, find.js). */
+export function scrollToCell(node) {
+  const cell = node.closest?.('td, th');
+  const table = cell?.closest('table');
+  if (!table || table.scrollWidth <= table.clientWidth) return;
+  const left = cell.offsetLeft;
+  if (left < table.scrollLeft || left + cell.offsetWidth > table.scrollLeft + table.clientWidth) table.scrollLeft = Math.max(0, left - (table.clientWidth - cell.offsetWidth) / 2);
+}
