@@ -168,10 +168,12 @@ int main(int argc, char *argv[])
             timings.push_back(timeRender(page, text, ++revision));
         }
         const Timing timing = median(timings);
-        std::printf("%-26s %16.1f %12.1f %12.1f %16s\n", qPrintable(QFileInfo(file).fileName()),
-                    timing.firstBlock, timing.rendered, timing.laidOut,
-                    qPrintable(node({webSource + QStringLiteral("/bench/plain.mjs"), file,
-                                     QStringLiteral("3")})));
+        const QString plain =
+            node({webSource + QStringLiteral("/bench/plain.mjs"), file, QStringLiteral("3")});
+        std::printf("%-26s %16.1f %12.1f %12.1f %16s %9.1fx %16.1f\n",
+                    qPrintable(QFileInfo(file).fileName()), timing.firstBlock, timing.rendered,
+                    timing.laidOut, qPrintable(plain), timing.laidOut / plain.toDouble(),
+                    timing.longest);
     }
     for (const int megabytes : files.isEmpty() ? std::vector<int>{1, 10} : std::vector<int>{}) {
         const QString file = dir.filePath(QStringLiteral("doc%1.md").arg(megabytes));

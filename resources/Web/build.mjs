@@ -50,7 +50,10 @@ async function bundle() {
   const output = join(target, 'mv.js');
   const inputs = Math.max(await newestIn(join(here, 'src')), await mtime(join(here, 'package-lock.json')), await mtime(fileURLToPath(import.meta.url)));
   if ((await mtime(output)) >= inputs) return false;
+  // The conversion Worker's code, bundled on its own and carried by mv.js as a string.
+  const worker = await build({ entryPoints: [join(here, 'src/worker.js')], write: false, bundle: true, format: 'iife', platform: 'browser', target: BROWSER, minify: true, legalComments: 'none', logLevel: 'warning' });
   await build({
+    define: { LUMO_WORKER_SOURCE: JSON.stringify(worker.outputFiles[0].text) },
     entryPoints: [join(here, 'src/main.js')],
     outfile: output,
     bundle: true,

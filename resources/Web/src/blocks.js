@@ -32,17 +32,18 @@ export function createBlockConverter() {
   /**
    * Re-converts only what an edit touched, when the last conversion of the
    * same base is complete and nothing outside the edit depends on it.
-   * Returns {blocks, tail, total} or null.
+   * Returns {blocks, tail, total, edit} or null; `edit` (a Splice, edit.js)
+   * tells how the blocks were made from the last ones, absent when they are the
+   * last ones.
    */
   function update(input, base = null) {
     if (!last || last.base !== base || last.tangled) return null;
     const text = normalize(input);
-    if (text !== last.text) {
-      const record = applyEdit(parser, last, text, base);
-      if (!record) return null;
-      last = record;
-    }
-    return { blocks: last.blocks, tail: last.tail, total: last.total };
+    if (text === last.text) return { blocks: last.blocks, tail: last.tail, total: last.total };
+    const record = applyEdit(parser, last, text, base);
+    if (!record) return null;
+    last = record;
+    return { blocks: last.blocks, tail: last.tail, total: last.total, edit: last.edit };
   }
 
   return {

@@ -178,6 +178,25 @@ export function createPlacer(container) {
       node.remove();
       if (isChunk(parent)) touched.add(parent);
     },
+    /** Removes many top-level nodes: a chunk that loses all of them goes at once, which costs far less for a whole document. */
+    removeAll(nodes) {
+      const from = new Map(); // chunk -> how many of its nodes go
+      for (const node of nodes) {
+        const parent = node.parentNode;
+        if (isChunk(parent)) from.set(parent, (from.get(parent) ?? 0) + 1);
+        else node.remove();
+      }
+      const partly = new Set();
+      for (const [chunk, count] of from) {
+        if (count === chunk.childNodes.length) chunk.remove();
+        else partly.add(chunk);
+      }
+      for (const node of nodes) {
+        if (!partly.has(node.parentNode)) continue;
+        touched.add(node.parentNode);
+        node.remove();
+      }
+    },
     /** Inserts `nodes` after the top-level node `anchor` (null: at the start), in new chunks after its own. */
     insertAfter(nodes, anchor) {
       const doc = container.ownerDocument;

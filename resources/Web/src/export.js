@@ -75,11 +75,13 @@ export function cleanClone(container, images) {
     n.removeAttribute('data-line-end');
   });
   clone.querySelectorAll('.lumo-changed').forEach((n) => n.classList.remove('lumo-changed'));
-  clone.querySelectorAll('[data-lumo-float], [data-lumo-wrap], [data-lumo-rows], [data-lumo-task]').forEach((n) => {
+  clone.querySelectorAll('[data-lumo-float], [data-lumo-wrap], [data-lumo-rows], [data-lumo-task], [data-lumo-wide], [data-lumo-shown]').forEach((n) => {
     n.removeAttribute('data-lumo-float');
     n.removeAttribute('data-lumo-wrap');
     n.removeAttribute('data-lumo-rows');
     n.removeAttribute('data-lumo-task');
+    n.removeAttribute('data-lumo-wide');
+    n.removeAttribute('data-lumo-shown');
   });
   clone.querySelectorAll('[class=""]').forEach((n) => n.removeAttribute('class'));
   const live = container.querySelectorAll('input[type="checkbox"]');

@@ -11,6 +11,7 @@
 // the page moves it, and a render that removes it leaves it collapsed where the
 // match was, so nothing points into removed nodes.
 import { blockOf, isChunk, isChunked, nextBlock, previousBlock } from './chunks.js';
+import { scrollToCell, showColumnsAt } from './wide.js';
 
 const SLICE_MS = 8;
 // On the chunk of the match (on the container when there are none): the
@@ -286,6 +287,7 @@ export function createFinder({ container, scroll }) {
     range.setStart(...pointAt(nodes, offset, false));
     range.setEnd(...pointAt(nodes, offset + length, true));
     for (let el = range.startContainer.parentNode; el && el !== container; el = el.parentNode) if (el.localName === 'details') el.open = true;
+    showColumnsAt(range.startContainer.parentNode);
     const selection = window.getSelection();
     selection.removeAllRanges();
     selection.addRange(range);
@@ -296,6 +298,7 @@ export function createFinder({ container, scroll }) {
 
   /** Brings the match into view, where it stays while the chunks above it take their real height. */
   function reveal(range) {
+    scrollToCell(range.startContainer.parentNode);
     const rect = range.getBoundingClientRect();
     if (!rect.width && !rect.height) return; // not shown: hidden by the reader's stylesheet
     const visible = rect.top >= 0 && rect.bottom <= window.innerHeight;

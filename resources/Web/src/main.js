@@ -17,7 +17,19 @@ window.addEventListener('unhandledrejection', (event) => {
 });
 
 const container = document.querySelector('main.markdown');
-const mv = createPage({ container, post });
+// The converter's own bundle, put here by build.mjs: a page loaded from file://
+// can start a Worker only from a Blob URL.
+/* global LUMO_WORKER_SOURCE */
+function startWorker() {
+  const url = URL.createObjectURL(new Blob([LUMO_WORKER_SOURCE], { type: 'text/javascript' }));
+  try {
+    return new Worker(url, { name: 'lumo-convert' });
+  } finally {
+    URL.revokeObjectURL(url);
+  }
+}
+
+const mv = createPage({ container, post, startWorker });
 Object.defineProperty(window, 'mv', { value: Object.freeze(mv), enumerable: true });
 
 let announced = false;

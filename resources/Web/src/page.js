@@ -15,6 +15,8 @@ import { exportHTML, localImages, richHTML } from './export.js';
 import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
+import { markWide, revealNear } from './wide.js';
+import { applyEditAnswer } from './editanswer.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -26,6 +28,9 @@ const SLICE_MS = 10;
 // Blocks are sanitised in batches of about this many: each pass has a cost
 // of its own, and a larger one would outlast its slice.
 const BATCH_UNITS = 150;
+// The blocks the Worker sent are sanitised in batches of about this long, so
+// that a slice ends close to SLICE_MS whatever the blocks hold.
+const BATCH_MS = 3;
 
 // Raw HTML that floats: a long document leaves its layout open so that what
 // follows flows around it (.lumo-long in style.css).
@@ -72,9 +77,11 @@ function errorMessage(err) {
 }
 
 /**
- * @param {{container: Element, post: (message: object) => void}} options
+ * @param {{container: Element, post: (message: object) => void, startWorker?: () => Worker}} options
+ *   startWorker: the converter off the main thread (conversions.js); without it,
+ *   or when it fails, the page converts on its own thread in slices.
  */
-export function createPage({ container, post, firstLines = FIRST_LINES }) {
+export function createPage({ container, post, firstLines = FIRST_LINES, startWorker = null }) {
   const sanitizer = createSanitizer(window);
   const scroll = createScrollSync({ container, post });
   const follower = createChangeFollower({ container, scroll });
@@ -87,6 +94,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     const lists = sanitizer.fragments(units.map((u) => u.html), base, generated);
     lists.forEach((nodes, i) => {
       if (!generated[i]) markFloats(nodes);
+      markWide(nodes);
       if (units[i].rows) markRows(nodes, units[i].rows);
     });
     return lists;
@@ -96,6 +104,11 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   let lastText = null; // what the last render was given: edits are made against it
   let job = null; // a long document still being put on the page
   let scheduled = null;
+  let remote = null; // the conversion Worker
+  let ticket = 0; // of the newest request to it
+  let waiting = null; // that request until its blocks are all on the page
+  let held = { ticket: 0, blocks: [], tail: null }; // the blocks of the last render answered in full: edits are answered against them
+  let waiters = []; // resolved once no render is under way
 
   const enhancer = createEnhancer({
     container,
@@ -106,6 +119,9 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
   const appearance = createAppearance({ onDarkChange: () => enhancer.retheme(container) });
 
   installDiagramMenu(container, post);
+
+  // Scrolling does not bubble: caught on its way down.
+  container.addEventListener('scroll', (event) => event.target.tagName === 'TABLE' && revealNear(event.target), { capture: true, passive: true });
 
   container.addEventListener('click', (event) => {
     const target = event.target;
@@ -175,11 +191,64 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
 
   function flush(state) {
     prepare(state, true);
+    place(state);
+  }
+
+  /** Puts what was prepared on the page. */
+  function place(state) {
     const added = state.stream.flush();
     markWraps(added);
     if (state.diff && !follower.isTailed(state.view, added)) markChanged(added);
     if (state.view) state.changed.push(...added);
     enhancer.add(added);
+  }
+
+  /**
+   * Prepares a batch of the blocks the Worker sent: false when the rest waits
+   * for blocks not converted yet (a run tied by raw HTML still open).
+   */
+  function prepareReceived(state) {
+    const { blocks, done: complete } = state.job;
+    const started = performance.now();
+    const from = state.grouped;
+    const end = Math.min(blocks.length, from + state.batch);
+    let units = groupBlocks(blocks.slice(from, end), complete && end === blocks.length);
+    // A run longer than a batch.
+    if (!units.length) units = groupBlocks(blocks.slice(from), complete);
+    if (!units.length) return false;
+    for (const u of units) state.grouped += u.blocks ? u.blocks.length : 1;
+    state.stream.add(units);
+    const perBlock = (performance.now() - started) / (state.grouped - from);
+    state.batch = Math.max(8, Math.min(2 * state.batch, BATCH_UNITS, Math.round(BATCH_MS / Math.max(perBlock, 0.01))));
+    return true;
+  }
+
+  /** Places the blocks the Worker sent, a slice at a time. */
+  function pumpReceived(state) {
+    if (job !== state) return;
+    const started = performance.now();
+    const current = state.job;
+    let waits = false;
+    while (state.grouped < current.blocks.length && performance.now() - started < SLICE_MS) {
+      waits = !prepareReceived(state);
+      if (waits) break;
+    }
+    const complete = current.done && state.grouped === current.blocks.length;
+    if (complete && current.tail) state.stream.add([current.tail]);
+    place(state);
+    if (complete) finish(state);
+    else if (!waits && state.grouped < current.blocks.length) schedule(() => pumpReceived(state));
+  }
+
+  function finish(state) {
+    const current = state.job;
+    if (state.ticket) held = { ticket: state.ticket, blocks: current.blocks, tail: current.tail };
+    state.stream.end();
+    enhancer.hold(false);
+    job = null;
+    announce(state.rev, current.blocks, current.tail);
+    if (state.view) follower.after(state.view, lastText, current.total, state.changed);
+    settle();
   }
 
   function pump(state) {
@@ -196,17 +265,71 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       // At most twice as many lines as the last step: the next lines may be denser.
       if (current.line > line) state.lines = Math.max(50, Math.min(2 * state.lines, 20000, Math.round(state.lines * (SLICE_MS / 2 / Math.max(spent, 0.5)))));
     }
-    const { stream } = state;
-    flush(state);
-    if (!current.done) {
-      schedule(() => pump(state));
+    if (current.blocks !== state.list) {
+      // Converted again in one piece (a definition the early pieces missed): the blocks shown so far are not the final ones.
+      job = null;
+      enhancer.hold(false);
+      done(current, patcher.update(unitsOf(current.blocks, current.tail)), state.diff, state.view);
       return;
     }
-    stream.end();
-    enhancer.hold(false);
+    flush(state);
+    if (current.done) finish(state);
+    else schedule(() => pump(state));
+  }
+
+  /** The render under way is complete or was replaced by one done here. */
+  function settle() {
+    waiting = null;
+    const resolved = waiters;
+    waiters = [];
+    for (const resolve of resolved) resolve();
+  }
+
+  /** A render answered at once: the whole block list goes on the page in one update. */
+  function show(request, result) {
     job = null;
-    announce(state.rev, current.blocks, current.tail);
-    if (state.view) follower.after(state.view, lastText, current.total, state.changed);
+    enhancer.hold(false);
+    settle();
+    setLong(result.total > firstLines);
+    held = { ticket, blocks: result.blocks, tail: result.tail };
+    done(result, patcher.update(unitsOf(result.blocks, result.tail)), request.diff, request.view);
+  }
+
+  function received({ ticket: answered, blocks, tail, total, done: finished, edit, restart }) {
+    const request = waiting;
+    if (!request || answered !== ticket) return; // a render since replaced
+    if (edit) return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total });
+    // The conversion was done again in one piece (a definition the early pieces missed).
+    if (restart) return show(request, { blocks, tail, total });
+    const { state } = request;
+    if (state) {
+      const current = state.job;
+      for (const block of blocks) current.blocks.push(block);
+      Object.assign(current, { tail, done: finished });
+      schedule(() => pumpReceived(state));
+      return;
+    }
+    if (finished) return show(request, { blocks, tail, total });
+    setLong(total > firstLines);
+    job = request.state = { job: { blocks, tail, total, done: false }, stream: patcher.begin(), grouped: 0, batch: 32, diff: request.diff, view: request.view, changed: [], rev: request.rev, ticket };
+    enhancer.hold(true);
+    pumpReceived(job);
+  }
+
+  try {
+    remote = startWorker?.() ?? null;
+  } catch {
+    remote = null;
+  }
+  if (remote) {
+    remote.onmessage = (event) => received(event.data);
+    // A Worker that cannot run: the render under way is done here.
+    remote.onerror = (event) => {
+      event?.preventDefault?.();
+      remote = null;
+      const request = waiting;
+      if (request) convertHere(lastText, request.diff, request.view);
+    };
   }
 
   // Yields to input and painting between slices; setTimeout(0) is clamped to 4 ms.
@@ -227,9 +350,34 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     patcher.setChunked(long);
   }
 
-  /** Export and print need the whole document. */
+  /**
+   * Export and print need the whole document: a promise while the Worker still
+   * converts it, null once it is on the page (callers go on at once then).
+   */
   function finishRendering() {
-    while (job && !job.job.done) pump(job);
+    if (waiting) return new Promise((resolve) => waiters.push(resolve)).then(finishRendering);
+    while (job?.job.step && !job.job.done) pump(job);
+    return null;
+  }
+
+  function convertHere(text, diff, view) {
+    settle();
+    const fast = converter.update(text, base);
+    if (fast) {
+      setLong(fast.total > firstLines);
+      return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff, view);
+    }
+    const current = converter.start(text, base);
+    setLong(current.total > firstLines);
+    current.step(firstLines);
+    if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff, view);
+    // Long: the top now, the rest in slices.
+    const state = { job: current, list: current.blocks, stream: patcher.begin(), grouped: 0, diff, view, changed: [], rev, lines: firstLines };
+    job = state;
+    enhancer.hold(true);
+    flush(state);
+    schedule(() => pump(state));
+    return { rev, changed: -1 };
   }
 
   const api = {
@@ -244,21 +392,10 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       job = null;
       scheduled = null;
       enhancer.hold(false);
-      const fast = converter.update(text, base);
-      if (fast) {
-        setLong(fast.total > firstLines);
-        return done(fast, patcher.update(unitsOf(fast.blocks, fast.tail)), diff, view);
-      }
-      const current = converter.start(text, base);
-      setLong(current.total > firstLines);
-      current.step(firstLines);
-      if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff, view);
-      // Long: the top now, the rest in slices.
-      const state = { job: current, stream: patcher.begin(), grouped: 0, diff, view, changed: [], rev, lines: firstLines };
-      job = state;
-      enhancer.hold(true);
-      flush(state);
-      schedule(() => pump(state));
+      if (!remote) return convertHere(text, diff, view);
+      ticket += 1;
+      waiting = { rev, diff, view, state: null };
+      remote.postMessage({ ticket, holds: held.ticket, text, base, firstLines, mark: TASK_BOX_MARK });
       return { rev, changed: -1 };
     },
     /**
@@ -288,7 +425,8 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
     },
     /** Light or dark for export and print; null returns to the window's own appearance. */
     async setAppearance(mode) {
-      finishRendering();
+      const rendering = finishRendering();
+      if (rendering) await rendering;
       await appearance.setAppearance(mode);
       await enhancer.flush();
       getComputedStyle(document.documentElement).getPropertyValue('--bg'); // settle styles before printing
@@ -331,12 +469,12 @@ export function createPage({ container, post, firstLines = FIRST_LINES }) {
       return localImages(container);
     },
     async exportHTML(images) {
-      finishRendering();
+      await finishRendering();
       await enhancer.flush();
       return exportHTML(container, images);
     },
     async richHTML(images) {
-      finishRendering();
+      await finishRendering();
       await enhancer.flush();
       return richHTML(container, images);
     },

@@ -75,8 +75,10 @@ export function createPatcher(container, { sanitize }) {
     }
   }
 
-  function removeEntry(entry) {
-    for (const node of entry.nodes) placer.remove(node);
+  function removeEntries(list) {
+    const nodes = [];
+    for (const entry of list) for (const node of entry.nodes) nodes.push(node);
+    placer.removeAll(nodes);
   }
 
   return {
@@ -111,7 +113,7 @@ export function createPatcher(container, { sanitize }) {
       }
       const made = create(missing.map((m) => units[head + m]));
       missing.forEach((m, i) => (middle[m] = made[i]));
-      for (const list of pool.values()) for (const entry of list) removeEntry(entry);
+      removeEntries(Array.from(pool.values()).flat());
       place(middle, firstNode(old, old.length - tail));
       placer.settle();
       entries = old.slice(0, head).concat(middle, old.slice(old.length - tail));
@@ -180,7 +182,7 @@ export function createPatcher(container, { sanitize }) {
         },
         /** Drops the old nodes that were not reused. */
         end() {
-          for (const entry of before) if (!used.has(entry)) removeEntry(entry);
+          removeEntries(before.filter((entry) => !used.has(entry)));
           placer.settle();
           entries = placed;
           stream = null;

@@ -5,6 +5,7 @@ import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { convert } from '../src/markdown.js';
 import { createBlockConverter, outlineOf } from '../src/blocks.js';
+import { applyEditAnswer, editAnswer } from '../src/editanswer.js';
 import { documentOf } from '../bench/document.mjs';
 
 const BASE = 'file:///home/u/docs/';
@@ -132,7 +133,7 @@ test('random edits always match a whole conversion', () => {
   const pieces = ['x', '\n', '\n\n', '# ', '- ', '> ', '```\n', '$', '[^n3]', '[^n9]: note\n', '[guide]', '[guide]: /g\n', '<div>\n\n', '</div>', '|', '==', '    ', '---\n'];
   const converter = createBlockConverter();
   let text = RICH;
-  converter.convert(text, BASE);
+  let held = converter.convert(text, BASE);
   let incremental = 0;
   for (let i = 0; i < 250; i++) {
     const at = Math.floor(next() * text.length);
@@ -141,6 +142,10 @@ test('random edits always match a whole conversion', () => {
     const fast = converter.update(text, BASE);
     if (fast) incremental++;
     assertSame(fast ?? converter.convert(text, BASE), text, `edit ${i}`);
+    // What the page makes of the Worker's answer, from the blocks it held.
+    const answer = fast && editAnswer(held.blocks, fast);
+    if (answer) assertSame({ ...applyEditAnswer(held.blocks, held.tail, answer), total: fast.total }, text, `answer to edit ${i}`);
+    held = fast ?? converter.convert(text, BASE);
   }
   assert.ok(incremental > 150, `${incremental} of 250 edits handled without a whole conversion`);
 });

@@ -79,6 +79,12 @@ test('an edit inside a chunk replaces only its block there; one that adds many b
   for (const chunk of chunks(container)) assert.ok(chunk.childElementCount < 2 * CHUNK_BLOCKS);
   const inserted = Array.from(container.querySelectorAll('p'), (p) => p.textContent).filter((t) => t.startsWith('Inserted'));
   assert.deepEqual(inserted, Array.from({ length: 3 * CHUNK_BLOCKS }, (_, i) => `Inserted ${i}.`));
+
+  // A cut across several chunks: those it empties go, those it enters keep the rest.
+  page.render(DOC.slice(0, DOC.indexOf('## Part 30\n')) + DOC.slice(DOC.indexOf('## Part 90\n')), null, { rev: 4 });
+  const parts = Array.from({ length: SECTIONS }, (_, i) => i).filter((i) => i < 30 || i >= 90);
+  assert.deepEqual(Array.from(container.querySelectorAll('h2'), (h) => h.id), parts.map((i) => `part-${i}`));
+  for (const chunk of chunks(container)) assert.ok(chunk.childElementCount > 0 && chunk.childElementCount < 2 * CHUNK_BLOCKS);
   container.remove();
 });
 

@@ -127,6 +127,30 @@ test('steps forwards and backwards from the current match, wrapping around both 
   assert.equal(selected(), 'need');
 });
 
+test('a hit in a column a wide table hides shows every column of that table', async () => {
+  const cells = (last, other) => `| ${Array.from({ length: 150 }, (_, i) => (i === 149 ? last : other)).join(' | ')} |`;
+  const table = (last) => [cells('h', 'h'), `|${'---|'.repeat(150)}`, cells(last, 'c'), cells('c', 'c')].join('\n');
+  const { page, container } = await pageWith(`${table('hay')}\n\n${table('needle')}`);
+  const [first, second] = container.querySelectorAll('table');
+  assert.equal(second.getAttribute('data-lumo-wide'), '100');
+  // Columns 50px wide in a table 600px wide.
+  const cell = window.HTMLTableCellElement.prototype;
+  Object.defineProperty(cell, 'offsetLeft', {
+    get() {
+      return this.cellIndex * 50;
+    },
+    configurable: true,
+  });
+  Object.defineProperty(cell, 'offsetWidth', { get: () => 50, configurable: true });
+  for (const t of [first, second]) Object.defineProperties(t, { scrollWidth: { value: 7500 }, clientWidth: { value: 600 }, scrollLeft: { value: 0, writable: true } });
+  assert.deepEqual(await page.find('needle'), { active: 1, matches: 1 });
+  assert.equal(second.getAttribute('data-lumo-wide'), null);
+  assert.equal(second.scrollLeft, 149 * 50 - 275, 'scrolled sideways to the hit, in the middle');
+  assert.equal(first.getAttribute('data-lumo-wide'), '100', 'the other table keeps its columns hidden');
+  delete cell.offsetLeft;
+  delete cell.offsetWidth;
+});
+
 const SECTIONS = 60;
 const LONG = Array.from({ length: SECTIONS }, (_, i) => `## Part ${i}\n\nText of part ${i}${i % 20 === 7 ? ' with a needle' : ''}.\n\n- item ${i}\n`).join('\n');
 

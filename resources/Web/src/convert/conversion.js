@@ -19,6 +19,7 @@ import { normalize, sourceOf } from './source.js';
  * @property {object} refs       label -> {href, title}, as the whole text defines them
  * @property {Set<string>} labels  footnote labels defined
  * @property {boolean} tangled   footnotes inside footnotes: edits are converted whole
+ * @property {import('./edit.js').Splice} [edit]  how it was made from the conversion before it, after an edit
  */
 
 /**

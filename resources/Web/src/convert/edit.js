@@ -25,6 +25,14 @@ const MAX_EDIT_LINES = 4000;
  * @property {number} fromLine   where the first starts
  * @property {number} stopLine   where the block after the last starts (Infinity at the end)
  *
+ * What an edit changed in the block list.
+ * @typedef {object} Splice
+ * @property {import('./blocklist.js').Block[]} from  the block list before it
+ * @property {number} first      index of the first block replaced
+ * @property {number} removed    how many were replaced
+ * @property {number} endLine    the blocks after them moved by `delta` lines from this line on (moveBlock)
+ * @property {number} delta
+ *
  * @typedef {object} Reparsed  The region parsed again in the new text.
  * @property {{text: string, starts: number[], total: number}} source
  * @property {import('./env.js').PieceEnv} env
@@ -119,17 +127,26 @@ function splice(old, region, change, reparsed) {
   const laterHeadings = after.flatMap((b) => b.headings).concat(old.tail ? old.tail.headings : []);
   for (const h of laterHeadings) if (unique(h.text) !== h.id) return null;
 
-  const shiftHeadings = (headings) => headings.map((h) => ({ ...h, line: moved(h.line) }));
-  const shiftBlock = (b) => (delta === 0 ? b : { ...b, html: shiftLines(b.html, endLine, delta), start: b.start + delta, end: b.end + delta, headings: shiftHeadings(b.headings) });
-  const blocks = old.blocks.slice(0, region.first).concat(fresh, after.map(shiftBlock));
-  let tail = old.tail;
-  if (tail && delta !== 0) tail = { ...tail, html: shiftLines(tail.html, endLine, delta), headings: shiftHeadings(tail.headings) };
+  const blocks = old.blocks.slice(0, region.first).concat(fresh, after.map((b) => moveBlock(b, endLine, delta)));
+  const tail = old.tail && moveBlock(old.tail, endLine, delta);
   const shiftDef = (d) => (d.line >= endLine ? { ...d, line: d.line + delta, ...(d.end !== undefined ? { end: d.end + delta } : {}) } : d);
   const before = (d) => d.line < region.fromLine;
   const behind = (d) => d.line >= region.stopLine;
   const refDefs = old.refDefs.filter(before).concat(newRefs, old.refDefs.filter(behind).map(shiftDef));
   const fnDefs = old.fnDefs.filter(before).concat(newNotes, old.fnDefs.filter(behind).map(shiftDef));
-  return { ...old, ...reparsed.source, blocks, tail, refDefs, fnDefs };
+  const edit = { from: old.blocks, first: region.first, removed: region.last - region.first, endLine, delta };
+  return { ...old, ...reparsed.source, blocks, tail, refDefs, fnDefs, edit };
+}
+
+/**
+ * A block (or the footnote section) after `delta` lines were added above line
+ * `endLine`: the same object when nothing moves. The page moves the blocks an
+ * edit kept with it, as the converter did (conversions.js).
+ */
+export function moveBlock(block, endLine, delta) {
+  if (delta === 0) return block;
+  const moved = (line) => (line >= endLine ? line + delta : line);
+  return { ...block, html: shiftLines(block.html, endLine, delta), start: moved(block.start), end: moved(block.end), headings: block.headings.map((h) => ({ ...h, line: moved(h.line) })) };
 }
 
 /**

@@ -7,7 +7,12 @@ const MARK = /^\[([ xX])\](?:[ \t]|$)/;
  * Carried by the boxes the converter makes, so that only they toggle a line: a
  * document written before the page loaded cannot know it.
  */
-export const TASK_BOX_MARK = Math.random().toString(36).slice(2, 12);
+export let TASK_BOX_MARK = Math.random().toString(36).slice(2, 12);
+
+/** The page's own mark, for a converter running in a Worker (conversions.js). */
+export function useTaskBoxMark(mark) {
+  TASK_BOX_MARK = String(mark);
+}
 
 export default function tasks(md) {
   md.core.ruler.push('lumo_tasks', (state) => {

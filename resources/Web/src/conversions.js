@@ -1,0 +1,87 @@
+// The converter served over a message port: in a Worker (worker.js) the page's
+// main thread only sanitises and inserts, so neither a long document nor one
+// block markdown-it takes long over holds up scrolling, find or typing.
+//   asked:    {ticket, holds, text, base, firstLines, mark}: holds, the ticket whose
+//             blocks the page holds in full; mark, the page's task box mark
+//   answered: {ticket, blocks, tail, total, done, restart}: the blocks converted since
+//             the last answer to that ticket (all of them when `restart`: the text
+//             was converted again in one piece), or after an edit of the text of `holds`
+//             {ticket, edit, total, done: true}: only what changed (editanswer.js).
+// A newer request drops an older one between steps.
+import { createBlockConverter } from './blocks.js';
+import { editAnswer } from './editanswer.js';
+import { useTaskBoxMark } from './plugins/tasks.js';
+
+// Each answer holds about this much converting: the page sanitises and inserts
+// what it brings within one slice of its own.
+const STEP_MS = 8;
+
+// Yields to newer requests between steps; setTimeout(0) is clamped to 4 ms.
+function soon() {
+  const channel = new MessageChannel();
+  let next = null;
+  channel.port1.onmessage = () => {
+    const task = next;
+    next = null;
+    task?.();
+  };
+  channel.port1.unref?.(); // node (tests): an idle port must not keep the process alive
+  return (task) => {
+    next = task;
+    channel.port2.postMessage(null);
+  };
+}
+
+/** `later(task)` runs a task after what is waiting (tests slow it down). */
+export function serveConversions(port, later = soon()) {
+  const converter = createBlockConverter();
+  let latest = null;
+  let held = null; // {ticket, blocks}: the last blocks answered in full, as the page holds them once it has them all
+
+  function convert(request) {
+    const { ticket, holds, text, base, firstLines, mark } = request;
+    useTaskBoxMark(mark);
+    const fast = converter.update(text, base);
+    if (fast) {
+      const edit = held?.ticket === holds ? editAnswer(held.blocks, fast) : null;
+      if (edit) port.postMessage({ ticket, edit, total: fast.total, done: true });
+      else port.postMessage({ ticket, blocks: fast.blocks, tail: fast.tail, total: fast.total, done: true });
+      held = { ticket, blocks: fast.blocks };
+      return;
+    }
+    const job = converter.start(text, base);
+    const list = job.blocks;
+    let sent = 0;
+    let lines = firstLines;
+    const answer = () => {
+      // Converted again in one piece: the blocks sent so far are not the final ones.
+      const restart = job.blocks !== list;
+      port.postMessage({ ticket, blocks: job.blocks.slice(restart ? 0 : sent), tail: job.tail, total: job.total, done: job.done, restart });
+      sent = job.blocks.length;
+      if (job.done) held = { ticket, blocks: job.blocks };
+    };
+    const more = () => {
+      if (request !== latest) return;
+      const started = performance.now();
+      while (!job.done && performance.now() - started < STEP_MS) {
+        const line = job.line;
+        const before = performance.now();
+        job.step(lines);
+        // At most twice as many lines as the last step: the next lines may be denser.
+        if (job.line > line) lines = Math.max(50, Math.min(2 * lines, 20000, Math.round(lines * (STEP_MS / 2 / Math.max(performance.now() - before, 0.5)))));
+      }
+      answer();
+      if (!job.done) later(more);
+    };
+    job.step(firstLines);
+    answer();
+    if (!job.done) later(more);
+  }
+
+  port.onmessage = (event) => {
+    latest = event.data;
+    // Requests that came together: only the newest is converted.
+    const request = latest;
+    later(() => request === latest && convert(request));
+  };
+}

@@ -1,0 +1,54 @@
+// An edit's answer from the conversion Worker: only the blocks that changed,
+// and where they go in the block list the page already holds. Cloning every
+// block of a long document across threads for each keystroke cost more than
+// converting the edit on the page itself.
+import { moveBlock } from './convert/edit.js';
+
+/**
+ * @typedef {object} EditAnswer
+ * @property {number} first      index of the first held block replaced
+ * @property {number} removed    how many held blocks are replaced
+ * @property {object[]} blocks   what replaces them
+ * @property {number} delta      lines the held blocks after them move by
+ * @property {number} endLine    the footnote section's lines move from this line on
+ */
+
+// Every line of a block after an edit moves (the edit ends above its start).
+const moved = (block, delta) => moveBlock(block, 0, delta);
+
+function sameBlock(a, b) {
+  return a.html === b.html && a.start === b.start && a.end === b.end && a.rows === b.rows && a.raw === b.raw && JSON.stringify([a.headings, a.fnRefs]) === JSON.stringify([b.headings, b.fnRefs]);
+}
+
+/**
+ * The answer that turns `held` (the blocks the page holds) into `blocks`, or
+ * null when the page needs them all.
+ * @param {object[]} held
+ * @param {{blocks: object[], edit?: import('./convert/edit.js').Splice}} result  of the converter's update()
+ * @returns {EditAnswer|null}
+ */
+export function editAnswer(held, { blocks, edit }) {
+  if (blocks === held) return { first: held.length, removed: 0, blocks: [], endLine: 0, delta: 0 };
+  if (!edit || edit.from !== held) return null;
+  const { endLine, delta } = edit;
+  let { first, removed } = edit;
+  let end = first + blocks.length - held.length + removed; // after the new blocks
+  // The region parsed again reaches past the change: what it gave back unchanged stays.
+  while (removed > 0 && first < end && sameBlock(blocks[first], held[first])) {
+    first++;
+    removed--;
+  }
+  while (removed > 0 && first < end && sameBlock(blocks[end - 1], moved(held[first + removed - 1], delta))) {
+    end--;
+    removed--;
+  }
+  return { first, removed, blocks: blocks.slice(first, end), endLine, delta };
+}
+
+/** The page's new block list and footnote section from the ones it holds and an edit's answer. */
+export function applyEditAnswer(held, tail, answer) {
+  const { first, removed, blocks, endLine, delta } = answer;
+  const kept = held.slice(first + removed);
+  const after = delta === 0 ? kept : kept.map((b) => moved(b, delta));
+  return { blocks: held.slice(0, first).concat(blocks, after), tail: tail && moveBlock(tail, endLine, delta) };
+}
