@@ -148,13 +148,28 @@ void TestKeyboard::type(const QString &text)
 
 void TestKeyboard::readingStartsAtTheKeyboard()
 {
-    start({fixture(u"long.md"_s, longDocument(150))});
+    // Footnotes at the end: one block much taller than the page guesses before it is seen.
+    QByteArray text = longDocument(150);
+    for (int i = 1; i <= 150; ++i)
+        text += "See[^" + QByteArray::number(i) + "].\n\n";
+    for (int i = 1; i <= 150; ++i)
+        text += "[^" + QByteArray::number(i) +
+                "]: A note long enough to wrap onto a second line of the page, with more words "
+                "after it.\n";
+    start({fixture(u"long.md"_s, text)});
     QCOMPARE(focus(), u"page"_s);
     keys({u"Next"_s});
     QTRY_VERIFY(number(u"window.scrollY"_s) > 300);
     const double afterPageDown = number(u"window.scrollY"_s);
     keys({u"space"_s});
     QTRY_VERIFY(number(u"window.scrollY"_s) > afterPageDown + 300);
+    // End reaches the bottom and stays there once the blocks near it have their height.
+    keys({u"End"_s});
+    const QString belowTheWindow =
+        u"document.documentElement.scrollHeight - window.scrollY - window.innerHeight"_s;
+    QTRY_VERIFY(number(belowTheWindow) < 2);
+    QTest::qWait(1500);
+    QVERIFY2(number(belowTheWindow) < 2, qPrintable(probe(belowTheWindow).join(u' ')));
 }
 
 void TestKeyboard::shiftTabStaysInTheEditor()

@@ -235,7 +235,16 @@ export function createScrollSync({ container, post }) {
     settle = requestAnimationFrame(check);
   }
 
-  return {
+  // End lands on blocks that take their real height only once they are in view,
+  // which pushes the bottom further down: keep to it while they settle.
+  window.addEventListener('keydown', (e) => {
+    if (e.key !== 'End' || e.shiftKey || e.altKey || e.metaKey || e.defaultPrevented) return;
+    const field = 'input, textarea, select, [contenteditable]';
+    if (e.target instanceof Element && e.target.closest(field)) return;
+    requestAnimationFrame(() => sync.scrollToBottom());
+  });
+
+  const sync = {
     /** When the reader last used the wheel, a key, the mouse or a finger in the page (performance.now()). */
     lastInput() {
       return inputAt;
@@ -269,4 +278,5 @@ export function createScrollSync({ container, post }) {
       );
     },
   };
+  return sync;
 }
