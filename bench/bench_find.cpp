@@ -15,10 +15,9 @@
 // gigabytes, so it runs only with --engine-10mb.
 // Run: build/bench/bench_find [RUNS] [--engine-10mb]   (medians of RUNS runs, 3 by
 // default; prints figures, never fails on time).
+#include "BenchPage.h"
 #include "document/PageScript.h"
 #include "document/PreviewPage.h"
-#include "document/WebEngineSetup.h"
-#include "EventLoop.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -173,30 +172,17 @@ void print(const QString &label, const std::vector<Timing> &timings, double mega
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    WebEngineSetup::prepare();
+    BenchPage::prepare();
     QApplication app(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     const int runs = argc > 1 ? std::max(1, arguments.at(1).toInt()) : 3;
     const bool engineAtTen = arguments.contains(QStringLiteral("--engine-10mb"));
 
     QTemporaryDir dir;
-    QWebEngineView view;
-    auto *page = new PreviewPage(&view);
-    view.setPage(page);
-    view.resize(900, 1000);
-    view.show();
-    bool ready = false;
-    QObject::connect(page, &PreviewPage::messageReceived, [&](const QJsonObject &message) {
-        if (message.value(QLatin1String("type")) == QLatin1String("ready"))
-            ready = true;
-    });
-    page->loadIndex();
-    if (!runUntil([&] { return ready; }, 30000)) {
-        std::fputs("the page did not load\n", stderr);
+    BenchPage bench;
+    if (!bench.load())
         return 1;
-    }
+    PreviewPage *page = bench.page();
 
     std::printf("%-34s %10s %10s %16s %8s %8s %12s\n", "search", "hit ms", "count ms",
                 "longest task ms", "matches", "in view", "renderer MB");

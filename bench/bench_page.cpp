@@ -10,10 +10,9 @@
 //                 the measurement itself left out), which stalls scrolling and input.
 // Run: build/bench/bench_page [RUNS [FILE...]]   (medians of RUNS runs, 3 by default;
 // prints figures, never fails on time). Given files, times those instead.
+#include "BenchPage.h"
 #include "document/PageScript.h"
 #include "document/PreviewPage.h"
-#include "document/WebEngineSetup.h"
-#include "EventLoop.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -129,29 +128,16 @@ Timing median(std::vector<Timing> timings)
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    WebEngineSetup::prepare();
+    BenchPage::prepare();
     QApplication app(argc, argv);
     // Medians of this many runs: the figures of a single run vary a lot on a busy machine.
     const int runs = argc > 1 ? std::max(1, QString::fromLocal8Bit(argv[1]).toInt()) : 3;
 
     QTemporaryDir dir;
-    QWebEngineView view;
-    auto *page = new PreviewPage(&view);
-    view.setPage(page);
-    view.resize(900, 1000);
-    view.show();
-    bool ready = false;
-    QObject::connect(page, &PreviewPage::messageReceived, [&](const QJsonObject &message) {
-        if (message.value(QLatin1String("type")) == QLatin1String("ready"))
-            ready = true;
-    });
-    page->loadIndex();
-    if (!runUntil([&] { return ready; }, 30000)) {
-        std::fputs("the page did not load\n", stderr);
+    BenchPage bench;
+    if (!bench.load())
         return 1;
-    }
+    PreviewPage *page = bench.page();
 
     std::printf("%-26s %16s %12s %12s %16s %10s %16s\n", "document", "first screen ms",
                 "rendered ms", "laid out ms", "markdown-it ms", "laid out/", "longest task ms");

@@ -3,56 +3,14 @@
 // hit brought into view, and renders under a current match.
 import { test, before } from 'node:test';
 import assert from 'node:assert/strict';
-import { JSDOM, VirtualConsole } from 'jsdom';
+import { installWindow } from './window.mjs';
 
 let window;
 let createPage;
-let scrollY = 0;
 const HEIGHT = 400;
 
 before(async () => {
-  const dom = new JSDOM('<!doctype html><html><head></head><body></body></html>', {
-    url: 'file:///usr/share/lumo/Web/index.html',
-    pretendToBeVisual: true,
-    virtualConsole: new VirtualConsole(),
-  });
-  window = dom.window;
-  class Observer {
-    observe() {}
-    unobserve() {}
-    disconnect() {}
-  }
-  window.IntersectionObserver = Observer;
-  window.ResizeObserver = Observer;
-  window.matchMedia = () => ({ matches: false, addEventListener() {} });
-  Object.defineProperty(window, 'scrollY', { get: () => scrollY, configurable: true });
-  Object.defineProperty(window, 'innerHeight', { get: () => HEIGHT, configurable: true });
-  window.scrollTo = (x, y) => {
-    scrollY = Math.max(0, typeof x === 'object' ? x.top : y);
-  };
-  // A fake layout: every source line is 20px tall; an element spans the lines of
-  // what it holds, text sits on the line of its block.
-  const lines = (el) => {
-    const first = el.closest('[data-line]') ?? el.querySelector('[data-line]');
-    const all = el.querySelectorAll('[data-line-end]');
-    const last = el.closest('[data-line]') ?? all[all.length - 1];
-    return first ? [Number(first.getAttribute('data-line')), Number(last.getAttribute('data-line-end'))] : null;
-  };
-  const rect = (span) => {
-    if (!span) return { top: 0, bottom: 0, height: 0, width: 0 };
-    const [top, bottom] = [span[0] * 20 - scrollY, span[1] * 20 - scrollY];
-    return { top, bottom, height: bottom - top, width: 600 };
-  };
-  window.Element.prototype.getBoundingClientRect = function elementRect() {
-    return rect(lines(this));
-  };
-  window.Range.prototype.getBoundingClientRect = function rangeRect() {
-    const line = lines(this.startContainer.parentElement)[0];
-    return rect([line, line + 1]);
-  };
-  for (const name of ['window', 'document', 'NodeFilter', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'cancelAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
-    Object.defineProperty(globalThis, name, { value: name === 'window' ? window : window[name], configurable: true, writable: true });
-  }
+  window = installWindow('', { height: HEIGHT });
   ({ createPage } = await import('../src/page.js'));
 });
 
@@ -66,7 +24,7 @@ async function pageWith(text, long = 1e9) {
   page.render(text, null, { rev: 1 });
   for (let i = 0; i < 2000 && !rendered; i++) await new Promise((resolve) => setTimeout(resolve, 2));
   window.getSelection().removeAllRanges();
-  scrollY = 0;
+  window.scrollTo(0, 0);
   return { page, container };
 }
 
@@ -163,7 +121,7 @@ test('a long document: the hits in order across chunk borders, each brought into
     const line = selectedLine();
     parts.push(Number(window.getSelection().getRangeAt(0).startContainer.parentElement.closest('lumo-chunk') && line));
     assert.equal(answer.matches, 3);
-    const top = line * 20 - scrollY;
+    const top = line * 20 - window.scrollY;
     assert.ok(top >= 0 && top < HEIGHT, `line ${line} in view (${top})`);
   }
   const needles = LONG.split('\n').flatMap((text, line) => (text.includes('needle') ? [line] : []));
@@ -202,12 +160,12 @@ test('a render under the current match: found again, or gone, never in removed n
   assert.deepEqual(await page.find('needle', { again: true }), { active: 2, matches: 2 });
   assert.ok(selectedLine() > line);
   // A render while a step is still on its way: the step goes on and brings its hit into view.
-  scrollY = 0;
+  window.scrollTo(0, 0);
   const stepping = page.find('needle');
   const refresh = page.find('needle', { again: true });
   assert.equal(await stepping, null);
   assert.deepEqual(await refresh, { active: 1, matches: 2 });
-  assert.ok(scrollY > 0, 'scrolled to the hit');
+  assert.ok(window.scrollY > 0, 'scrolled to the hit');
   page.render('Nothing here.', null, { rev: 4 });
   assert.deepEqual(await page.find('needle', { again: true }), { active: 0, matches: 0 });
 });
