@@ -2,7 +2,7 @@
 // page sends back. Created once per page load by main.js; kept apart from it
 // so tests can build one in a DOM of their own.
 import { createBlockConverter, groupBlocks, outlineOf } from './blocks.js';
-import { createSanitizer } from './sanitize.js';
+import { PieceKind, createSanitizer } from './sanitize.js';
 import { createPatcher } from './patch.js';
 import { createScrollSync } from './scroll.js';
 import { createChangeFollower } from './follow.js';
@@ -88,13 +88,13 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   const finder = createFinder({ container, scroll });
   const converter = createBlockConverter();
   let base = null;
-  // Units without raw HTML of the document (no run of blocks, no raw text) take the quick check.
+  // A unit that is one block takes a quick check instead of DOMPurify: none when the Worker made it already.
+  const kindOf = (u) => (u.blocks ? null : u.checked ? PieceKind.CHECKED : u.raw ? PieceKind.PLAIN : PieceKind.GENERATED);
   const sanitize = (units) => {
-    const generated = units.map((u) => !u.blocks && !u.raw);
-    const lists = sanitizer.fragments(units.map((u) => u.html), base, generated);
+    const lists = sanitizer.fragments(units.map((u) => u.html), base, units.map(kindOf));
     lists.forEach((nodes, i) => {
-      if (!generated[i]) markFloats(nodes);
-      markWide(nodes);
+      if (units[i].blocks || units[i].raw) markFloats(nodes);
+      if (/<table/i.test(units[i].html)) markWide(nodes);
       if (units[i].rows) markRows(nodes, units[i].rows);
     });
     return lists;

@@ -4,6 +4,7 @@
 import createDOMPurify from 'dompurify';
 import { resolveAsset, resolveLink, resolveSrcset } from './urls.js';
 import { capNesting } from './convert/rawhtml.js';
+import { ALLOWED_URI, SAFE_ID, cleanStyle, generatedHtmlIsClean, plainHtmlIsClean } from './plainmarkup.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
 
 const FORBID_TAGS = [
@@ -12,32 +13,11 @@ const FORBID_TAGS = [
 ];
 const FORBID_ATTR = ['srcdoc', 'formaction', 'action', 'ping', 'autofocus', 'target', 'is'];
 
-// Any scheme is allowed except those that run code or read browser state;
-// links to other schemes go to the native link policy.
-const ALLOWED_URI = /^(?!(?:javascript|vbscript|data|blob|filesystem|about|chrome|chrome-extension|devtools|view-source|jar|qrc|qt)\s*:)/i;
-
 // Elements that cannot clobber document properties, so their ids are kept
 // even when they shadow a document property name ("title", "images", ...).
 const NAMED_ACCESS = new Set(['img', 'form', 'embed', 'object', 'iframe', 'input', 'button', 'select', 'textarea', 'output', 'fieldset', 'map']);
-const SAFE_ID = /^[\p{L}\p{M}\p{N}_:.-]+$/u;
 
 const ASSET_ATTRS = { img: ['src'], video: ['src', 'poster'], audio: ['src'], source: ['src'], track: ['src'], input: ['src'] };
-
-const BAD_VALUE = /url\s*\(|expression\s*\(|image-set|@import|javascript:|-moz-binding|behavior\s*:/i;
-// Anything that takes an element out of its own place in the flow, or moves it
-// over its neighbours: raw HTML must not lay an invisible link over the page.
-const BAD_PLACEMENT = /^(?:position\s*:\s*(?!static\s*$|relative\s*$)|z-index|inset|top|right|bottom|left|transform|translate|rotate|scale|zoom)\b/i;
-const NEGATIVE_MARGIN = /^margin[a-z-]*\s*:.*(?:^|[\s:(,])-\s*\.?\d/i;
-
-/** Keeps harmless inline declarations; drops anything that fetches, escapes or overlays. */
-export function cleanStyle(value) {
-  if (/[\\]|\/\*|<|>|&/.test(value)) return ''; // escapes and comments hide everything below
-  return value
-    .split(';')
-    .map((d) => d.trim())
-    .filter((d) => /^[a-z-]+\s*:/i.test(d) && !BAD_VALUE.test(d) && !BAD_PLACEMENT.test(d) && !NEGATIVE_MARGIN.test(d) && !/^\s*--/.test(d))
-    .join('; ');
-}
 
 // The page's own classes and attributes: documents may not borrow its machinery
 // (hidden from export, task boxes, copy buttons, change marks).
@@ -85,58 +65,20 @@ function finishElement(node, base) {
   if (tag === 'input' && !isTaskBox(node)) node.setAttribute('disabled', '');
 }
 
-// What the converter itself writes for Markdown without raw HTML. Such HTML
-// is checked against these lists instead of passing through DOMPurify, which
-// costs several times more; anything else found in it goes to DOMPurify.
-const GENERATED_TAGS = new Set([
-  'a', 'blockquote', 'br', 'code', 'dd', 'del', 'details', 'div', 'dl', 'dt', 'em', 'h1', 'h2', 'h3', 'h4', 'h5', 'h6',
-  'hr', 'img', 'input', 'li', 'mark', 'ol', 'p', 'pre', 's', 'section', 'span', 'strong', 'sub', 'summary', 'sup',
-  'table', 'tbody', 'td', 'tfoot', 'th', 'thead', 'tr', 'ul',
-]);
-const GENERATED_ATTRS = new Set(['class', 'id', 'title', 'alt', 'href', 'src', 'start', 'type', 'checked', 'scope', 'style', 'lang', 'dir', 'open']);
-const URL_ATTRS = new Set(['href', 'src']);
-const ATTR_WHITESPACE = /[\u0000-\u0020\u00A0\u1680\u180E\u2000-\u2029\u205F\u3000]/g;
+/**
+ * What a piece of HTML is known to be, for sanitiser.fragments():
+ * GENERATED, the converter's markup for Markdown without raw HTML; PLAIN, a
+ * block that may hold raw HTML and ties no other block to it; CHECKED, a block
+ * the conversion Worker found clean (plainmarkup.js `blockIsClean`).
+ * @enum {string}
+ */
+export const PieceKind = { GENERATED: 'generated', PLAIN: 'plain', CHECKED: 'checked' };
 
-// The converter's markup, read as text: lower-case tags, double-quoted
-// attribute values without < or >, no comments. Anything else fails the check.
-// Whitespace is the parser's own: ASCII only.
-const GENERATED_TAG = /<(\/?)([a-z][a-z0-9]*)((?:[\t\n\f\r ]+[a-z][a-z0-9-]*(?:="[^"<>]*")?)*)[\t\n\f\r ]*>/y;
-const GENERATED_ATTR = /[\t\n\f\r ]+([a-z][a-z0-9-]*)(?:="([^"]*)")?/g;
-// The only character references the converter writes into attributes.
-const OTHER_REFERENCE = /&(?!(?:amp|lt|gt|quot);)/;
-const REFERENCE = /&(amp|lt|gt|quot);/g;
-const REFERENCED = { amp: '&', lt: '<', gt: '>', quot: '"' };
-
-function generatedAttributesAreClean(tag, attributes) {
-  let checkbox = false;
-  GENERATED_ATTR.lastIndex = 0;
-  for (let m; (m = GENERATED_ATTR.exec(attributes)); ) {
-    const name = m[1];
-    if (name.startsWith('data-') || name.startsWith('aria-')) continue;
-    if (!GENERATED_ATTRS.has(name)) return false;
-    let value = m[2] ?? '';
-    if (value.includes('&')) {
-      if (OTHER_REFERENCE.test(value)) return false;
-      value = value.replace(REFERENCE, (_, ref) => REFERENCED[ref]);
-    }
-    if (URL_ATTRS.has(name) && !ALLOWED_URI.test(value.replace(ATTR_WHITESPACE, ''))) return false;
-    if (name === 'id' && !SAFE_ID.test(value)) return false;
-    if (name === 'style' && cleanStyle(value) !== value) return false;
-    if (name === 'type') checkbox = value === 'checkbox';
-  }
-  return tag !== 'input' || checkbox;
-}
-
-/** Whether HTML holds only what the converter writes for Markdown without raw HTML. */
-export function generatedHtmlIsClean(html) {
-  for (let at = html.indexOf('<'); at !== -1; at = html.indexOf('<', GENERATED_TAG.lastIndex)) {
-    GENERATED_TAG.lastIndex = at;
-    const m = GENERATED_TAG.exec(html);
-    if (!m || !GENERATED_TAGS.has(m[2])) return false;
-    if (m[1] ? m[3] !== '' : !generatedAttributesAreClean(m[2], m[3])) return false;
-  }
-  return true;
-}
+const CHECKS = {
+  [PieceKind.GENERATED]: generatedHtmlIsClean,
+  [PieceKind.PLAIN]: plainHtmlIsClean,
+  [PieceKind.CHECKED]: () => true,
+};
 
 // Raw HTML nested deeper than the engine keeps (it flattens past 512 levels)
 // loses the tags past this depth before parsing, which would otherwise take
@@ -200,13 +142,13 @@ export function createSanitizer(win) {
   }
 
   /**
-   * Generated pieces that pass the check, parsed inertly in one pass; answers
-   * each piece's nodes, or null for a piece that holds anything else.
+   * Pieces that pass the check of their kind, parsed inertly in one pass;
+   * answers each piece's nodes, or null for a piece that goes to DOMPurify.
    */
-  function generatedAll(htmlList) {
+  function parsedAll(htmlList, kinds) {
     const out = htmlList.map(() => null);
     const clean = [];
-    htmlList.forEach((html, i) => generatedHtmlIsClean(html) && clean.push(i));
+    htmlList.forEach((html, i) => CHECKS[kinds[i]](html) && clean.push(i));
     if (clean.length === 0) return out;
     const template = win.document.createElement('template');
     template.innerHTML = clean.map((i) => htmlList[i]).join('<!---->');
@@ -234,17 +176,18 @@ export function createSanitizer(win) {
   return {
     /**
      * Sanitises many pieces in one pass; answers each piece's top-level nodes
-     * (detached). Pieces flagged in `generated` hold no raw HTML of the
-     * document and take the quicker check, DOMPurify when they fail it.
+     * (detached). A piece of a kind in `kinds` (see PieceKind) takes that
+     * kind's quicker check, DOMPurify when it fails it; any other piece goes
+     * to DOMPurify.
      */
-    fragments(htmlList, docBase = null, generated = []) {
+    fragments(htmlList, docBase = null, kinds = []) {
       if (htmlList.length === 0) return [];
       const fast = [];
       const slow = [];
-      htmlList.forEach((html, i) => (generated[i] ? fast : slow).push(i));
+      htmlList.forEach((html, i) => (CHECKS[kinds[i]] ? fast : slow).push(i));
       const out = new Array(htmlList.length);
       if (fast.length) {
-        generatedAll(fast.map((i) => htmlList[i])).forEach((nodes, k) => {
+        parsedAll(fast.map((i) => htmlList[i]), fast.map((i) => kinds[i])).forEach((nodes, k) => {
           if (nodes) out[fast[k]] = nodes;
           else slow.push(fast[k]);
         });

@@ -2,7 +2,8 @@ import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { JSDOM, VirtualConsole } from 'jsdom';
 import { convert } from '../src/markdown.js';
-import { cleanStyle, createSanitizer, generatedHtmlIsClean } from '../src/sanitize.js';
+import { PieceKind, createSanitizer } from '../src/sanitize.js';
+import { cleanStyle, generatedHtmlIsClean, plainHtmlIsClean } from '../src/plainmarkup.js';
 import { createBlockConverter, groupBlocks } from '../src/blocks.js';
 import { documentOf } from '../bench/document.mjs';
 
@@ -79,10 +80,10 @@ test('Markdown without raw HTML: the quick check gives what DOMPurify gives, and
   const units = groupBlocks(blocks).concat(tail ?? []).filter((u) => !u.blocks && !u.raw);
   const html = units.map((u) => u.html);
   const serialise = (lists) => lists.map((nodes) => nodes.map((n) => n.outerHTML ?? n.textContent).join(''));
-  assert.deepEqual(serialise(sanitizer.fragments(html, BASE, html.map(() => true))), serialise(sanitizer.fragments(html, BASE)));
-  // Raw HTML wrongly flagged as generated still comes out inert.
+  assert.deepEqual(serialise(sanitizer.fragments(html, BASE, html.map(() => PieceKind.GENERATED))), serialise(sanitizer.fragments(html, BASE)));
+  // Raw HTML wrongly flagged as generated or plain still comes out inert.
   const hostile = HOSTILE.map(([, markdown]) => convert(markdown, BASE).html);
-  sanitizer.fragments(hostile, BASE, hostile.map(() => true)).forEach((nodes, i) => {
+  for (const kind of [PieceKind.GENERATED, PieceKind.PLAIN]) sanitizer.fragments(hostile, BASE, hostile.map(() => kind)).forEach((nodes, i) => {
     const holder = window.document.createElement('div');
     holder.append(...nodes);
     assertInert(holder, HOSTILE[i][0]);
@@ -108,6 +109,34 @@ test('the quick check reads the converter\'s markup as clean, and nothing else',
     '<p id="a b">x</p>',
     '</p class="x">',
   ]) assert.equal(generatedHtmlIsClean(html), false, html);
+});
+
+test('plain raw HTML: the quick check gives what DOMPurify gives, and refuses the rest', async (t) => {
+  const serialise = (nodes) => nodes.map((n) => n.outerHTML ?? n.textContent).join('');
+  const plain = [
+    '<details><summary>Raw</summary><p style="color: gray">inside</p></details>',
+    'Press <kbd>Ctrl</kbd>+<kbd>C</kbd>, H<sub>2</sub>O, x<sup>2</sup><br>next **line**',
+    '<p align="center">centred</p>',
+    '<div lang="fr" dir="rtl" title="a &amp; &quot;b&quot;" data-x="1" aria-label="l">text &lt;b&gt; &amp; more</div>',
+    '<section open><h2>raw heading</h2><ul><li>i</li></ul></section>',
+  ];
+  const { blocks } = createBlockConverter().convert(`${plain.join('\n\n')}\n\n${documentOf(3000)}`, BASE);
+  const raw = blocks.filter((b) => b.raw && !b.open);
+  assert.ok(raw.length >= plain.length);
+  for (const block of raw) {
+    await t.test(block.html, () => {
+      assert.ok(plainHtmlIsClean(block.html));
+      const [quick] = sanitizer.fragments([block.html], BASE, [PieceKind.PLAIN]);
+      assert.equal(serialise(quick), serialise(Array.from(sanitizer.fragment(block.html, BASE).childNodes)));
+    });
+  }
+  const deep = `${'<div>'.repeat(65)}x${'</div>'.repeat(65)}`;
+  for (const html of [
+    '<p class="lumo-changed">x</p>', '<p id="x">x</p>', '<p data-lumo-task="1">x</p>', '<p lang="javascript:x">x</p>',
+    '<p style="position:fixed">x</p>', '<span hidden>x</span>', '<DIV>x</DIV>', '<a href="x">x</a>', '<img src="x">',
+    '<code style="display:none">x</code>', '<td>x</td>', '<p onclick="x">x</p>', "<p title='x'>x</p>", '<p>a<!-- c --></p>',
+    '<p>a < b</p>', '<p title="&#106;">x</p>', deep,
+  ]) assert.equal(plainHtmlIsClean(html), false, html);
 });
 
 test('harmless HTML and our own markup survive', () => {
