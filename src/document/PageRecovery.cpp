@@ -9,8 +9,13 @@ PageRecovery::PageRecovery(PreviewPage *page, QObject *parent)
     , m_page(page)
 {
     m_readyTimeout.setSingleShot(true);
-    m_readyTimeout.setInterval(readyTimeoutMilliseconds);
     connect(&m_readyTimeout, &QTimer::timeout, this, &PageRecovery::retry);
+    // The page says "ready" as its load finishes; a page loaded without its relay never
+    // will, and the reader should not look at a blank preview for the rest of the wait.
+    connect(page, &QWebEnginePage::loadFinished, this, [this] {
+        if (m_readyTimeout.isActive() && m_readyTimeout.remainingTime() > readyAfterLoadMilliseconds)
+            m_readyTimeout.start(readyAfterLoadMilliseconds);
+    });
     connect(page, &QWebEnginePage::renderProcessTerminated, this, [this] {
         m_readyTimeout.stop();
         // Not from inside the engine's own notification: the new process is started
@@ -23,7 +28,7 @@ void PageRecovery::load()
 {
     if (!m_page || m_gaveUp)
         return;
-    m_readyTimeout.start();
+    m_readyTimeout.start(readyTimeoutMilliseconds);
     m_page->loadIndex();
 }
 

@@ -10,7 +10,7 @@ class PreviewPage;
 
 // Keeps a reading page alive: loads it, and loads it again when its renderer process
 // ends or when it does not say "ready" in time (a new renderer sometimes comes up
-// without the page's relay). Loads that fail in a row, without a render completed in
+// without the page's relay: its load finishes, and "ready" never comes). Loads that fail in a row, without a render completed in
 // between, are bounded: after the last one it gives up for good rather than crash
 // and reload forever.
 //
@@ -22,6 +22,8 @@ class PageRecovery final : public QObject
 
 public:
     static constexpr int readyTimeoutMilliseconds = 15000;
+    // Once the load has finished: "ready" comes with it, or not at all.
+    static constexpr int readyAfterLoadMilliseconds = 3000;
     // Loads in a row that may fail before giving up; the first load counts.
     static constexpr int attempts = 4;
 
