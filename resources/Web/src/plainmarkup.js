@@ -50,6 +50,8 @@ const VOID_TAGS = new Set(['br', 'hr', 'img', 'input']);
 const PLAIN_DEPTH = 64;
 
 const URL_ATTRS = new Set(['href', 'src']);
+// Custom data and accessibility attributes, named as DOMPurify keeps them.
+const DATA_OR_ARIA = /^(?:data|aria)-[a-z0-9-]/;
 const ATTR_WHITESPACE = /[\u0000-\u0020\u00A0\u1680\u180E\u2000-\u2029\u205F\u3000]/g;
 
 // Markup read as text: lower-case tags, double-quoted attribute values without
@@ -73,7 +75,7 @@ function generatedAttributesAreClean(tag, attributes) {
   ATTR.lastIndex = 0;
   for (let m; (m = ATTR.exec(attributes)); ) {
     const name = m[1];
-    if (name.startsWith('data-') || name.startsWith('aria-')) continue;
+    if (DATA_OR_ARIA.test(name)) continue;
     if (!GENERATED_ATTRS.has(name)) return false;
     const value = attributeValue(m[2]);
     if (value === null) return false;
@@ -89,7 +91,7 @@ function plainAttributesAreClean(tag, attributes) {
   ATTR.lastIndex = 0;
   for (let m; (m = ATTR.exec(attributes)); ) {
     const name = m[1];
-    if (name.startsWith('aria-') || (name.startsWith('data-') && !name.startsWith('data-lumo-'))) continue;
+    if (DATA_OR_ARIA.test(name) && !name.startsWith('data-lumo-')) continue;
     if (!PLAIN_ATTRS.has(name)) return false;
     const value = attributeValue(m[2]);
     if (value === null || (name === 'style' && cleanStyle(value) !== value)) return false;

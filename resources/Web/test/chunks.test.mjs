@@ -3,7 +3,7 @@
 // only their chunk, floats across borders, and scroll mapping across borders.
 import { test, before } from 'node:test';
 import assert from 'node:assert/strict';
-import { installWindow } from './window.mjs';
+import { installWindow } from '../testing/window.mjs';
 
 let window;
 let createPage;

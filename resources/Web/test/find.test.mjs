@@ -3,7 +3,7 @@
 // hit brought into view, and renders under a current match.
 import { test, before } from 'node:test';
 import assert from 'node:assert/strict';
-import { installWindow } from './window.mjs';
+import { installWindow } from '../testing/window.mjs';
 
 let window;
 let createPage;

@@ -3,7 +3,7 @@
 // are covered elsewhere or need a real engine.
 import { test, before } from 'node:test';
 import assert from 'node:assert/strict';
-import { installWindow } from './window.mjs';
+import { installWindow } from '../testing/window.mjs';
 
 let mv;
 let main;

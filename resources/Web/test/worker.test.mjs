@@ -2,7 +2,7 @@
 // that overlap show only the newest, edits and the fallback when the Worker fails.
 import { test, before } from 'node:test';
 import assert from 'node:assert/strict';
-import { installWindow } from './window.mjs';
+import { installWindow } from '../testing/window.mjs';
 import { createBlockConverter } from '../src/blocks.js';
 
 let window;
