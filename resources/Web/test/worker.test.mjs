@@ -132,3 +132,16 @@ test('blocks shown before the text had to be converted again in one piece are re
     worker?.close();
   }
 });
+
+test('the Worker vouches only for blocks that pass the quick check: raw HTML through it stays inert', async () => {
+  const worker = await portWorker();
+  const { container, mv } = await pageWith(() => worker);
+  take();
+  const hostile = ['<img src=x onerror="alert(1)">', '<p onclick="alert(1)">click</p>', '<details open ontoggle=alert(1)><summary>s</summary></details>', '<a href="javascript:alert(1)">x</a>'];
+  mv.render([...hostile, 'Press <kbd>Ctrl</kbd> and **go**.', '<p style="position:fixed;inset:0">cover</p>'].join('\n\n'), null, { rev: 1 });
+  await until(() => take().some((m) => m.type === 'rendered'), 'the render');
+  assert.equal(container.querySelector('kbd')?.textContent, 'Ctrl', 'plain raw HTML kept');
+  for (const el of container.querySelectorAll('*')) {
+    for (const attr of el.attributes) assert.ok(!/^on/i.test(attr.name) && !/javascript:|position/i.test(attr.value), `${el.localName} ${attr.name}="${attr.value}"`);
+  }
+});
