@@ -8,6 +8,7 @@ import katex from 'katex';
 import { isChunked, nextBlock } from './chunks.js';
 import { highlightCode } from './highlight.js';
 import { renderDiagram } from './diagrams.js';
+import { hiddenParts } from './wide.js';
 
 const TARGETS = 'pre, .math, .mermaid-diagram';
 // Work done in one go when idle: short, so that a render asked for meanwhile
@@ -168,7 +169,8 @@ export function createEnhancer({ container, post, isDark, onError }) {
       for (const node of nodes) {
         if (node.nodeType !== 1) continue;
         const found = node.matches(TARGETS) ? [node] : [];
-        for (const el of node.querySelectorAll(TARGETS)) if (!(el.tagName === 'PRE' && el.closest('.mermaid-diagram'))) found.push(el);
+        // Cells of a wide table not shown yet are enhanced where they wait (wide.js).
+        for (const root of [node, ...hiddenParts(node)]) for (const el of root.querySelectorAll(TARGETS)) if (!(el.tagName === 'PRE' && el.closest('.mermaid-diagram'))) found.push(el);
         if (found.length) pending.set(node, found);
       }
       scheduleVisible();

@@ -2,13 +2,15 @@
 // HTML file, and light, inline-styled HTML for the clipboard.
 import { assetToFile } from './urls.js';
 import { lightDiagramPNG } from './diagrams.js';
+import { cloneHiddenColumns, hiddenParts } from './wide.js';
 
 const MEDIA = 'img[src], video[src], video[poster], audio[src], source[src], input[src]';
 
 /** Local media of the page as absolute file: URLs, each once, in document order. */
 export function localImages(container) {
   const seen = new Set();
-  for (const el of container.querySelectorAll(MEDIA)) {
+  const media = [container, ...hiddenParts(container)].flatMap((root) => Array.from(root.querySelectorAll(MEDIA)));
+  for (const el of media) {
     for (const attr of ['src', 'poster']) {
       const file = assetToFile(el.getAttribute(attr));
       if (file) seen.add(file);
@@ -67,6 +69,7 @@ function dropUnshownRemoteMedia(container, clone) {
 export function cleanClone(container, images) {
   const inert = container.ownerDocument.implementation.createHTMLDocument('');
   const clone = inert.importNode(container, true);
+  cloneHiddenColumns(container, clone);
   dropUnshownRemoteMedia(container, clone);
   clone.querySelectorAll('lumo-chunk').forEach((n) => n.replaceWith(...n.childNodes));
   clone.querySelectorAll('.lumo-ui').forEach((n) => n.remove());
@@ -75,13 +78,12 @@ export function cleanClone(container, images) {
     n.removeAttribute('data-line-end');
   });
   clone.querySelectorAll('.lumo-changed').forEach((n) => n.classList.remove('lumo-changed'));
-  clone.querySelectorAll('[data-lumo-float], [data-lumo-wrap], [data-lumo-rows], [data-lumo-task], [data-lumo-wide], [data-lumo-shown]').forEach((n) => {
+  clone.querySelectorAll('[data-lumo-float], [data-lumo-wrap], [data-lumo-rows], [data-lumo-task], [data-lumo-wide]').forEach((n) => {
     n.removeAttribute('data-lumo-float');
     n.removeAttribute('data-lumo-wrap');
     n.removeAttribute('data-lumo-rows');
     n.removeAttribute('data-lumo-task');
     n.removeAttribute('data-lumo-wide');
-    n.removeAttribute('data-lumo-shown');
   });
   clone.querySelectorAll('[class=""]').forEach((n) => n.removeAttribute('class'));
   const live = container.querySelectorAll('input[type="checkbox"]');

@@ -11,7 +11,7 @@
 // the page moves it, and a render that removes it leaves it collapsed where the
 // match was, so nothing points into removed nodes.
 import { blockOf, isChunk, isChunked, nextBlock, previousBlock } from './chunks.js';
-import { scrollToCell, showColumnsAt } from './wide.js';
+import { parentOf, scrollToCell, showColumnsAt, textNodesOf } from './wide.js';
 
 const SLICE_MS = 8;
 // On the chunk of the match (on the container when there are none): the
@@ -69,7 +69,7 @@ function matcher(query) {
 /** How a text node's parent stands in `block`: the box its text flows in, or null when the reader does not see it. */
 function boxOf(parent, block) {
   let box = null;
-  for (let el = parent; el; el = el.parentNode) {
+  for (let el = parent; el; el = parentOf(el)) {
     if (SKIPPED_TAGS.has(el.localName) || SKIPPED_CLASSES.some((name) => el.classList.contains(name))) return null;
     if (!box && (el === block || !INLINE.has(el.localName))) box = el;
     if (el === block) return box;
@@ -87,16 +87,16 @@ const NODES_PER_STEP = 512;
  * thousand nodes (all the footnotes, a long table) can span slices.
  */
 function* blockTextSteps(block, nodes = null) {
-  const walker = block.ownerDocument.createTreeWalker(block, 4 /* NodeFilter.SHOW_TEXT */);
   let text = '';
   let parent = null;
   let box = null;
   let lastBox = null;
   let count = 0;
-  for (let node = walker.nextNode(); node; node = walker.nextNode()) {
+  for (const node of textNodesOf(block)) {
     if (++count % NODES_PER_STEP === 0) yield;
-    if (node.parentNode !== parent) {
-      parent = node.parentNode;
+    const up = parentOf(node);
+    if (up !== parent) {
+      parent = up;
       box = boxOf(parent, block);
     }
     if (!box || !node.data) continue;
@@ -283,11 +283,15 @@ export function createFinder({ container, scroll }) {
     lastStart = offset;
     const nodes = [];
     blockText(block, nodes);
+    const start = pointAt(nodes, offset, false);
+    const end = pointAt(nodes, offset + length, true);
+    // A hit in a column of a wide table not shown yet: the table shows them all.
+    showColumnsAt(start[0]);
+    showColumnsAt(end[0]);
     const range = document.createRange();
-    range.setStart(...pointAt(nodes, offset, false));
-    range.setEnd(...pointAt(nodes, offset + length, true));
+    range.setStart(...start);
+    range.setEnd(...end);
     for (let el = range.startContainer.parentNode; el && el !== container; el = el.parentNode) if (el.localName === 'details') el.open = true;
-    showColumnsAt(range.startContainer.parentNode);
     const selection = window.getSelection();
     selection.removeAllRanges();
     selection.addRange(range);

@@ -15,7 +15,7 @@ import { exportHTML, localImages, richHTML } from './export.js';
 import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
-import { markWide, revealNear } from './wide.js';
+import { markWide, revealNear, showAllColumns } from './wide.js';
 import { applyEditAnswer } from './editanswer.js';
 
 const CHANGE_MARK_MS = 2400;
@@ -435,6 +435,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     /** Light or dark for printing, with colour emoji drawn as pictures and headings kept with what follows until endPrint. */
     async prepareForPrint(mode) {
       const answer = await api.setAppearance(mode);
+      showAllColumns(container);
       emojiAsPictures(container);
       keepHeadingsWithNext(container);
       return answer;
@@ -442,6 +443,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     endPrint() {
       releaseHeadings(container);
       emojiAsText(container);
+      markWide([container]);
       return api.setAppearance(null);
     },
     /** The window's own appearance, from the native side ("light", "dark", or null to follow the system). */
