@@ -380,23 +380,30 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     return { rev, changed: -1 };
   }
 
+  /** A render of `text`, which is the last text with `edit` made to it when that is given. */
+  function begin(text, edit, docBase, options) {
+    base = typeof docBase === 'string' ? docBase : null;
+    if (Number.isFinite(Number(options?.rev))) rev = Number(options.rev);
+    const diff = !!options?.diff;
+    // A change from disk may move the reader's view once it is on the page.
+    const view = diff && lastText !== null ? follower.before(lastText) : null;
+    lastText = text;
+    job = null;
+    scheduled = null;
+    enhancer.hold(false);
+    if (!remote) return convertHere(text, diff, view);
+    ticket += 1;
+    waiting = { rev, diff, view, state: null };
+    // The Worker holds the text of the last request: an edit goes as the edit alone.
+    const request = { ticket, holds: held.ticket, base, firstLines, mark: TASK_BOX_MARK };
+    remote.postMessage(edit ? { ...request, edit } : { ...request, text });
+    return { rev, changed: -1 };
+  }
+
   const api = {
     /** Render Markdown; answers "rendered" then "outline" once the whole document is on the page. */
     render(text, docBase = null, options = {}) {
-      base = typeof docBase === 'string' ? docBase : null;
-      if (Number.isFinite(Number(options?.rev))) rev = Number(options.rev);
-      const diff = !!options?.diff;
-      // A change from disk may move the reader's view once it is on the page.
-      const view = diff && lastText !== null ? follower.before(lastText) : null;
-      lastText = text;
-      job = null;
-      scheduled = null;
-      enhancer.hold(false);
-      if (!remote) return convertHere(text, diff, view);
-      ticket += 1;
-      waiting = { rev, diff, view, state: null };
-      remote.postMessage({ ticket, holds: held.ticket, text, base, firstLines, mark: TASK_BOX_MARK });
-      return { rev, changed: -1 };
+      return begin(text, null, docBase, options);
     },
     /**
      * Renders the text of revision `from` with [start, end) replaced by `inserted`;
@@ -409,7 +416,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
         post({ type: 'resync', rev: Number(options?.rev) });
         return { rev, changed: -1 };
       }
-      return api.render(text, docBase, options);
+      return begin(text, { start, end, inserted: String(inserted) }, docBase, options);
     },
     setFollowChanges(on) {
       follower.setFollowChanges(on);
