@@ -16,7 +16,7 @@ import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
 import { markWide, revealNear } from './wide.js';
-import { applyEditAnswer } from './editanswer.js';
+import { applyEditAnswer, keepsOutline } from './editanswer.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -161,8 +161,9 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   }
 
   let outline = null; // as last posted: a file that grows below its headings repeats none
-  function announce(renderRev, blocks, tail) {
+  function announce(renderRev, blocks, tail, outlineKept = false) {
     post({ type: 'rendered', rev: renderRev });
+    if (outlineKept) return;
     const items = outlineOf(blocks, tail);
     const text = JSON.stringify(items);
     if (text === outline) return;
@@ -174,7 +175,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     markWraps(added);
     if (diff && !follower.isTailed(view, added)) markChanged(added);
     enhancer.add(added);
-    announce(rev, result.blocks, result.tail);
+    announce(rev, result.blocks, result.tail, result.outlineKept);
     if (view) follower.after(view, lastText, result.total, added);
     return { rev, changed: added.length };
   }
@@ -298,7 +299,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   function received({ ticket: answered, blocks, tail, total, done: finished, edit, restart }) {
     const request = waiting;
     if (!request || answered !== ticket) return; // a render since replaced
-    if (edit) return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total });
+    if (edit) return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total, outlineKept: keepsOutline(held.blocks, held.tail, edit) });
     // The conversion was done again in one piece (a definition the early pieces missed).
     if (restart) return show(request, { blocks, tail, total });
     const { state } = request;

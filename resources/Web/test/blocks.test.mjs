@@ -5,7 +5,7 @@ import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { convert } from '../src/markdown.js';
 import { createBlockConverter, outlineOf } from '../src/blocks.js';
-import { applyEditAnswer, editAnswer } from '../src/editanswer.js';
+import { applyEditAnswer, editAnswer, keepsOutline } from '../src/editanswer.js';
 import { serveConversions } from '../src/conversions.js';
 import { TASK_BOX_MARK } from '../src/plugins/tasks.js';
 import { documentOf } from '../bench/document.mjs';
@@ -158,6 +158,7 @@ test('random edits always match a whole conversion', async () => {
   // The same edits sent to the Worker as the edit alone.
   const service = conversionService();
   let incremental = 0;
+  let kept = 0;
   try {
     let text = RICH;
     let held = converter.convert(text, BASE);
@@ -172,7 +173,15 @@ test('random edits always match a whole conversion', async () => {
       assertSame(fast ?? converter.convert(text, BASE), text, `edit ${i}`);
       // What the page makes of the Worker's answer, from the blocks it held.
       const answer = fast && editAnswer(held.blocks, fast);
-      if (answer) assertSame({ ...applyEditAnswer(held.blocks, held.tail, answer), total: fast.total }, text, `answer to edit ${i}`);
+      if (answer) {
+        const made = applyEditAnswer(held.blocks, held.tail, answer);
+        assertSame({ ...made, total: fast.total }, text, `answer to edit ${i}`);
+        // An outline the page does not post again is the one it has.
+        if (keepsOutline(held.blocks, held.tail, answer)) {
+          kept++;
+          assert.deepEqual(outlineOf(made.blocks, made.tail), outlineOf(held.blocks, held.tail), `outline after edit ${i}`);
+        }
+      }
       held = fast ?? converter.convert(text, BASE);
       assertSame(await service.ask({ edit: { start: at, end: at + cut, inserted } }), text, `edit ${i} sent alone`);
     }
@@ -180,6 +189,7 @@ test('random edits always match a whole conversion', async () => {
     service.close();
   }
   assert.ok(incremental > 150, `${incremental} of 250 edits handled without a whole conversion`);
+  assert.ok(kept > 50, `${kept} edits kept the outline`);
 });
 
 test('CRLF text and a changed base are converted whole', () => {
