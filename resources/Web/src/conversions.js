@@ -41,7 +41,7 @@ export function serveConversions(port, later = soon()) {
   const converter = createBlockConverter();
   let latest = null;
   let held = null; // {ticket, blocks}: the last blocks answered in full, as the page holds them once it has them all
-  let text = ''; // of the last request, converted or not: an edit is made to it
+  let source = ''; // the text of the last request, converted or not: an edit is made to it
 
   function convert(request) {
     const { ticket, holds, text, base, firstLines, mark } = request;
@@ -85,8 +85,8 @@ export function serveConversions(port, later = soon()) {
 
   port.onmessage = (event) => {
     const { edit, ...asked } = event.data;
-    text = edit ? text.slice(0, edit.start) + edit.inserted + text.slice(edit.end) : asked.text;
-    latest = { ...asked, text };
+    source = edit ? source.slice(0, edit.start) + edit.inserted + source.slice(edit.end) : asked.text;
+    latest = { ...asked, text: source };
     // Requests that came together: only the newest is converted.
     const request = latest;
     later(() => request === latest && convert(request));
