@@ -2,7 +2,11 @@
 // main thread only sanitises and inserts, so neither a long document nor one
 // block markdown-it takes long over holds up scrolling, find or typing.
 //   asked:    {ticket, holds, text, base, firstLines, mark}: holds, the ticket whose
-//             blocks the page holds in full; mark, the page's task box mark
+//             blocks the page holds in full; mark, the page's task box mark; or
+//             {ticket, holds, edit: {start, end, inserted}, ...}: the text of the
+//             last request with [start, end) replaced. A file that grows sends its
+//             new lines only: cloning the whole text across threads for each write
+//             cost more than converting them.
 //   answered: {ticket, blocks, tail, total, done, restart}: the blocks converted since
 //             the last answer to that ticket (all of them when `restart`: the text
 //             was converted again in one piece), or after an edit of the text of `holds`
@@ -40,6 +44,7 @@ export function serveConversions(port, later = soon()) {
   const converter = createBlockConverter();
   let latest = null;
   let held = null; // {ticket, blocks}: the last blocks answered in full, as the page holds them once it has them all
+  let source = ''; // the text of the last request, converted or not: an edit is made to it
 
   /** The blocks, each checked once: the edits after keep the mark (moveBlock copies it). */
   function checked(blocks) {
@@ -88,7 +93,9 @@ export function serveConversions(port, later = soon()) {
   }
 
   port.onmessage = (event) => {
-    latest = event.data;
+    const { edit, ...asked } = event.data;
+    source = edit ? source.slice(0, edit.start) + edit.inserted + source.slice(edit.end) : asked.text;
+    latest = { ...asked, text: source };
     // Requests that came together: only the newest is converted.
     const request = latest;
     later(() => request === latest && convert(request));

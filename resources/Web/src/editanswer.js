@@ -52,3 +52,16 @@ export function applyEditAnswer(held, tail, answer) {
   const after = delta === 0 ? kept : kept.map((b) => moved(b, delta));
   return { blocks: held.slice(0, first).concat(blocks, after), tail: tail && moveBlock(tail, endLine, delta) };
 }
+
+/**
+ * Whether the page's outline stays as it was after the answer: no heading
+ * replaced, added, removed or moved. A file that grows below its last heading
+ * need not have its whole outline gathered and compared again on each write.
+ */
+export function keepsOutline(held, tail, { first, removed, blocks, endLine, delta }) {
+  const headings = (list) => JSON.stringify(list.flatMap((b) => b.headings));
+  if (headings(held.slice(first, first + removed)) !== headings(blocks)) return false;
+  if (delta === 0) return true;
+  for (let i = first + removed; i < held.length; i++) if (held[i].headings.length) return false;
+  return !tail || tail.headings.every((h) => h.line < endLine);
+}

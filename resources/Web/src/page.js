@@ -16,7 +16,7 @@ import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
 import { markWide, revealNear, showAllColumns } from './wide.js';
-import { applyEditAnswer } from './editanswer.js';
+import { applyEditAnswer, keepsOutline } from './editanswer.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -161,8 +161,9 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   }
 
   let outline = null; // as last posted: a file that grows below its headings repeats none
-  function announce(renderRev, blocks, tail) {
+  function announce(renderRev, blocks, tail, outlineKept = false) {
     post({ type: 'rendered', rev: renderRev });
+    if (outlineKept) return;
     const items = outlineOf(blocks, tail);
     const text = JSON.stringify(items);
     if (text === outline) return;
@@ -174,7 +175,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     markWraps(added);
     if (diff && !follower.isTailed(view, added)) markChanged(added);
     enhancer.add(added);
-    announce(rev, result.blocks, result.tail);
+    announce(rev, result.blocks, result.tail, result.outlineKept);
     if (view) follower.after(view, lastText, result.total, added);
     return { rev, changed: added.length };
   }
@@ -298,7 +299,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   function received({ ticket: answered, blocks, tail, total, done: finished, edit, restart }) {
     const request = waiting;
     if (!request || answered !== ticket) return; // a render since replaced
-    if (edit) return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total });
+    if (edit) return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total, outlineKept: keepsOutline(held.blocks, held.tail, edit) });
     // The conversion was done again in one piece (a definition the early pieces missed).
     if (restart) return show(request, { blocks, tail, total });
     const { state } = request;
@@ -380,23 +381,30 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     return { rev, changed: -1 };
   }
 
+  /** A render of `text`, which is the last text with `edit` made to it when that is given. */
+  function begin(text, edit, docBase, options) {
+    base = typeof docBase === 'string' ? docBase : null;
+    if (Number.isFinite(Number(options?.rev))) rev = Number(options.rev);
+    const diff = !!options?.diff;
+    // A change from disk may move the reader's view once it is on the page.
+    const view = diff && lastText !== null ? follower.before(lastText) : null;
+    lastText = text;
+    job = null;
+    scheduled = null;
+    enhancer.hold(false);
+    if (!remote) return convertHere(text, diff, view);
+    ticket += 1;
+    waiting = { rev, diff, view, state: null };
+    // The Worker holds the text of the last request: an edit goes as the edit alone.
+    const request = { ticket, holds: held.ticket, base, firstLines, mark: TASK_BOX_MARK };
+    remote.postMessage(edit ? { ...request, edit } : { ...request, text });
+    return { rev, changed: -1 };
+  }
+
   const api = {
     /** Render Markdown; answers "rendered" then "outline" once the whole document is on the page. */
     render(text, docBase = null, options = {}) {
-      base = typeof docBase === 'string' ? docBase : null;
-      if (Number.isFinite(Number(options?.rev))) rev = Number(options.rev);
-      const diff = !!options?.diff;
-      // A change from disk may move the reader's view once it is on the page.
-      const view = diff && lastText !== null ? follower.before(lastText) : null;
-      lastText = text;
-      job = null;
-      scheduled = null;
-      enhancer.hold(false);
-      if (!remote) return convertHere(text, diff, view);
-      ticket += 1;
-      waiting = { rev, diff, view, state: null };
-      remote.postMessage({ ticket, holds: held.ticket, text, base, firstLines, mark: TASK_BOX_MARK });
-      return { rev, changed: -1 };
+      return begin(text, null, docBase, options);
     },
     /**
      * Renders the text of revision `from` with [start, end) replaced by `inserted`;
@@ -409,7 +417,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
         post({ type: 'resync', rev: Number(options?.rev) });
         return { rev, changed: -1 };
       }
-      return api.render(text, docBase, options);
+      return begin(text, { start, end, inserted: String(inserted) }, docBase, options);
     },
     setFollowChanges(on) {
       follower.setFollowChanges(on);

@@ -5,7 +5,9 @@ import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { convert } from '../src/markdown.js';
 import { createBlockConverter, outlineOf } from '../src/blocks.js';
-import { applyEditAnswer, editAnswer } from '../src/editanswer.js';
+import { applyEditAnswer, editAnswer, keepsOutline } from '../src/editanswer.js';
+import { serveConversions } from '../src/conversions.js';
+import { TASK_BOX_MARK } from '../src/plugins/tasks.js';
 import { documentOf } from '../bench/document.mjs';
 
 const BASE = 'file:///home/u/docs/';
@@ -128,26 +130,66 @@ test('edits that change what other blocks show are not served stale', async (t) 
   }
 });
 
-test('random edits always match a whole conversion', () => {
+/** The conversion Worker's side over a message port, asked as the page asks it: answers the blocks of each request in full. */
+function conversionService() {
+  const { port1, port2 } = new MessageChannel();
+  serveConversions(port1);
+  let held = null;
+  let answered = () => {};
+  port2.onmessage = ({ data }) => {
+    if (data.edit) held = { ...applyEditAnswer(held.blocks, held.tail, data.edit), total: data.total };
+    else held = { blocks: data.restart || !held?.streaming ? data.blocks : held.blocks.concat(data.blocks), tail: data.tail, total: data.total, streaming: !data.done };
+    if (data.done) answered(held);
+  };
+  let ticket = 0;
+  function ask(request) {
+    return new Promise((resolve) => {
+      answered = resolve;
+      port2.postMessage({ ticket: ++ticket, holds: ticket - 1, base: BASE, firstLines: 40, mark: TASK_BOX_MARK, ...request });
+    });
+  }
+  return { ask, close: () => port1.close() };
+}
+
+test('random edits always match a whole conversion', async () => {
   const next = random(7);
-  const pieces = ['x', '\n', '\n\n', '# ', '- ', '> ', '```\n', '$', '[^n3]', '[^n9]: note\n', '[guide]', '[guide]: /g\n', '<div>\n\n', '</div>', '|', '==', '    ', '---\n'];
+  const pieces = ['x', '\n', '\n\n', '\r\n', '# ', '- ', '> ', '```\n', '$', '[^n3]', '[^n9]: note\n', '[guide]', '[guide]: /g\n', '<div>\n\n', '</div>', '|', '==', '    ', '---\n'];
   const converter = createBlockConverter();
-  let text = RICH;
-  let held = converter.convert(text, BASE);
+  // The same edits sent to the Worker as the edit alone.
+  const service = conversionService();
   let incremental = 0;
-  for (let i = 0; i < 250; i++) {
-    const at = Math.floor(next() * text.length);
-    const cut = next() < 0.3 ? Math.floor(next() * 6) : 0;
-    text = text.slice(0, at) + pieces[Math.floor(next() * pieces.length)] + text.slice(at + cut);
-    const fast = converter.update(text, BASE);
-    if (fast) incremental++;
-    assertSame(fast ?? converter.convert(text, BASE), text, `edit ${i}`);
-    // What the page makes of the Worker's answer, from the blocks it held.
-    const answer = fast && editAnswer(held.blocks, fast);
-    if (answer) assertSame({ ...applyEditAnswer(held.blocks, held.tail, answer), total: fast.total }, text, `answer to edit ${i}`);
-    held = fast ?? converter.convert(text, BASE);
+  let kept = 0;
+  try {
+    let text = RICH;
+    let held = converter.convert(text, BASE);
+    assertSame(await service.ask({ text }), text, 'the first request');
+    for (let i = 0; i < 250; i++) {
+      const at = Math.floor(next() * text.length);
+      const cut = next() < 0.3 ? Math.floor(next() * 6) : 0;
+      const inserted = pieces[Math.floor(next() * pieces.length)];
+      text = text.slice(0, at) + inserted + text.slice(at + cut);
+      const fast = converter.update(text, BASE);
+      if (fast) incremental++;
+      assertSame(fast ?? converter.convert(text, BASE), text, `edit ${i}`);
+      // What the page makes of the Worker's answer, from the blocks it held.
+      const answer = fast && editAnswer(held.blocks, fast);
+      if (answer) {
+        const made = applyEditAnswer(held.blocks, held.tail, answer);
+        assertSame({ ...made, total: fast.total }, text, `answer to edit ${i}`);
+        // An outline the page does not post again is the one it has.
+        if (keepsOutline(held.blocks, held.tail, answer)) {
+          kept++;
+          assert.deepEqual(outlineOf(made.blocks, made.tail), outlineOf(held.blocks, held.tail), `outline after edit ${i}`);
+        }
+      }
+      held = fast ?? converter.convert(text, BASE);
+      assertSame(await service.ask({ edit: { start: at, end: at + cut, inserted } }), text, `edit ${i} sent alone`);
+    }
+  } finally {
+    service.close();
   }
   assert.ok(incremental > 150, `${incremental} of 250 edits handled without a whole conversion`);
+  assert.ok(kept > 50, `${kept} edits kept the outline`);
 });
 
 test('CRLF text and a changed base are converted whole', () => {
