@@ -348,15 +348,18 @@ void DocumentController::toggleMode()
         scrollPreview(m_previewTopLine);
         return;
     }
-    const auto scrollEditor = [this] {
-        if (std::isfinite(m_previewTopLine) && m_editor.scrollToLine)
-            m_editor.scrollToLine(m_previewTopLine);
+    // The page's line as it was: placing the caret may scroll the editor, which
+    // reports a top line of its own before it is brought to this one.
+    const double line = m_previewTopLine;
+    const auto scrollEditor = [this, line] {
+        if (m_editor.scrollToLine)
+            m_editor.scrollToLine(line);
     };
-    QTimer::singleShot(0, this, [this, scrollEditor] {
-        if (!std::isfinite(m_previewTopLine))
+    QTimer::singleShot(0, this, [this, line, scrollEditor] {
+        if (!std::isfinite(line))
             return;
         if (m_editor.placeCaretAtLine)
-            m_editor.placeCaretAtLine(static_cast<int>(std::floor(m_previewTopLine)));
+            m_editor.placeCaretAtLine(static_cast<int>(std::floor(line)));
         scrollEditor();
         // Once more after layout has settled.
         QTimer::singleShot(150, this, scrollEditor);

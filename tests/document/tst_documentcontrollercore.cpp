@@ -35,6 +35,8 @@ private Q_SLOTS:
     void aDocumentTooLargeToPreviewSaysSo();
     void thePageLeadsTheEditorOnlyWhenTheUserScrollsIt_data();
     void thePageLeadsTheEditorOnlyWhenTheUserScrollsIt();
+    void switchingToTheEditorShowsThePagesTopLine_data();
+    void switchingToTheEditorShowsThePagesTopLine();
     void zoomStepsAndResets();
 
 private:
@@ -325,6 +327,35 @@ void TestDocumentControllerCore::thePageLeadsTheEditorOnlyWhenTheUserScrollsIt()
     page.say({{u"type"_s, u"topLine"_s}, {u"line"_s, 12.5}, {u"user"_s, byTheUser}});
     QCOMPARE(editorScrolls, editorFollows ? QList<double>{12.5} : QList<double>{});
     QCOMPARE(controller.previewTopLine(), pageTop);
+}
+
+void TestDocumentControllerCore::switchingToTheEditorShowsThePagesTopLine_data()
+{
+    QTest::addColumn<bool>("caretScrolls");
+    QTest::newRow("the caret is already in view") << false;
+    // Placing the caret far down scrolls the editor first, which reports its own top line.
+    QTest::newRow("placing the caret scrolls the editor") << true;
+}
+
+void TestDocumentControllerCore::switchingToTheEditorShowsThePagesTopLine()
+{
+    QFETCH(bool, caretScrolls);
+    FakePage page;
+    DocumentController controller(nullptr, &page, false);
+    QList<double> editorScrolls;
+    QList<int> carets;
+    controller.setEditor({[] { return 3.0; },
+                          [&editorScrolls](double line) { editorScrolls.append(line); },
+                          [&](int line) {
+                              carets.append(line);
+                              if (caretScrolls)
+                                  controller.editorDidScroll(line - 40.0);
+                          }});
+    page.say({{u"type"_s, u"topLine"_s}, {u"line"_s, 1234.5}, {u"user"_s, true}});
+    controller.toggleMode();
+    QTest::qWait(300);
+    QCOMPARE(carets, QList<int>{1234});
+    QCOMPARE(editorScrolls, (QList<double>{1234.5, 1234.5}));
 }
 
 void TestDocumentControllerCore::zoomStepsAndResets()
