@@ -169,12 +169,17 @@ function itemAtY(section, y) {
   return item.getBoundingClientRect().top <= y ? item : null;
 }
 
-/** Points of a definition, and of the next one's start when it follows in the text. */
+/**
+ * Points of a definition, and of the next one's start when it follows right
+ * after it in the text: between two far apart (definitions amid the text) the
+ * space below the item shows none of the text between them.
+ */
 function itemPoints(item, end, scrollY) {
   const elements = Array.from(item.querySelectorAll('[data-line]'));
   const next = nextItem(item);
   const first = next?.querySelector('[data-line]');
-  if (first && Number(first.getAttribute('data-line')) >= end) elements.push(first);
+  const gap = first ? Number(first.getAttribute('data-line')) - end : NaN;
+  if (gap >= 0 && gap <= 1) elements.push(first);
   return buildPoints(elements, scrollY);
 }
 

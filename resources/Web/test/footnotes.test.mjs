@@ -106,12 +106,18 @@ test('a definition amid the text: the page answers its line, the text keeps its 
     const inside = item ? [item] : this.localName === 'lumo-notes' ? Array.from(this.children) : items;
     const [first, last] = [items.indexOf(inside[0]), items.indexOf(inside.at(-1))];
     const top = sectionTop + 60 * first - window.scrollY;
-    return { top, bottom: top + 60 * (last - first + 1), height: 60 * (last - first + 1), width: 600 };
+    // A paragraph in an item takes its first 20px.
+    const height = item && this !== item ? 20 : 60 * (last - first + 1);
+    return { top, bottom: top + height, height, width: 600 };
   };
   try {
     for (const n of [0, 7, 99]) {
       window.scrollTo(0, sectionTop + 60 * n);
       assert.equal(page.topLine(), lineOf(items[n]), `top line at note ${n}`);
+      // Below its paragraph: still that definition, not the text before the next one.
+      window.scrollTo(0, sectionTop + 60 * n + 40);
+      assert.equal(page.topLine(), lineOf(items[n]) + 1, `below note ${n}`);
+      window.scrollTo(0, sectionTop + 60 * n);
       // The text's line of it shows the text there; asked from the page showing it, the page stays.
       assert.equal(scroll.lineToPageY(container, lineOf(items[n]), window.scrollY), 20 * lineOf(items[n]));
       page.scrollToLine(lineOf(items[n]));
