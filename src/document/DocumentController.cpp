@@ -348,8 +348,9 @@ void DocumentController::toggleMode()
         scrollPreview(m_previewTopLine);
         return;
     }
-    // The page's line as it was: placing the caret may scroll the editor, which
-    // reports a top line of its own before it is brought to this one.
+    // The page's line as it was when the editor reports lines of its own. The
+    // editor goes there before the caret does: a caret placed out of view would
+    // scroll it, and the page with it, to elsewhere first.
     const double line = m_previewTopLine;
     const auto scrollEditor = [this, line] {
         if (m_editor.scrollToLine)
@@ -358,9 +359,9 @@ void DocumentController::toggleMode()
     QTimer::singleShot(0, this, [this, line, scrollEditor] {
         if (!std::isfinite(line))
             return;
+        scrollEditor();
         if (m_editor.placeCaretAtLine)
             m_editor.placeCaretAtLine(static_cast<int>(std::floor(line)));
-        scrollEditor();
         // Once more after layout has settled.
         QTimer::singleShot(150, this, scrollEditor);
     });

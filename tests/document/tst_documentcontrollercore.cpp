@@ -331,31 +331,47 @@ void TestDocumentControllerCore::thePageLeadsTheEditorOnlyWhenTheUserScrollsIt()
 
 void TestDocumentControllerCore::switchingToTheEditorShowsThePagesTopLine_data()
 {
-    QTest::addColumn<bool>("caretScrolls");
-    QTest::newRow("the caret is already in view") << false;
-    // Placing the caret far down scrolls the editor first, which reports its own top line.
-    QTest::newRow("placing the caret scrolls the editor") << true;
+    QTest::addColumn<double>("editorTop");
+    QTest::newRow("the page's line is in the editor's view") << 1220.0;
+    // Placing the caret there would scroll the editor first, and the page after it.
+    QTest::newRow("the page's line is far below the editor's view") << 0.0;
 }
 
 void TestDocumentControllerCore::switchingToTheEditorShowsThePagesTopLine()
 {
-    QFETCH(bool, caretScrolls);
+    QFETCH(double, editorTop);
     FakePage page;
     DocumentController controller(nullptr, &page, false);
-    QList<double> editorScrolls;
+    page.sayReady();
+    // An editor of 30 rows that scrolls as little as it must to show its caret.
+    double top = editorTop;
     QList<int> carets;
-    controller.setEditor({[] { return 3.0; },
-                          [&editorScrolls](double line) { editorScrolls.append(line); },
+    const auto scrolled = [&](double line) {
+        top = line;
+        controller.editorDidScroll(line);
+    };
+    controller.setEditor({[&top] { return top; }, scrolled,
                           [&](int line) {
                               carets.append(line);
-                              if (caretScrolls)
-                                  controller.editorDidScroll(line - 40.0);
+                              if (line < top)
+                                  scrolled(line);
+                              else if (line >= top + 30)
+                                  scrolled(line - 29);
                           }});
     page.say({{u"type"_s, u"topLine"_s}, {u"line"_s, 1234.5}, {u"user"_s, true}});
+    QTest::qWait(DocumentController::scrollQuietMilliseconds + 50);
+    page.scripts.clear();
     controller.toggleMode();
     QTest::qWait(300);
     QCOMPARE(carets, QList<int>{1234});
-    QCOMPARE(editorScrolls, (QList<double>{1234.5, 1234.5}));
+    QCOMPARE(top, 1234.5);
+    // The page is never sent anywhere but the line it showed.
+    for (const QString &script : std::as_const(page.scripts)) {
+        if (!script.startsWith(u"mv.scrollToLine("_s))
+            continue;
+        const double line = script.mid(16).chopped(1).toDouble();
+        QVERIFY2(line >= 1234 && line <= 1235, qPrintable(script));
+    }
 }
 
 void TestDocumentControllerCore::zoomStepsAndResets()
