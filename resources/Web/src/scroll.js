@@ -147,8 +147,8 @@ function scope(container, pick) {
 // after the text's last block (the usual place) shows it in the section; one of
 // a definition amid the text stays with the text around it, so that following
 // the text never jumps to the end of the page and back; a page showing that
-// definition at its top stays there (`keepsNote`), so that switching to the
-// text and back leaves it where it was.
+// definition stays where it is (`keepsNote`), so that switching to the text
+// and back leaves it there.
 
 /** The line the text before the footnote section ends at: that of its last annotated block. */
 function bodyEnd(section) {
@@ -194,13 +194,17 @@ function itemEnd(item) {
   return Math.max(...Array.from(item.querySelectorAll('[data-line-end]'), (el) => Number(el.getAttribute('data-line-end'))));
 }
 
-/** Whether the page shows at its top (viewport y 0) the definition amid the text that `line` is in. */
+/** Whether the window shows the definition amid the text that `line` is in. */
 function keepsNote(container, line) {
   const section = footnoteSection(container);
-  const item = section && section.getBoundingClientRect().top <= 0 ? itemAtY(section, 0) : null;
-  if (!item) return false;
-  const start = itemLine(item);
-  return start <= line && line <= itemEnd(item) && start < bodyEnd(section);
+  if (!section || section.getBoundingClientRect().top >= window.innerHeight) return false;
+  const floor = bodyEnd(section);
+  let item = itemAtY(section, 0) ?? itemGroups(section)[0]?.[0];
+  for (; item && item.getBoundingClientRect().top < window.innerHeight; item = nextItem(item)) {
+    const start = itemLine(item);
+    if (start <= line && line <= itemEnd(item) && start < floor) return true;
+  }
+  return false;
 }
 
 /** y of a line inside a definition after the text (the last one starting at or before it), or null. */

@@ -122,6 +122,8 @@ test('a definition amid the text: the page answers its line, the text keeps its 
       assert.equal(scroll.lineToPageY(container, lineOf(items[n]), window.scrollY), 20 * lineOf(items[n]));
       page.scrollToLine(lineOf(items[n]));
       assert.equal(window.scrollY, sectionTop + 60 * n);
+      page.scrollToLine(lineOf(items[n + 3]) + 0.5);
+      assert.equal(window.scrollY, sectionTop + 60 * n, 'nor for one further down in the window');
     }
     page.scrollToLine(lineOf(items[7]) - 2);
     assert.equal(window.scrollY, 20 * (lineOf(items[7]) - 2), 'any other line moves it');
