@@ -348,20 +348,19 @@ void DocumentController::toggleMode()
         scrollPreview(m_previewTopLine);
         return;
     }
-    // The page's line as it was when the editor reports lines of its own. The
-    // editor goes there before the caret does: a caret placed out of view would
-    // scroll it, and the page with it, to elsewhere first.
-    const double line = m_previewTopLine;
-    const auto scrollEditor = [this, line] {
-        if (m_editor.scrollToLine)
-            m_editor.scrollToLine(line);
+    const auto scrollEditor = [this] {
+        if (std::isfinite(m_previewTopLine) && m_editor.scrollToLine)
+            m_editor.scrollToLine(m_previewTopLine);
     };
-    QTimer::singleShot(0, this, [this, line, scrollEditor] {
-        if (!std::isfinite(line))
+    // The editor goes to the line before the caret does: a caret placed out of
+    // view would scroll it, and the page with it, to elsewhere first.
+    QTimer::singleShot(0, this, [this, scrollEditor] {
+        if (!std::isfinite(m_previewTopLine))
             return;
+        const int caret = static_cast<int>(std::floor(m_previewTopLine));
         scrollEditor();
         if (m_editor.placeCaretAtLine)
-            m_editor.placeCaretAtLine(static_cast<int>(std::floor(line)));
+            m_editor.placeCaretAtLine(caret);
         // Once more after layout has settled.
         QTimer::singleShot(150, this, scrollEditor);
     });

@@ -364,7 +364,7 @@ void TestDocumentControllerCore::switchingToTheEditorShowsThePagesTopLine()
     controller.toggleMode();
     QTest::qWait(300);
     QCOMPARE(carets, QList<int>{1234});
-    QCOMPARE(top, 1234.5);
+    QVERIFY2(top >= 1234 && top <= 1235, qPrintable(QString::number(top)));
     // The page is never sent anywhere but the line it showed.
     for (const QString &script : std::as_const(page.scripts)) {
         if (!script.startsWith(u"mv.scrollToLine("_s))
