@@ -136,7 +136,7 @@ export function createPatcher(container, { sanitize }) {
       place(middle, firstNode(old, old.length - tail));
       placer.settle();
       entries = old.slice(0, head).concat(middle, old.slice(old.length - tail));
-      const notes = entries.findIndex((e) => e.notes);
+      const notes = entries.findLastIndex((e) => e.notes);
       if (notes >= 0) placeRuns(entries, notes);
       return made.flatMap((e) => e.nodes);
     },
