@@ -53,8 +53,9 @@ QByteArray CustomCSS::templateText()
         "--measure.\n"
         "   The page structure is: html > body > main.markdown > (h1, p, pre, table, ...);\n"
         "   a document of over 600 lines has its blocks in chunks: main.markdown > lumo-chunk >\n"
-        "   (h1, p, ...). For both, write main.markdown > h1, main.markdown > lumo-chunk > h1. "
-        "*/\n");
+        "   (h1, p, ...). For both, write main.markdown > h1, main.markdown > lumo-chunk > h1.\n"
+        "   Its footnotes stand in runs: .footnotes-list > lumo-notes > li; write "
+        ".footnotes-list li. */\n");
 }
 
 void CustomCSS::readFile()

@@ -352,12 +352,15 @@ void DocumentController::toggleMode()
         if (std::isfinite(m_previewTopLine) && m_editor.scrollToLine)
             m_editor.scrollToLine(m_previewTopLine);
     };
+    // The editor goes to the line before the caret does: a caret placed out of
+    // view would scroll it, and the page with it, to elsewhere first.
     QTimer::singleShot(0, this, [this, scrollEditor] {
         if (!std::isfinite(m_previewTopLine))
             return;
-        if (m_editor.placeCaretAtLine)
-            m_editor.placeCaretAtLine(static_cast<int>(std::floor(m_previewTopLine)));
+        const int caret = static_cast<int>(std::floor(m_previewTopLine));
         scrollEditor();
+        if (m_editor.placeCaretAtLine)
+            m_editor.placeCaretAtLine(caret);
         // Once more after layout has settled.
         QTimer::singleShot(150, this, scrollEditor);
     });

@@ -35,6 +35,8 @@ private Q_SLOTS:
     void aDocumentTooLargeToPreviewSaysSo();
     void thePageLeadsTheEditorOnlyWhenTheUserScrollsIt_data();
     void thePageLeadsTheEditorOnlyWhenTheUserScrollsIt();
+    void switchingToTheEditorShowsThePagesTopLine_data();
+    void switchingToTheEditorShowsThePagesTopLine();
     void zoomStepsAndResets();
 
 private:
@@ -325,6 +327,51 @@ void TestDocumentControllerCore::thePageLeadsTheEditorOnlyWhenTheUserScrollsIt()
     page.say({{u"type"_s, u"topLine"_s}, {u"line"_s, 12.5}, {u"user"_s, byTheUser}});
     QCOMPARE(editorScrolls, editorFollows ? QList<double>{12.5} : QList<double>{});
     QCOMPARE(controller.previewTopLine(), pageTop);
+}
+
+void TestDocumentControllerCore::switchingToTheEditorShowsThePagesTopLine_data()
+{
+    QTest::addColumn<double>("editorTop");
+    QTest::newRow("the page's line is in the editor's view") << 1220.0;
+    // Placing the caret there would scroll the editor first, and the page after it.
+    QTest::newRow("the page's line is far below the editor's view") << 0.0;
+}
+
+void TestDocumentControllerCore::switchingToTheEditorShowsThePagesTopLine()
+{
+    QFETCH(double, editorTop);
+    FakePage page;
+    DocumentController controller(nullptr, &page, false);
+    page.sayReady();
+    // An editor of 30 rows that scrolls as little as it must to show its caret.
+    double top = editorTop;
+    QList<int> carets;
+    const auto scrolled = [&](double line) {
+        top = line;
+        controller.editorDidScroll(line);
+    };
+    controller.setEditor({[&top] { return top; }, scrolled,
+                          [&](int line) {
+                              carets.append(line);
+                              if (line < top)
+                                  scrolled(line);
+                              else if (line >= top + 30)
+                                  scrolled(line - 29);
+                          }});
+    page.say({{u"type"_s, u"topLine"_s}, {u"line"_s, 1234.5}, {u"user"_s, true}});
+    QTest::qWait(DocumentController::scrollQuietMilliseconds + 50);
+    page.scripts.clear();
+    controller.toggleMode();
+    QTest::qWait(300);
+    QCOMPARE(carets, QList<int>{1234});
+    QVERIFY2(top >= 1234 && top <= 1235, qPrintable(QString::number(top)));
+    // The page is never sent anywhere but the line it showed.
+    for (const QString &script : std::as_const(page.scripts)) {
+        if (!script.startsWith(u"mv.scrollToLine("_s))
+            continue;
+        const double line = script.mid(16).chopped(1).toDouble();
+        QVERIFY2(line >= 1234 && line <= 1235, qPrintable(script));
+    }
 }
 
 void TestDocumentControllerCore::zoomStepsAndResets()

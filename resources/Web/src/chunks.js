@@ -89,17 +89,22 @@ function rowsOf(el) {
 /**
  * Gives a chunk its estimated height, and leaves a chunk holding raw HTML
  * that floats (or blocks that flow around one, data-lumo-wrap) unskipped: a
- * skipped chunk would contain the float and cut the flow around it.
+ * skipped chunk would contain the float and cut the flow around it. The chunk
+ * of the footnotes (data-lumo-notes) is never skipped either: its runs of
+ * items are, each on its own (footnotes.js).
  */
 function refresh(chunk) {
   let em = 0;
   let floating = false;
+  let notes = false;
   for (const el of chunk.children) {
     em += EM_PER_BLOCK + EM_PER_ROW * rowsOf(el);
     if (el.hasAttribute('data-lumo-float') || el.hasAttribute('data-lumo-wrap')) floating = true;
+    if (el.localName === 'section' && el.classList.contains('footnotes')) notes = true;
   }
   chunk.style.containIntrinsicSize = `auto ${em.toFixed(1)}em`;
   chunk.toggleAttribute('data-lumo-float', floating);
+  chunk.toggleAttribute('data-lumo-notes', notes);
 }
 
 /** Wraps runs of `nodes` (top-level nodes in order) in chunks, answered in a fragment. */

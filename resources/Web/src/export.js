@@ -72,6 +72,11 @@ export function cleanClone(container, images) {
   cloneHiddenColumns(container, clone);
   dropUnshownRemoteMedia(container, clone);
   clone.querySelectorAll('lumo-chunk').forEach((n) => n.replaceWith(...n.childNodes));
+  // Runs of footnotes: the number on a run's first item is the page's, for the run alone.
+  clone.querySelectorAll('lumo-notes').forEach((n) => {
+    n.firstElementChild?.removeAttribute('value');
+    n.replaceWith(...n.childNodes);
+  });
   clone.querySelectorAll('.lumo-ui').forEach((n) => n.remove());
   clone.querySelectorAll('[data-line], [data-line-end]').forEach((n) => {
     n.removeAttribute('data-line');

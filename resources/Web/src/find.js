@@ -279,10 +279,13 @@ export function createFinder({ container, scroll }) {
     return { block, start, end };
   }
 
-  function select(block, [offset, length]) {
+  /** `nodes`: the block's text nodes as read by the search, unless a render has replaced them since. */
+  function select(block, [offset, length], nodes = null) {
     lastStart = offset;
-    const nodes = [];
-    blockText(block, nodes);
+    if (!nodes?.length || !block.contains(nodes[0].node) || !block.contains(nodes.at(-1).node)) {
+      nodes = [];
+      blockText(block, nodes);
+    }
     const start = pointAt(nodes, offset, false);
     const end = pointAt(nodes, offset + length, true);
     // A hit in a column of a wide table not shown yet: the table shows them all.
@@ -339,8 +342,11 @@ export function createFinder({ container, scroll }) {
       // A block counted before is read again only for the hit in it.
       const known = block === from.block ? undefined : tally.get(block);
       let found = null;
+      let nodes = null;
       if (known === undefined || (known && !hit)) {
-        const steps = blockTextSteps(block);
+        // Its text nodes are kept for the hit: reading a block of thousands (all the footnotes) again would take one long task.
+        nodes = [];
+        const steps = blockTextSteps(block, nodes);
         let walked = steps.next();
         for (; !walked.done; walked = steps.next()) if (!(await pause())) return null;
         // A render under the search: what it took away is not counted, the next search sees what came instead.
@@ -355,7 +361,7 @@ export function createFinder({ container, scroll }) {
         if (within >= 0) {
           hit = { visit: counts.length - 1, match: found[within], within };
           current.selected = true;
-          const range = select(block, hit.match);
+          const range = select(block, hit.match, nodes);
           if (reveals) reveal(range);
         }
       }

@@ -17,6 +17,7 @@ import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
 import { markWide, revealNear, showAllColumns } from './wide.js';
 import { applyEditAnswer, keepsOutline } from './editanswer.js';
+import { footnoteUnits } from './footnotes.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -154,10 +155,11 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     }
   }
 
+  /** The footnote section's units: cut into runs of items in a long document (footnotes.js). */
+  const tailUnits = (tail) => footnoteUnits(tail, container.classList.contains('lumo-long'));
+
   function unitsOf(blocks, tail) {
-    const units = groupBlocks(blocks);
-    if (tail) units.push(tail);
-    return units;
+    return groupBlocks(blocks).concat(tailUnits(tail));
   }
 
   let outline = null; // as last posted: a file that grows below its headings repeats none
@@ -186,7 +188,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     if (!all && current.blocks.length - state.grouped < BATCH_UNITS) return;
     const units = groupBlocks(current.blocks.slice(state.grouped), current.done);
     for (const u of units) state.grouped += u.blocks ? u.blocks.length : 1;
-    if (current.done && current.tail) units.push(current.tail);
+    if (current.done) units.push(...tailUnits(current.tail));
     if (units.length) state.stream.add(units);
   }
 
@@ -234,11 +236,20 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
       waits = !prepareReceived(state);
       if (waits) break;
     }
-    const complete = current.done && state.grouped === current.blocks.length;
-    if (complete && current.tail) state.stream.add([current.tail]);
+    const complete = current.done && state.grouped === current.blocks.length && prepareTail(state, started);
     place(state);
     if (complete) finish(state);
-    else if (!waits && state.grouped < current.blocks.length) schedule(() => pumpReceived(state));
+    else if (!waits && (state.grouped < current.blocks.length || current.done)) schedule(() => pumpReceived(state));
+  }
+
+  /** Prepares the footnote section after the last block, in slices like the blocks: true once all of it is. */
+  function prepareTail(state, started) {
+    state.notes ??= tailUnits(state.job.tail);
+    while (state.notes.length) {
+      state.stream.add(state.notes.splice(0, 1));
+      if (performance.now() - started >= SLICE_MS) break;
+    }
+    return !state.notes.length;
   }
 
   function finish(state) {

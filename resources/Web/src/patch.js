@@ -6,6 +6,7 @@
 // many blocks move. Where the nodes go (straight into the container, or into
 // chunks) is the placer's business (chunks.js).
 import { createPlacer } from './chunks.js';
+import { createRun, notesList } from './footnotes.js';
 
 const LINE_PAIR = / data-line="(\d*)" data-line-end="(\d*)"/g;
 const STALE = '\u0000stale';
@@ -36,9 +37,25 @@ export function createPatcher(container, { sanitize }) {
   const owner = new WeakMap(); // top-level node -> entry
   const placer = createPlacer(container);
 
+  /** The first top-level node of the entries from `from` on (runs of footnotes stand in their list). */
   function firstNode(list, from) {
-    for (let i = from; i < list.length; i++) if (list[i].nodes.length) return list[i].nodes[0];
+    for (let i = from; i < list.length; i++) if (list[i].nodes.length && !list[i].run) return list[i].nodes[0];
     return null;
+  }
+
+  /** Puts the runs of footnotes after the entry at `from` in order into the list of the section at `head`. */
+  function placeRuns(list, head, from = head + 1) {
+    const into = notesList(list[head].nodes);
+    if (!into) return;
+    let previous = null;
+    for (let i = from - 1; i > head && !previous; i--) if (list[i].run) previous = list[i].nodes[0];
+    for (let i = from; i < list.length; i++) {
+      if (!list[i].run) continue;
+      const run = list[i].nodes[0];
+      const at = previous ? previous.nextSibling : into.firstElementChild;
+      if (run !== at) into.insertBefore(run, at);
+      previous = run;
+    }
   }
 
   function setLines(entry, html) {
@@ -58,7 +75,8 @@ export function createPatcher(container, { sanitize }) {
   function create(units) {
     const lists = sanitize(units);
     return units.map((u, i) => {
-      const entry = { key: u.key, html: u.html, nodes: lists[i] };
+      const nodes = u.run ? [createRun(container.ownerDocument, lists[i], u.first)] : lists[i];
+      const entry = { key: u.key, html: u.html, nodes, run: !!u.run, notes: !!u.notes };
       for (const node of entry.nodes) owner.set(node, entry);
       return entry;
     });
@@ -66,6 +84,7 @@ export function createPatcher(container, { sanitize }) {
 
   function place(list, ref) {
     for (let i = list.length - 1; i >= 0; i--) {
+      if (list[i].run) continue;
       const nodes = list[i].nodes;
       for (let k = nodes.length - 1; k >= 0; k--) {
         const node = nodes[k];
@@ -117,6 +136,8 @@ export function createPatcher(container, { sanitize }) {
       place(middle, firstNode(old, old.length - tail));
       placer.settle();
       entries = old.slice(0, head).concat(middle, old.slice(old.length - tail));
+      const notes = entries.findLastIndex((e) => e.notes);
+      if (notes >= 0) placeRuns(entries, notes);
       return made.flatMap((e) => e.nodes);
     },
 
@@ -140,6 +161,7 @@ export function createPatcher(container, { sanitize }) {
       let queued = [];
       let fresh = [];
       let last = null;
+      let notes = -1; // where the footnote section stands in `placed`
       stream = {
         add(units) {
           const list = [];
@@ -164,7 +186,16 @@ export function createPatcher(container, { sanitize }) {
         flush() {
           const anchor = last;
           const batch = [];
+          const from = placed.length;
+          let runs = false;
           for (const e of queued) {
+            if (e.notes) notes = placed.length;
+            if (e.run) {
+              runs = true;
+              placed.push(e);
+              used.add(e);
+              continue;
+            }
             for (const node of e.nodes) {
               if (node.parentNode) placer.remove(node);
               batch.push(node);
@@ -175,6 +206,7 @@ export function createPatcher(container, { sanitize }) {
           }
           placer.insertAfter(batch, anchor);
           placer.settle();
+          if (runs && notes >= 0) placeRuns(placed, notes, Math.max(from, notes + 1));
           queued = [];
           const added = fresh;
           fresh = [];

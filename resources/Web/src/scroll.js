@@ -1,7 +1,8 @@
 // Source line <-> vertical position. Every element with data-line gives two
 // points, (first line, top) and (end line, bottom); between points the
 // mapping is linear, so fractional lines land inside a block in proportion.
-import { isChunked } from './chunks.js';
+import { isChunked, previousBlock } from './chunks.js';
+import { footnoteSection, isRun, itemGroups, itemLine, nextItem } from './footnotes.js';
 
 /** Builds a monotone list of [line, y] points from annotated elements. */
 export function buildPoints(elements, scrollY = 0) {
@@ -140,8 +141,93 @@ function scope(container, pick) {
   return { blocks: children[c].children, after: firstAnnotatedAfter(children, c) };
 }
 
+// The footnote section holds definitions from anywhere in the text, in the
+// order of their first reference. From the page, a place in it is the line of
+// the definition shown there. From the text, a line of a definition written
+// after the text's last block (the usual place) shows it in the section; one of
+// a definition amid the text stays with the text around it, so that following
+// the text never jumps to the end of the page and back; a page showing that
+// definition stays where it is (`keepsNote`), so that switching to the text
+// and back leaves it there.
+
+/** The line the text before the footnote section ends at: that of its last annotated block. */
+function bodyEnd(section) {
+  for (let el = previousBlock(section); el; el = previousBlock(el)) {
+    const end = el.hasAttribute('data-line-end') ? el : Array.from(el.querySelectorAll('[data-line-end]')).at(-1);
+    if (end) return Number(end.getAttribute('data-line-end'));
+  }
+  return 0;
+}
+
+/** The item standing at height y (viewport coordinates), or null above the first. */
+function itemAtY(section, y) {
+  const list = section.querySelector(':scope > ol.footnotes-list');
+  let items = list ? list.children : [];
+  if (isRun(items[0])) items = items[lastAtY(items, y)].children;
+  if (!items.length) return null;
+  const item = items[lastAtY(items, y)];
+  return item.getBoundingClientRect().top <= y ? item : null;
+}
+
+/**
+ * Points of a definition, and of the next one's start when it follows right
+ * after it in the text: between two far apart (definitions amid the text) the
+ * space below the item shows none of the text between them.
+ */
+function itemPoints(item, end, scrollY) {
+  const elements = Array.from(item.querySelectorAll('[data-line]'));
+  const next = nextItem(item);
+  const first = next?.querySelector('[data-line]');
+  const gap = first ? Number(first.getAttribute('data-line')) - end : NaN;
+  if (gap >= 0 && gap <= 1) elements.push(first);
+  return buildPoints(elements, scrollY);
+}
+
+/** Source line at height y inside the footnote section; null above its first item. */
+function notesYToLine(section, y, scrollY) {
+  const item = itemAtY(section, y - scrollY);
+  if (!item) return null;
+  return yToLine(itemPoints(item, itemEnd(item), scrollY), y);
+}
+
+function itemEnd(item) {
+  return Math.max(...Array.from(item.querySelectorAll('[data-line-end]'), (el) => Number(el.getAttribute('data-line-end'))));
+}
+
+/** Whether the window shows the definition amid the text that `line` is in. */
+function keepsNote(container, line) {
+  const section = footnoteSection(container);
+  if (!section || section.getBoundingClientRect().top >= window.innerHeight) return false;
+  const floor = bodyEnd(section);
+  let item = itemAtY(section, 0) ?? itemGroups(section)[0]?.[0];
+  for (; item && item.getBoundingClientRect().top < window.innerHeight; item = nextItem(item)) {
+    const start = itemLine(item);
+    if (start <= line && line <= itemEnd(item) && start < floor) return true;
+  }
+  return false;
+}
+
+/** y of a line inside a definition after the text (the last one starting at or before it), or null. */
+function notesLineToY(section, line, scrollY) {
+  const floor = bodyEnd(section);
+  if (!(line >= floor)) return null;
+  // Definitions stand in the order of their references, not of the text: every one is read (no layout).
+  let found = null;
+  let best = -Infinity;
+  for (const items of itemGroups(section)) {
+    for (const item of items) {
+      const at = itemLine(item);
+      if (at >= floor && at <= line && at > best) [found, best] = [item, at];
+    }
+  }
+  return found ? lineToY(buildPoints(found.querySelectorAll('[data-line]'), scrollY), line) : null;
+}
+
 /** y of a fractional source line in a container of blocks. */
 export function lineToPageY(container, line, scrollY = 0) {
+  const notes = footnoteSection(container);
+  const y = notes ? notesLineToY(notes, line, scrollY) : null;
+  if (y !== null) return y;
   const { blocks, after } = scope(container, (chunks) => Math.max(0, lastAtLine(chunks, line, chunkLine)));
   const i = lastAtLine(blocks, line);
   if (i < 0) return 0;
@@ -151,7 +237,10 @@ export function lineToPageY(container, line, scrollY = 0) {
 /** Fractional source line at height y of a container of blocks. */
 export function pageYToLine(container, y, scrollY = 0) {
   const { blocks, after } = scope(container, (chunks) => (chunks.length ? lastAtY(chunks, y - scrollY) : -1));
-  const i = blocks.length ? nextAnnotated(blocks, lastAtY(blocks, y - scrollY), -1) : -1;
+  const at = blocks.length ? lastAtY(blocks, y - scrollY) : -1;
+  const notes = at >= 0 && blocks[at] === footnoteSection(container) ? notesYToLine(blocks[at], y, scrollY) : null;
+  if (notes !== null) return notes;
+  const i = at >= 0 ? nextAnnotated(blocks, at, -1) : -1;
   if (i < 0) return 0;
   return yToLine(pointsAround(blocks, i, scrollY, after), y);
 }
@@ -251,7 +340,7 @@ export function createScrollSync({ container, post }) {
     },
     scrollToLine(line) {
       const n = Number(line);
-      if (!Number.isFinite(n)) return;
+      if (!Number.isFinite(n) || keepsNote(container, n)) return;
       follow(() => lineToPageY(container, n, window.scrollY), scrollToY);
     },
     topLine() {
