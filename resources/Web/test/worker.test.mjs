@@ -144,4 +144,5 @@ test('the Worker vouches only for blocks that pass the quick check: raw HTML thr
   for (const el of container.querySelectorAll('*')) {
     for (const attr of el.attributes) assert.ok(!/^on/i.test(attr.name) && !/javascript:|position/i.test(attr.value), `${el.localName} ${attr.name}="${attr.value}"`);
   }
+  worker.close();
 });
