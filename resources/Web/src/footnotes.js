@@ -45,10 +45,12 @@ export function footnoteUnits(tail, cut) {
   if (starts[0] !== open + LIST_OPEN.length) return [tail];
   starts.push(close);
   const head = html.slice(0, starts[0]) + html.slice(close);
-  const units = [{ html: head, key: HEAD_KEY + head, notes: true }];
+  // Cut only between whole tags: what the Worker found clean in the section stays clean in each piece.
+  const { checked } = tail;
+  const units = [{ html: head, key: HEAD_KEY + head, notes: true, checked }];
   for (let i = 0; i + 1 < starts.length; i += RUN_ITEMS) {
     const part = html.slice(starts[i], starts[Math.min(i + RUN_ITEMS, starts.length - 1)]);
-    units.push({ html: part, key: RUN_KEY + stripLines(part), run: true, first: i + 1 });
+    units.push({ html: part, key: RUN_KEY + stripLines(part), run: true, first: i + 1, checked });
   }
   return units;
 }
