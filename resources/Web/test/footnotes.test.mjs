@@ -133,3 +133,38 @@ test('a definition amid the text: the page answers its line, the text keeps its 
     container.remove();
   }
 });
+
+test('the padding of the list follows the digits of its largest number, short or long, and an edit', async () => {
+  const notes = (n) => `${Array.from({ length: n }, (_, i) => `Cites.[^${i}]`).join('\n\n')}\n\n${Array.from({ length: n }, (_, i) => `[^${i}]: Note ${i}.`).join('\n\n')}\n`;
+  const settled = async (container, n) => {
+    for (let i = 0; i < 4000 && !container.querySelector(`[id="fn${n}"]`); i++) await new Promise((resolve) => setTimeout(resolve, 2));
+    await new Promise((resolve) => setTimeout(resolve, 5));
+  };
+  const digits = (container) => container.querySelector('ol.footnotes-list').style.getPropertyValue('--lumo-digits');
+  const cases = [
+    [9, '1'],
+    [99, '2'],
+    [100, '3'],
+    [RUN_ITEMS * 2 + 4, '3'],
+    [1200, '4'],
+  ];
+  for (const lines of [40, 1e9]) {
+    for (const [count, expected] of cases) {
+      const container = window.document.createElement('main');
+      container.className = 'markdown';
+      window.document.body.append(container);
+      const page = createPage({ container, post: () => {}, firstLines: lines });
+      page.render(notes(count), null, { rev: 1 });
+      await settled(container, count);
+      assert.equal(digits(container), expected, `${count} notes, long from ${lines} lines`);
+      assert.doesNotMatch((await page.exportHTML({})).html, /lumo-digits|<ol class="footnotes-list" style/);
+      if (count > 99) {
+        page.render(notes(99), null, { rev: 2 });
+        for (let i = 0; i < 4000 && container.querySelector('[id="fn100"]'); i++) await new Promise((resolve) => setTimeout(resolve, 2));
+        await settled(container, 99);
+        assert.equal(digits(container), '2', `${count} notes cut to 99, long from ${lines} lines`);
+      }
+      container.remove();
+    }
+  }
+});
