@@ -106,17 +106,25 @@ test('a definition amid the text: the page answers its line, the text keeps its 
     const inside = item ? [item] : this.localName === 'lumo-notes' ? Array.from(this.children) : items;
     const [first, last] = [items.indexOf(inside[0]), items.indexOf(inside.at(-1))];
     const top = sectionTop + 60 * first - window.scrollY;
-    // A paragraph in an item takes its first 20px.
-    const height = item && this !== item ? 20 : 60 * (last - first + 1);
+    // A paragraph in an item takes its first 20px; the items stand 4px apart.
+    const height = item && this !== item ? 20 : 60 * (last - first + 1) - (this === item ? 4 : 0);
     return { top, bottom: top + height, height, width: 600 };
   };
   try {
     for (const n of [0, 7, 99]) {
       window.scrollTo(0, sectionTop + 60 * n);
       assert.equal(page.topLine(), lineOf(items[n]), `top line at note ${n}`);
-      // Below its paragraph: still that definition, not the text before the next one.
-      window.scrollTo(0, sectionTop + 60 * n + 40);
-      assert.equal(page.topLine(), lineOf(items[n]) + 1, `below note ${n}`);
+      // Below its paragraph, down to its item's last pixel: still that definition's line (the editor shows
+      // the line holding the top line), not the text after it nor the text before the next one.
+      for (const below of [40, 55]) {
+        window.scrollTo(0, sectionTop + 60 * n + below);
+        const top = page.topLine();
+        assert.equal(Math.floor(top), lineOf(items[n]), `${below}px below note ${n}`);
+        assert.ok(top > lineOf(items[n]) + 0.99, `${below}px below note ${n}: its end, ${top}`);
+      }
+      // Between the items the next one shows.
+      window.scrollTo(0, sectionTop + 60 * n + 57);
+      assert.equal(page.topLine(), lineOf(items[n + 1]), `between notes ${n} and ${n + 1}`);
       window.scrollTo(0, sectionTop + 60 * n);
       // The text's line of it shows the text there; asked from the page showing it, the page stays.
       assert.equal(scroll.lineToPageY(container, lineOf(items[n]), window.scrollY), 20 * lineOf(items[n]));
