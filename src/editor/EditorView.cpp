@@ -164,8 +164,13 @@ void EditorView::scrollToLine(QPlainTextEdit *view, double line)
     const int position = std::min(positionOfLine(document, whole), std::max(length - 1, 0));
     const QTextBlock block = document->findBlock(position);
     const int lines = lineCountOf(view, block);
-    const int target = block.firstLineNumber() +
-                       static_cast<int>(std::lround((std::max(line, 0.0) - whole) * lines));
+    // The row holding the line, as the page's top shows part of it: the nearest
+    // row would be the one after a line scrolled more than half out of view.
+    // The slack absorbs the rounding of a fraction this view reported itself.
+    const int target =
+        block.firstLineNumber() +
+        std::min(static_cast<int>(std::floor((std::max(line, 0.0) - whole) * lines + 1e-6)),
+                 std::max(lines - 1, 0));
     view->verticalScrollBar()->setValue(std::max(target, 0));
 }
 

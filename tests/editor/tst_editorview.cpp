@@ -44,6 +44,8 @@ class TestEditorView : public QObject
 
 private Q_SLOTS:
     void scrollingIntoAWrappedParagraph();
+    void aLineMostlyOutOfViewStaysAtTheTop_data();
+    void aLineMostlyOutOfViewStaysAtTheTop();
     void linesWithoutALineFeed();
     void linesBeyondTheEnd();
     void theCaretGoesToALine();
@@ -75,14 +77,39 @@ void TestEditorView::scrollingIntoAWrappedParagraph()
         const QTextLine shownLine = block.layout()->lineForTextPosition(top);
         QCOMPARE(shownLine.lineNumber(), k);
     }
-    // Half-way down a paragraph of four or more lines is half its lines in.
+    // Half-way down a paragraph of four or more lines: the row holding its middle.
     EditorView::scrollToLine(view.get(), 1.5);
-    QCOMPARE(view->verticalScrollBar()->value() - block.firstLineNumber(), (lines + 1) / 2);
+    QCOMPARE(view->verticalScrollBar()->value() - block.firstLineNumber(), lines / 2);
 
     QSignalSpy scrolled(view.get(), &EditorView::scrolled);
     view->verticalScrollBar()->setValue(block.firstLineNumber() + lines + 3);
     QCOMPARE(scrolled.count(), 1);
     QCOMPARE(scrolled.first().first().toDouble(), 5.0);
+}
+
+void TestEditorView::aLineMostlyOutOfViewStaysAtTheTop_data()
+{
+    QTest::addColumn<double>("shown");
+    QTest::addColumn<int>("topRow");
+    // The page's top shows the bottom sliver of a line, or of a wrapped paragraph's last row.
+    QTest::newRow("a one-row line") << 0.9 << 0;
+    QTest::newRow("half of a one-row line") << 0.5 << 0;
+    QTest::newRow("the last row of a paragraph") << -0.1 << -1;
+}
+
+void TestEditorView::aLineMostlyOutOfViewStaysAtTheTop()
+{
+    QFETCH(double, shown);
+    QFETCH(int, topRow);
+    auto view = ::shown(u"title\n"_s + paragraph() + u"\n"_s + u"line\n"_s.repeated(80));
+    // Line 2 is one row; line 1 the paragraph, whose rows a negative figure counts from its end.
+    const int line = topRow < 0 ? 1 : 2;
+    const QTextBlock block = view->document()->findBlockByNumber(line);
+    const int lines = block.lineCount();
+    const double fraction = topRow < 0 ? (lines + shown) / lines : shown;
+    EditorView::scrollToLine(view.get(), line + fraction);
+    const int expected = topRow < 0 ? lines + topRow : topRow;
+    QCOMPARE(view->verticalScrollBar()->value() - block.firstLineNumber(), expected);
 }
 
 void TestEditorView::linesWithoutALineFeed()

@@ -3,6 +3,7 @@
 import { assetToFile } from './urls.js';
 import { lightDiagramPNG } from './diagrams.js';
 import { cloneHiddenColumns, hiddenParts } from './wide.js';
+import { DIGITS } from './footnotes.js';
 
 const MEDIA = 'img[src], video[src], video[poster], audio[src], source[src], input[src]';
 
@@ -76,6 +77,10 @@ export function cleanClone(container, images) {
   clone.querySelectorAll('lumo-notes').forEach((n) => {
     n.firstElementChild?.removeAttribute('value');
     n.replaceWith(...n.childNodes);
+  });
+  clone.querySelectorAll('ol.footnotes-list[style]').forEach((n) => {
+    n.style.removeProperty(DIGITS);
+    if (!n.style.length) n.removeAttribute('style');
   });
   clone.querySelectorAll('.lumo-ui').forEach((n) => n.remove());
   clone.querySelectorAll('[data-line], [data-line-end]').forEach((n) => {

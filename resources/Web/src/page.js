@@ -17,7 +17,7 @@ import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
 import { markWide, revealNear, showAllColumns } from './wide.js';
 import { applyEditAnswer, keepsOutline } from './editanswer.js';
-import { footnoteUnits } from './footnotes.js';
+import { fitNumbers, footnoteUnits } from './footnotes.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -175,6 +175,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
 
   function done(result, added, diff, view) {
     markWraps(added);
+    fitNumbers(container);
     if (diff && !follower.isTailed(view, added)) markChanged(added);
     enhancer.add(added);
     announce(rev, result.blocks, result.tail, result.outlineKept);
@@ -201,6 +202,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   function place(state) {
     const added = state.stream.flush();
     markWraps(added);
+    if (added.length) fitNumbers(container);
     if (state.diff && !follower.isTailed(state.view, added)) markChanged(added);
     if (state.view) state.changed.push(...added);
     enhancer.add(added);
@@ -256,6 +258,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     const current = state.job;
     if (state.ticket) held = { ticket: state.ticket, blocks: current.blocks, tail: current.tail };
     state.stream.end();
+    fitNumbers(container);
     enhancer.hold(false);
     job = null;
     announce(state.rev, current.blocks, current.tail);

@@ -169,25 +169,34 @@ function itemAtY(section, y) {
   return item.getBoundingClientRect().top <= y ? item : null;
 }
 
-/**
- * Points of a definition, and of the next one's start when it follows right
- * after it in the text: between two far apart (definitions amid the text) the
- * space below the item shows none of the text between them.
- */
-function itemPoints(item, end, scrollY) {
-  const elements = Array.from(item.querySelectorAll('[data-line]'));
-  const next = nextItem(item);
-  const first = next?.querySelector('[data-line]');
+/** The start of the next definition when it follows right after `item`'s in the text, or null. */
+function joinedNext(item, end) {
+  const first = nextItem(item)?.querySelector('[data-line]');
   const gap = first ? Number(first.getAttribute('data-line')) - end : NaN;
-  if (gap >= 0 && gap <= 1) elements.push(first);
-  return buildPoints(elements, scrollY);
+  return gap >= 0 && gap <= 1 ? first : null;
 }
 
-/** Source line at height y inside the footnote section; null above its first item. */
+// How far above its end line a definition's bottom stands: the line after
+// it is the text's, and the top line is reported to a thousandth.
+const ABOVE_END = 0.001;
+
+/**
+ * Source line at height y inside the footnote section; null above its first
+ * item. Between two definitions that follow each other in the text, the lines
+ * between them. Below the text of one far from the next (definitions amid the
+ * text), none of the text after it shows: inside its item, still its own last
+ * line; in the space between the items, the next one's first.
+ */
 function notesYToLine(section, y, scrollY) {
   const item = itemAtY(section, y - scrollY);
   if (!item) return null;
-  return yToLine(itemPoints(item, itemEnd(item), scrollY), y);
+  const end = itemEnd(item);
+  const elements = Array.from(item.querySelectorAll('[data-line]'));
+  const joined = joinedNext(item, end);
+  if (joined) return yToLine(buildPoints([...elements, joined], scrollY), y);
+  const next = nextItem(item);
+  if (next && y - scrollY >= item.getBoundingClientRect().bottom && Number.isFinite(itemLine(next))) return itemLine(next);
+  return Math.min(yToLine(buildPoints(elements, scrollY), y), end - ABOVE_END);
 }
 
 function itemEnd(item) {

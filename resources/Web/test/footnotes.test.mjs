@@ -106,17 +106,25 @@ test('a definition amid the text: the page answers its line, the text keeps its 
     const inside = item ? [item] : this.localName === 'lumo-notes' ? Array.from(this.children) : items;
     const [first, last] = [items.indexOf(inside[0]), items.indexOf(inside.at(-1))];
     const top = sectionTop + 60 * first - window.scrollY;
-    // A paragraph in an item takes its first 20px.
-    const height = item && this !== item ? 20 : 60 * (last - first + 1);
+    // A paragraph in an item takes its first 20px; the items stand 4px apart.
+    const height = item && this !== item ? 20 : 60 * (last - first + 1) - (this === item ? 4 : 0);
     return { top, bottom: top + height, height, width: 600 };
   };
   try {
     for (const n of [0, 7, 99]) {
       window.scrollTo(0, sectionTop + 60 * n);
       assert.equal(page.topLine(), lineOf(items[n]), `top line at note ${n}`);
-      // Below its paragraph: still that definition, not the text before the next one.
-      window.scrollTo(0, sectionTop + 60 * n + 40);
-      assert.equal(page.topLine(), lineOf(items[n]) + 1, `below note ${n}`);
+      // Below its paragraph, down to its item's last pixel: still that definition's line (the editor shows
+      // the line holding the top line), not the text after it nor the text before the next one.
+      for (const below of [40, 55]) {
+        window.scrollTo(0, sectionTop + 60 * n + below);
+        const top = page.topLine();
+        assert.equal(Math.floor(top), lineOf(items[n]), `${below}px below note ${n}`);
+        assert.ok(top > lineOf(items[n]) + 0.99, `${below}px below note ${n}: its end, ${top}`);
+      }
+      // Between the items the next one shows.
+      window.scrollTo(0, sectionTop + 60 * n + 57);
+      assert.equal(page.topLine(), lineOf(items[n + 1]), `between notes ${n} and ${n + 1}`);
       window.scrollTo(0, sectionTop + 60 * n);
       // The text's line of it shows the text there; asked from the page showing it, the page stays.
       assert.equal(scroll.lineToPageY(container, lineOf(items[n]), window.scrollY), 20 * lineOf(items[n]));
@@ -131,5 +139,40 @@ test('a definition amid the text: the page answers its line, the text keeps its 
     window.Element.prototype.getBoundingClientRect = standard;
     window.scrollTo(0, 0);
     container.remove();
+  }
+});
+
+test('the padding of the list follows the digits of its largest number, short or long, and an edit', async () => {
+  const notes = (n) => `${Array.from({ length: n }, (_, i) => `Cites.[^${i}]`).join('\n\n')}\n\n${Array.from({ length: n }, (_, i) => `[^${i}]: Note ${i}.`).join('\n\n')}\n`;
+  const settled = async (container, n) => {
+    for (let i = 0; i < 4000 && !container.querySelector(`[id="fn${n}"]`); i++) await new Promise((resolve) => setTimeout(resolve, 2));
+    await new Promise((resolve) => setTimeout(resolve, 5));
+  };
+  const digits = (container) => container.querySelector('ol.footnotes-list').style.getPropertyValue('--lumo-digits');
+  const cases = [
+    [9, '1'],
+    [99, '2'],
+    [100, '3'],
+    [RUN_ITEMS * 2 + 4, '3'],
+    [1200, '4'],
+  ];
+  for (const lines of [40, 1e9]) {
+    for (const [count, expected] of cases) {
+      const container = window.document.createElement('main');
+      container.className = 'markdown';
+      window.document.body.append(container);
+      const page = createPage({ container, post: () => {}, firstLines: lines });
+      page.render(notes(count), null, { rev: 1 });
+      await settled(container, count);
+      assert.equal(digits(container), expected, `${count} notes, long from ${lines} lines`);
+      assert.doesNotMatch((await page.exportHTML({})).html, /lumo-digits|<ol class="footnotes-list" style/);
+      if (count > 99) {
+        page.render(notes(99), null, { rev: 2 });
+        for (let i = 0; i < 4000 && container.querySelector('[id="fn100"]'); i++) await new Promise((resolve) => setTimeout(resolve, 2));
+        await settled(container, 99);
+        assert.equal(digits(container), '2', `${count} notes cut to 99, long from ${lines} lines`);
+      }
+      container.remove();
+    }
   }
 });
