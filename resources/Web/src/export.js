@@ -3,7 +3,7 @@
 import { assetToFile } from './urls.js';
 import { lightDiagramPNG } from './diagrams.js';
 import { cloneHiddenColumns, hiddenParts } from './wide.js';
-import { DIGITS } from './footnotes.js';
+import { DIGITS } from './listnumbers.js';
 
 const MEDIA = 'img[src], video[src], video[poster], audio[src], source[src], input[src]';
 

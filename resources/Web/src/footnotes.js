@@ -14,6 +14,7 @@
 // converter wrote.
 import { stripLines } from './convert/lineattrs.js';
 import { lastBlock } from './chunks.js';
+import { DIGITS, digitsBetween } from './listnumbers.js';
 
 const RUN = 'lumo-notes';
 export const RUN_ITEMS = 48;
@@ -86,20 +87,13 @@ export function footnoteSection(container) {
   return last?.localName === 'section' && last.classList.contains('footnotes') ? last : null;
 }
 
-// The list's numbers stand in its padding, which fits one digit and lets two
-// reach into the page's margin. The page sets the digits of the largest
-// number (`--lumo-digits` in style.css): on screen, numbers past 99 reach no
-// further out than two digits do; in print, where nothing may reach past the
-// paper's margin, every number fits.
-export const DIGITS = '--lumo-digits';
-
 /** Sizes the padding of the footnote list ending the container to its largest number. */
 export function fitNumbers(container) {
   const list = footnoteSection(container)?.querySelector(':scope > ol.footnotes-list');
   if (!list) return;
   const last = list.lastElementChild;
   const largest = isRun(last) ? Number(last.firstElementChild?.getAttribute('value')) + last.children.length - 1 : list.children.length;
-  const digits = String(Math.max(1, largest)).length;
+  const digits = digitsBetween(1, largest);
   if (list.style.getPropertyValue(DIGITS) !== String(digits)) list.style.setProperty(DIGITS, String(digits));
 }
 

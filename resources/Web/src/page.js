@@ -18,6 +18,7 @@ import { TASK_BOX_MARK } from './plugins/tasks.js';
 import { markWide, revealNear, showAllColumns } from './wide.js';
 import { applyEditAnswer, keepsOutline } from './editanswer.js';
 import { fitNumbers, footnoteUnits } from './footnotes.js';
+import { fitListNumbers, releaseListNumbers } from './listnumbers.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -163,6 +164,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   }
 
   let outline = null; // as last posted: a file that grows below its headings repeats none
+  let fittedLists = []; // ordered lists given room for their numbers while printing
   function announce(renderRev, blocks, tail, outlineKept = false) {
     post({ type: 'rendered', rev: renderRev });
     if (outlineKept) return;
@@ -460,9 +462,12 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
       showAllColumns(container);
       emojiAsPictures(container);
       keepHeadingsWithNext(container);
+      fittedLists = fitListNumbers(container);
       return answer;
     },
     endPrint() {
+      releaseListNumbers(fittedLists);
+      fittedLists = [];
       releaseHeadings(container);
       emojiAsText(container);
       markWide([container]);
