@@ -103,7 +103,10 @@ DocumentController::DocumentController(OpenDocument *document, PageConnection *p
     connect(&CustomCSS::shared(), &CustomCSS::changed, this, &DocumentController::applyPrefs);
 
     if (m_document) {
-        connect(m_document, &OpenDocument::textChanged, this, [this] { scheduleRender(); });
+        connect(m_document, &OpenDocument::textChanged, this, [this] {
+            ++m_textChanges;
+            scheduleRender();
+        });
         // What the user saved is now what is on disk: nothing is left to decide.
         connect(m_document, &OpenDocument::saved, this, [this] { setDiskChangePending(false); });
         connect(m_document, &OpenDocument::pathChanged, this, [this] {
@@ -339,8 +342,12 @@ void DocumentController::toggleTask(int line, bool checked, qint64 revision)
 
 void DocumentController::toggleMode()
 {
-    if (m_mode == Mode::Edit && m_editor.topLine)
-        m_previewTopLine = m_editor.topLine();
+    if (m_mode == Mode::Edit && m_editor.topLine) {
+        const double editorTop = m_editor.topLine();
+        const bool untouched =
+            editorTop == m_editorLanding && m_textChanges == m_textChangesAtSwitch;
+        m_previewTopLine = untouched ? m_readingTopLine : editorTop;
+    }
     m_mode = m_mode == Mode::Edit ? Mode::Read : Mode::Edit;
     Q_EMIT modeChanged(m_mode);
 
@@ -348,9 +355,14 @@ void DocumentController::toggleMode()
         scrollPreview(m_previewTopLine);
         return;
     }
+    m_readingTopLine = m_previewTopLine;
+    m_textChangesAtSwitch = m_textChanges;
+    m_editorLanding = -1;
     const auto scrollEditor = [this] {
         if (std::isfinite(m_previewTopLine) && m_editor.scrollToLine)
             m_editor.scrollToLine(m_previewTopLine);
+        if (m_editor.topLine)
+            m_editorLanding = m_editor.topLine();
     };
     // The editor goes to the line before the caret does: a caret placed out of
     // view would scroll it, and the page with it, to elsewhere first.

@@ -169,6 +169,13 @@ private:
     bool m_nextRenderIsExternal = false;
     std::optional<QString> m_appliedCSS;
     double m_previewTopLine = 0;
+    // Where the page stood when the editor took over, and the editor's top once it
+    // came to rest there: an editor left as it landed, text unchanged, hands the
+    // page back its own place (near the text's end the editor stops short of it).
+    double m_readingTopLine = 0;
+    double m_editorLanding = -1;
+    quint64 m_textChanges = 0;
+    quint64 m_textChangesAtSwitch = 0;
     QElapsedTimer m_lastEditorDrivenScroll;
     QElapsedTimer m_lastPreviewDrivenScroll;
 };

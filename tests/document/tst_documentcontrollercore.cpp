@@ -37,6 +37,8 @@ private Q_SLOTS:
     void thePageLeadsTheEditorOnlyWhenTheUserScrollsIt();
     void switchingToTheEditorShowsThePagesTopLine_data();
     void switchingToTheEditorShowsThePagesTopLine();
+    void switchingBackGivesThePageItsPlaceUnlessTheEditorMoved_data();
+    void switchingBackGivesThePageItsPlaceUnlessTheEditorMoved();
     void zoomStepsAndResets();
 
 private:
@@ -372,6 +374,41 @@ void TestDocumentControllerCore::switchingToTheEditorShowsThePagesTopLine()
         const double line = script.mid(16).chopped(1).toDouble();
         QVERIFY2(line >= 1234 && line <= 1235, qPrintable(script));
     }
+}
+
+void TestDocumentControllerCore::switchingBackGivesThePageItsPlaceUnlessTheEditorMoved_data()
+{
+    QTest::addColumn<double>("userScrollsTo");
+    QTest::addColumn<double>("pageGoesTo");
+    // The page showed the text's last lines: the editor cannot bring its line to the top.
+    QTest::newRow("left as it landed") << -1.0 << 1234.5;
+    QTest::newRow("scrolled by the reader") << 900.0 << 900.0;
+}
+
+void TestDocumentControllerCore::switchingBackGivesThePageItsPlaceUnlessTheEditorMoved()
+{
+    QFETCH(double, userScrollsTo);
+    QFETCH(double, pageGoesTo);
+    FakePage page;
+    DocumentController controller(nullptr, &page, false);
+    page.sayReady();
+    // An editor of 30 rows over a text of 1230 lines: its top stops at line 1200.
+    double top = 0;
+    const auto scrolled = [&](double line) {
+        top = std::min(line, 1200.0);
+        controller.editorDidScroll(top);
+    };
+    controller.setEditor({[&top] { return top; }, scrolled, [](int) {}});
+    page.say({{u"type"_s, u"topLine"_s}, {u"line"_s, 1234.5}, {u"user"_s, true}});
+    QTest::qWait(DocumentController::scrollQuietMilliseconds + 50);
+    controller.toggleMode();
+    QTest::qWait(300);
+    QCOMPARE(top, 1200.0);
+    if (userScrollsTo >= 0)
+        scrolled(userScrollsTo);
+    page.scripts.clear();
+    controller.toggleMode();
+    QCOMPARE(page.scripts.value(0), u"mv.scrollToLine(%1)"_s.arg(pageGoesTo));
 }
 
 void TestDocumentControllerCore::zoomStepsAndResets()
