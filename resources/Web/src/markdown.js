@@ -92,6 +92,20 @@ function recordDefinitions(md) {
     const list = state.env.refDefs;
     if (!list || silent) return reference(state, startLine, endLine, silent);
     const known = state.env.references ?? (state.env.references = {});
+    const offset = state.env.lineOffset || 0;
+    const record = (label, href, title, end) => {
+      const added = known[label] === undefined;
+      list.push({ line: startLine + offset, end, label, href, title, added });
+      if (added) known[label] = { href, title };
+    };
+    // Outside every container a line is read as the prescan read it, so its
+    // definition is taken as found there, when all its lines are in the piece.
+    const seen = state.level === 0 && state.blkIndent === 0 ? state.env.prescanned?.get(startLine + offset) : undefined;
+    if (seen && seen.end <= state.lineMax + offset) {
+      record(seen.label, seen.href, seen.title, seen.end);
+      state.line = seen.end - offset;
+      return true;
+    }
     const probe = {};
     state.env.references = probe;
     let ok = false;
@@ -100,13 +114,7 @@ function recordDefinitions(md) {
     } finally {
       state.env.references = known;
     }
-    const offset = state.env.lineOffset || 0;
-    for (const label of Object.keys(probe)) {
-      const { href, title } = probe[label];
-      const added = known[label] === undefined;
-      list.push({ line: startLine + offset, label, href, title, added });
-      if (added) known[label] = probe[label];
-    }
+    for (const label of Object.keys(probe)) record(label, probe[label].href, probe[label].title, state.line + offset);
     return ok;
   });
   const footnoteDef = originalRule('block', 'footnote_def');
