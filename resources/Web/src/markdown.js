@@ -86,35 +86,39 @@ function stashDefinitions(state) {
 // Definitions are recorded with their absolute lines so that a document
 // converted in pieces can tell whether an edit changed any of them (their
 // effect reaches blocks anywhere in the document). Fields: convert/env.js.
+function rememberReference(env, line, end, label, href, title) {
+  const known = env.references ?? (env.references = {});
+  const added = known[label] === undefined;
+  env.refDefs.push({ line, end, label, href, title, added });
+  if (added) known[label] = { href, title };
+}
+
 function recordDefinitions(md) {
   const reference = originalRule('block', 'reference');
   md.block.ruler.at('reference', (state, startLine, endLine, silent) => {
-    const list = state.env.refDefs;
-    if (!list || silent) return reference(state, startLine, endLine, silent);
-    const known = state.env.references ?? (state.env.references = {});
-    const offset = state.env.lineOffset || 0;
-    const record = (label, href, title, end) => {
-      const added = known[label] === undefined;
-      list.push({ line: startLine + offset, end, label, href, title, added });
-      if (added) known[label] = { href, title };
-    };
+    const { env } = state;
+    if (!env.refDefs || silent) return reference(state, startLine, endLine, silent);
+    // Most lines are no definition: spare them the probe below.
+    if (state.src.charCodeAt(state.bMarks[startLine] + state.tShift[startLine]) !== 0x5b /* [ */) return false;
+    const offset = env.lineOffset || 0;
     // Outside every container a line is read as the prescan read it, so its
     // definition is taken as found there, when all its lines are in the piece.
-    const seen = state.level === 0 && state.blkIndent === 0 ? state.env.prescanned?.get(startLine + offset) : undefined;
+    const seen = state.level === 0 && state.blkIndent === 0 ? env.prescanned?.get(startLine + offset) : undefined;
     if (seen && seen.end <= state.lineMax + offset) {
-      record(seen.label, seen.href, seen.title, seen.end);
+      rememberReference(env, seen.line, seen.end, seen.label, seen.href, seen.title);
       state.line = seen.end - offset;
       return true;
     }
+    const known = env.references;
     const probe = {};
-    state.env.references = probe;
+    env.references = probe;
     let ok = false;
     try {
       ok = reference(state, startLine, endLine, silent);
     } finally {
-      state.env.references = known;
+      env.references = known;
     }
-    for (const label of Object.keys(probe)) record(label, probe[label].href, probe[label].title, state.line + offset);
+    for (const label in probe) rememberReference(env, startLine + offset, state.line + offset, label, probe[label].href, probe[label].title);
     return ok;
   });
   const footnoteDef = originalRule('block', 'footnote_def');
