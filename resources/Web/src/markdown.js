@@ -115,7 +115,8 @@ function recordDefinitions(md) {
     // definition is taken as found there, when all its lines are in the piece.
     const seen = state.level === 0 && state.blkIndent === 0 ? env.prescanned?.get(startLine + offset) : undefined;
     if (seen && seen.end <= state.lineMax + offset) {
-      rememberReference(env, seen.line, seen.end, seen.label, seen.href, seen.title);
+      // Its label is known already: the pieces start from the prescan's references.
+      env.refDefs.push({ line: seen.line, end: seen.end, label: seen.label, href: seen.href, title: seen.title, added: false });
       state.line = seen.end - offset;
       return true;
     }
