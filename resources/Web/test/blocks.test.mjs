@@ -133,6 +133,7 @@ test('edits that change what other blocks show are not served stale', async (t) 
     ['a reference definition changes', (s) => s.replace('https://example.org/guide', 'https://example.org/other')],
     ['a reference definition is removed', (s) => s.replace('[guide]: https://example.org/guide "Guide"\n', '')],
     ['a reference is defined late', (s) => s + '\n[nope]: /found\n'],
+    ['a block citing a definition further down changes', (s) => s.replace('See [the guide]', 'Now see [the guide]')],
     ['a footnote definition changes', (s) => s.replace('Defined at the end', 'Changed at the end')],
     ['a footnote reference is added first', (s) => s.replace('# Intro\n\nSee', '# Intro\n\nFirst[^n1]. See')],
     ['a heading repeats an earlier one', (s) => s.replace('# Intro\n\nSee', '# Intro\n\n# Intro\n\nSee')],
