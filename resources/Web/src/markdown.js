@@ -25,6 +25,16 @@ function validateLink(url) {
   return BAD_PROTOCOL.test(s) ? GOOD_DATA.test(s) : true;
 }
 
+// A web address of ASCII host labels and a plain path comes out of
+// markdown-it's normalisation (parse, punycode, format, percent-encode) as it
+// went in; only such a short one is spared the work, which otherwise costs
+// as much as the rest of a reference definition.
+const PLAIN_WEB_ADDRESS = /^https?:\/\/[A-Za-z0-9-]{1,63}(?:\.[A-Za-z0-9-]{1,63})*(?:\/[A-Za-z0-9\-._~/]*)?$/;
+
+function fastNormalizeLink(normalizeLink) {
+  return (url) => (url.length <= 200 && PLAIN_WEB_ADDRESS.test(url) ? url : normalizeLink(url));
+}
+
 // markdown-it-footnote appends each footnote with Array#concat, which copies
 // the whole token stream every time: quadratic in long documents with many
 // footnotes. Its tail rule gets an array whose concat appends in place.
@@ -86,27 +96,40 @@ function stashDefinitions(state) {
 // Definitions are recorded with their absolute lines so that a document
 // converted in pieces can tell whether an edit changed any of them (their
 // effect reaches blocks anywhere in the document). Fields: convert/env.js.
+function rememberReference(env, line, end, label, href, title) {
+  const known = env.references ?? (env.references = {});
+  const added = known[label] === undefined;
+  env.refDefs.push({ line, end, label, href, title, added });
+  if (added) known[label] = { href, title };
+}
+
 function recordDefinitions(md) {
   const reference = originalRule('block', 'reference');
   md.block.ruler.at('reference', (state, startLine, endLine, silent) => {
-    const list = state.env.refDefs;
-    if (!list || silent) return reference(state, startLine, endLine, silent);
-    const known = state.env.references ?? (state.env.references = {});
+    const { env } = state;
+    if (!env.refDefs || silent) return reference(state, startLine, endLine, silent);
+    // Most lines are no definition: spare them the probe below.
+    if (state.src.charCodeAt(state.bMarks[startLine] + state.tShift[startLine]) !== 0x5b /* [ */) return false;
+    const offset = env.lineOffset || 0;
+    // Outside every container a line is read as the prescan read it, so its
+    // definition is taken as found there, when all its lines are in the piece.
+    const seen = state.level === 0 && state.blkIndent === 0 ? env.prescanned?.get(startLine + offset) : undefined;
+    if (seen && seen.end <= state.lineMax + offset) {
+      // Its label is known already: the pieces start from the prescan's references.
+      env.refDefs.push({ line: seen.line, end: seen.end, label: seen.label, href: seen.href, title: seen.title, added: false });
+      state.line = seen.end - offset;
+      return true;
+    }
+    const known = env.references;
     const probe = {};
-    state.env.references = probe;
+    env.references = probe;
     let ok = false;
     try {
       ok = reference(state, startLine, endLine, silent);
     } finally {
-      state.env.references = known;
+      env.references = known;
     }
-    const offset = state.env.lineOffset || 0;
-    for (const label of Object.keys(probe)) {
-      const { href, title } = probe[label];
-      const added = known[label] === undefined;
-      list.push({ line: startLine + offset, label, href, title, added });
-      if (added) known[label] = probe[label];
-    }
+    for (const label in probe) rememberReference(env, startLine + offset, state.line + offset, label, probe[label].href, probe[label].title);
     return ok;
   });
   const footnoteDef = originalRule('block', 'footnote_def');
@@ -132,6 +155,7 @@ function recordDefinitions(md) {
 export function createMarkdown() {
   const md = new MarkdownIt(MARKDOWN_OPTIONS);
   md.validateLink = validateLink;
+  md.normalizeLink = fastNormalizeLink(md.normalizeLink);
   // Bare words such as README.md are not links (.md is a country domain);
   // scheme and www. links still are.
   md.linkify.set({ fuzzyLink: false });

@@ -95,6 +95,27 @@ test('a definition the early pieces could not see still reaches them', () => {
   assert.ok(!joined(job).includes('href="/nowhere"'));
 });
 
+test('definitions found ahead are taken only where the text reads them alike', async (t) => {
+  const filler = 'para\n\n'.repeat(30);
+  const cases = [
+    // In a list item the indented <div> line starts an HTML block that ends the definition.
+    ['inside a list item', '[x] [y]\n\n- item\n\n  [x]:\n    <div>\n\n  [y]: /y\n    "in the list"\n\n'],
+    ['after a paragraph line', '[x]\n\ntext\n[x]: /not-a-definition\n\n'],
+    ['with its title on the next lines', '[x] [y]\n\n[x]: /x\n"a\ntitle"\n[y]:\n/y\n\n'],
+    ['defined twice', '[x]\n\n[x]: /first\n[X]: /second\n\n'],
+  ];
+  for (const [name, head] of cases) {
+    await t.test(name, () => {
+      const text = head + filler + head;
+      for (const lines of [1, 2, 3, 5]) {
+        const job = createBlockConverter().start(text, BASE);
+        while (!job.done) job.step(lines);
+        assertSame(job, text, `pieces of ${lines} lines`);
+      }
+    });
+  }
+});
+
 test('an edit re-converts only nearby blocks and keeps the others', () => {
   const converter = createBlockConverter();
   const before = converter.convert(RICH, BASE);
@@ -112,6 +133,7 @@ test('edits that change what other blocks show are not served stale', async (t) 
     ['a reference definition changes', (s) => s.replace('https://example.org/guide', 'https://example.org/other')],
     ['a reference definition is removed', (s) => s.replace('[guide]: https://example.org/guide "Guide"\n', '')],
     ['a reference is defined late', (s) => s + '\n[nope]: /found\n'],
+    ['a block citing a definition further down changes', (s) => s.replace('See [the guide]', 'Now see [the guide]')],
     ['a footnote definition changes', (s) => s.replace('Defined at the end', 'Changed at the end')],
     ['a footnote reference is added first', (s) => s.replace('# Intro\n\nSee', '# Intro\n\nFirst[^n1]. See')],
     ['a heading repeats an earlier one', (s) => s.replace('# Intro\n\nSee', '# Intro\n\n# Intro\n\nSee')],
@@ -120,13 +142,17 @@ test('edits that change what other blocks show are not served stale', async (t) 
     ['front matter is broken', (s) => s.replace('---\ntitle', '--\ntitle')],
   ];
   for (const [name, edit] of cases) {
-    await t.test(name, () => {
-      const converter = createBlockConverter();
-      converter.convert(RICH, BASE);
-      const edited = edit(RICH);
-      assert.notEqual(edited, RICH);
-      assertSame(converter.convert(edited, BASE), edited);
-    });
+    // Converted at once, or in pieces that go by the definitions found ahead.
+    for (const lines of [Infinity, 40]) {
+      await t.test(`${name}, pieces of ${lines} lines`, () => {
+        const converter = createBlockConverter();
+        const job = converter.start(RICH, BASE);
+        while (!job.done) job.step(lines);
+        const edited = edit(RICH);
+        assert.notEqual(edited, RICH);
+        assertSame(converter.convert(edited, BASE), edited);
+      });
+    }
   }
 });
 

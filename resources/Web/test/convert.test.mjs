@@ -1,6 +1,7 @@
 import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { convert } from '../src/markdown.js';
+import MarkdownIt from 'markdown-it';
+import { convert, createMarkdown, MARKDOWN_OPTIONS } from '../src/markdown.js';
 import { slugify } from '../src/slug.js';
 
 // [tag, data-line, data-line-end] of every annotated element, in order.
@@ -162,6 +163,20 @@ test('footnotes keep their order and back-references', () => {
     ['fn1', 'Ex', ['fnref1', 'fnref1:1']],
     ['fn2', 'Why', ['fnref2']],
   ]);
+});
+
+test('link targets are normalised as markdown-it normalises them', () => {
+  const ours = createMarkdown();
+  const plain = new MarkdownIt(MARKDOWN_OPTIONS);
+  const longLabel = 'a'.repeat(64);
+  const targets = [
+    'http://x/1', 'https://example.org/a/b-c_d.e~f/', 'https://Example.ORG', 'HTTPS://example.org/',
+    'https://bücher.de/', 'https://example.org/ä', 'https://example.org/%7e', 'https://example.org/a b',
+    'https://user@example.org/', 'https://example.org:8080/', 'https://[::1]/', 'https://example.org/x?q=1#h',
+    `https://${longLabel}.org/`, `https://a.${'b.'.repeat(130)}org/`, 'https://a..b/', 'https://a.b./', 'https://example.org/a|b',
+    'https:/example.org/', 'ftp://example.org/', '//example.org/', 'mailto:me@example.org', 'javascript:alert(1)',
+  ];
+  for (const url of targets) assert.equal(ours.normalizeLink(url), plain.normalizeLink(url), url);
 });
 
 test('links and images resolve against the base folder', async (t) => {

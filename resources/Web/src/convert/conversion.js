@@ -3,7 +3,7 @@
 // parsed. Early pieces go by a guess of the definitions further down; when
 // the guess turns out wrong, the text is converted again in one piece.
 import { createPieceEnv } from './env.js';
-import { prescan, firstWins, sameRefs, sameLabels } from './definitions.js';
+import { prescan, byLine, firstWins, sameDefs, sameRefs, sameLabels } from './definitions.js';
 import { normalize, sourceOf } from './source.js';
 
 /**
@@ -29,10 +29,13 @@ import { normalize, sourceOf } from './source.js';
 export function createConversion(md, parser) {
   /** The record of a finished job, or null when its guess about definitions was wrong. */
   function complete(job, source) {
-    const { env } = job;
-    const refs = firstWins(env.refDefs);
+    const { env, assumed } = job;
     const labels = new Set(env.fnDefs.map((d) => d.label));
-    if (job.assumed && (!sameRefs(refs, job.assumed.refs) || !sameLabels(labels, job.assumed.labels))) return null;
+    let refs;
+    if (!assumed) refs = firstWins(env.refDefs);
+    else if (sameDefs(env.refDefs, assumed.defs)) refs = assumed.refs;
+    else if (!sameRefs((refs = firstWins(env.refDefs)), firstWins(assumed.defs))) return null;
+    if (assumed && !sameLabels(labels, assumed.labels)) return null;
     const tail = parser.footnoteSection(env);
     return { ...source, base: job.base, blocks: job.blocks, tail, refDefs: env.refDefs, fnDefs: env.fnDefs, refs, labels, tangled: env.tangled };
   }
@@ -48,8 +51,11 @@ export function createConversion(md, parser) {
     job.step = (lines = Infinity) => {
       if (job.done) return job;
       if (job.line === 0 && lines < source.total && !job.assumed) {
-        job.assumed = prescan(md, source.text);
-        Object.assign(job.env.references, job.assumed.refs);
+        job.assumed = prescan(md, source);
+        // The guess's references are the pieces' own: parsing only adds to
+        // them what the guess missed, so they stay the guess's when it was right.
+        job.env.references = job.assumed.refs;
+        job.env.prescanned = byLine(job.assumed.defs);
         for (const label of job.assumed.labels) job.env.footnotes.refs[`:${label}`] = -1;
       }
       for (let span = Math.max(1, lines); ; span *= 2) {

@@ -8,6 +8,7 @@ import { createSlugger } from '../slug.js';
 /**
  * @typedef {object} RefDef  A link reference definition where it was written.
  * @property {number} line   absolute 0-based line of the definition
+ * @property {number} end    absolute line after its last
  * @property {string} label  normalised label
  * @property {string} href
  * @property {string} title
@@ -31,6 +32,9 @@ import { createSlugger } from '../slug.js';
  * @property {boolean} lastPiece     the piece runs to the end of the text: nothing open can close later
  * @property {{text: string, starts: number[]}} source  the whole text and its line starts (row estimates)
  * @property {Function} slugger      one heading-id generator for the whole text (plugins/headings.js)
+ * @property {Map<number, RefDef>|null} prescanned  reference definitions the guess of definitions further
+ *                                   down parsed (convert/definitions.js), by line: one outside every
+ *                                   container is taken from here instead of being parsed again (markdown.js)
  * Shared with markdown-it and its footnote plugin:
  * @property {object} references     label -> {href, title}; seeded with definitions found further down
  * @property {{refs: object, list?: object[]}} footnotes  `refs[':label']` = note number, or -1 for
@@ -54,6 +58,7 @@ export function createPieceEnv(base) {
     source: null,
     slugger: createSlugger(),
     references: {},
+    prescanned: null,
     footnotes: { refs: {} },
     openEnded: false,
     tangled: false,

@@ -54,13 +54,19 @@ export function createPieceParser(md, phases, renderer) {
     const carried = env.footnotes;
     const state = parseBlocks(source, from, to, env);
     // Forgets what lines from `line` on defined: the next piece parses them
-    // again. Only this piece's definitions are visited, however many are known.
+    // again. Definitions are recorded in line order, so those are the last
+    // ones; only this piece's are visited, however many are known.
     const forget = (line) => {
-      const dropped = [];
-      for (const d of env.refDefs.splice(refMark)) (d.line < line ? env.refDefs : dropped).push(d);
-      for (const d of env.fnDefs.splice(fnMark)) if (d.line < line) env.fnDefs.push(d);
+      const since = (defs, mark) => {
+        let at = defs.length;
+        while (at > mark && defs[at - 1].line >= line) at--;
+        return defs.splice(at);
+      };
+      const dropped = since(env.refDefs, refMark).filter((d) => d.added);
+      since(env.fnDefs, fnMark);
+      if (!dropped.length) return;
       const kept = new Set(env.refDefs.slice(refMark).map((d) => d.label));
-      for (const d of dropped) if (d.added && !kept.has(d.label)) delete env.references[d.label];
+      for (const d of dropped) if (!kept.has(d.label)) delete env.references[d.label];
     };
     let next = source.total;
     if (cutting) {
