@@ -28,13 +28,13 @@ public:
         m_view.resize(900, 1000);
         m_view.show();
         // A script error can stop a render for good: without this the benchmark only waits.
-        QObject::connect(m_page, &Lumo::Document::PreviewPage::messageReceived,
-                         [](const QJsonObject &message) {
-                             if (message.value(QLatin1String("type")) == QLatin1String("error"))
-                                 std::fprintf(stderr, "page error: %s\n",
-                                              qUtf8Printable(message.value(QLatin1String("message"))
-                                                                 .toString()));
-                         });
+        QObject::connect(
+            m_page, &Lumo::Document::PreviewPage::messageReceived, [](const QJsonObject &message) {
+                if (message.value(QLatin1String("type")) == QLatin1String("error"))
+                    std::fprintf(
+                        stderr, "page error: %s\n",
+                        qUtf8Printable(message.value(QLatin1String("message")).toString()));
+            });
     }
 
     // Waits for the page's "ready"; false, with a message on stderr, when it never comes.

@@ -13,7 +13,8 @@ PageRecovery::PageRecovery(PreviewPage *page, QObject *parent)
     // The page says "ready" as its load finishes; a page loaded without its relay never
     // will, and the reader should not look at a blank preview for the rest of the wait.
     connect(page, &QWebEnginePage::loadFinished, this, [this] {
-        if (m_readyTimeout.isActive() && m_readyTimeout.remainingTime() > readyAfterLoadMilliseconds)
+        if (m_readyTimeout.isActive() &&
+            m_readyTimeout.remainingTime() > readyAfterLoadMilliseconds)
             m_readyTimeout.start(readyAfterLoadMilliseconds);
     });
     connect(page, &QWebEnginePage::renderProcessTerminated, this, [this] {

@@ -10,9 +10,9 @@ class PreviewPage;
 
 // Keeps a reading page alive: loads it, and loads it again when its renderer process
 // ends or when it does not say "ready" in time (a new renderer sometimes comes up
-// without the page's relay: its load finishes, and "ready" never comes). Loads that fail in a row, without a render completed in
-// between, are bounded: after the last one it gives up for good rather than crash
-// and reload forever.
+// without the page's relay: its load finishes, and "ready" never comes). Loads that
+// fail in a row, without a render completed in between, are bounded: after the last
+// one it gives up for good rather than crash and reload forever.
 //
 // Main thread only. The owner reports what the page says (ready, rendered).
 class PageRecovery final : public QObject
