@@ -6,6 +6,7 @@
 // other ordered list for the time of a print.
 
 export const DIGITS = '--lumo-digits';
+const INT_MAX = 2 ** 31 - 1;
 
 /** Characters of the widest of the numbers from `first` to `last` ("-12" is three). */
 export function digitsBetween(first, last) {
@@ -15,7 +16,8 @@ export function digitsBetween(first, last) {
 function digitsOf(list) {
   const items = list.querySelectorAll(':scope > li').length;
   const start = Number.parseInt(list.getAttribute('start') ?? '', 10);
-  const first = Number.isFinite(start) ? start : list.hasAttribute('reversed') ? items : 1;
+  // The engine ignores a start it cannot hold in an int, as if none were given.
+  const first = Math.abs(start) <= INT_MAX ? start : list.hasAttribute('reversed') ? items : 1;
   return digitsBetween(first, list.hasAttribute('reversed') ? first - items + 1 : first + items - 1);
 }
 

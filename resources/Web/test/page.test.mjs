@@ -311,7 +311,8 @@ test('an edit of the last text renders as the whole text would; a page without t
 
 test('printing boxes each heading with a short block after it, gives ordered lists room for their numbers, then gives the page back as it was', async () => {
   const items = (from, count) => Array.from({ length: count }, (_, i) => `${from + i}. item`).join('\n');
-  const lists = [items(1, 9), items(1, 12), items(98, 3), items(0, 10), `- a\n\n${items(1, 10).replace(/^/gm, '  ')}`].join('\n\nText.\n\n');
+  const lists = [items(1, 9), items(1, 12), items(98, 3), items(0, 10), `- a\n\n${items(1, 10).replace(/^/gm, '  ')}`,
+    '<ol start="99999999999999999999"><li>a</li><li>b</li></ol>', '<ol start="-12"><li>a</li></ol>'].join('\n\nText.\n\n');
   mv.render(`# One\n\nShort.\n\n## Two\n\n## Three\n\nText \u{1F389}.\n\n${lists}`, null, { rev: 40 });
   take();
   const before = main.innerHTML;
@@ -320,10 +321,10 @@ test('printing boxes each heading with a short block after it, gives ordered lis
     Array.from(main.querySelectorAll(':scope > .lumo-keep'), (box) => Array.from(box.children, (el) => el.tagName)),
     [['H1', 'P'], ['H2', 'P']],
   );
-  // 1-9, 1-12, 98-100, 0-9, and a list inside a bullet's item.
+  // 1-9, 1-12, 98-100, 0-9, a list inside a bullet's item, a start the engine ignores (1-2), -12.
   assert.deepEqual(
     Array.from(main.querySelectorAll('ol'), (list) => list.style.getPropertyValue('--lumo-digits')),
-    ['', '2', '3', '', '2'],
+    ['', '2', '3', '', '2', '', '3'],
   );
   await mv.endPrint();
   assert.equal(main.innerHTML, before);
