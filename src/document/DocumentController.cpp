@@ -181,6 +181,12 @@ void DocumentController::call(const QString &script)
         m_page->call(script);
 }
 
+void DocumentController::call(const QStringList &scripts)
+{
+    for (const QString &script : scripts)
+        call(script);
+}
+
 void DocumentController::scheduleRender(bool immediately)
 {
     m_renderTimer.start(immediately ? 0 : renderDelayMilliseconds);
@@ -222,8 +228,10 @@ void DocumentController::render()
     ++m_renderRevision;
     if (m_document && !m_document->isUntitled())
         ReadState::shared().noteViewed(m_document->path());
-    call(splice ? PageScript::renderEdit(from, *splice, text.size(), base, diff, m_renderRevision)
-                : PageScript::render(text, base, diff, m_renderRevision));
+    if (splice)
+        call(PageScript::renderEdit(from, *splice, text.size(), base, diff, m_renderRevision));
+    else
+        call(PageScript::render(text, base, diff, m_renderRevision));
 }
 
 void DocumentController::applyPrefs()

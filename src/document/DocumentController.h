@@ -111,6 +111,7 @@ public:
     void reloadFromDisk(bool force);
     // Evaluates a script in the page; failures are printed as "Lumo JS error: ".
     void call(const QString &script);
+    void call(const QStringList &scripts);
     // The file name without extension, or "Untitled".
     QString title() const;
 

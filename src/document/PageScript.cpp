@@ -75,11 +75,23 @@ QString number(double value)
     return QString::number(value, 'g', QLocale::FloatingPointShortest);
 }
 
-QString render(const QString &text, const std::optional<QString> &base, bool diff, qint64 revision)
+QStringList render(const QString &text, const std::optional<QString> &base, bool diff,
+                   qint64 revision, qsizetype partSize)
 {
-    return QStringLiteral("mv.render(%1, %2, {diff: %3, rev: %4})")
-        .arg(json(text), base ? json(*base) : QStringLiteral("null"),
-             diff ? QStringLiteral("true") : QStringLiteral("false"), QString::number(revision));
+    const QString options = QStringLiteral("diff: %1, rev: %2")
+                                .arg(diff ? QStringLiteral("true") : QStringLiteral("false"),
+                                     QString::number(revision));
+    const QString baseJs = base ? json(*base) : QStringLiteral("null");
+    if (text.size() <= partSize)
+        return {QStringLiteral("mv.render(%1, %2, {%3})").arg(json(text), baseJs, options)};
+    QStringList scripts;
+    qsizetype at = 0;
+    for (; text.size() - at > partSize; at += partSize)
+        scripts += QStringLiteral("mv.stageText(%1, %2)")
+                       .arg(QString::number(scripts.size()), json(text.mid(at, partSize)));
+    scripts += QStringLiteral("mv.render(%1, %2, {%3, staged: true, length: %4})")
+                   .arg(json(text.mid(at)), baseJs, options, QString::number(text.size()));
+    return scripts;
 }
 
 QString renderEdit(qint64 from, const TextSplice &splice, qsizetype length,

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <QString>
+#include <QStringList>
 
 // The scripts the native side evaluates in the reading page. Strings always go in
 // as JSON string literals and numbers in their shortest decimal form, so no text
@@ -15,7 +16,11 @@ QString json(const QString &text);
 // Shortest decimal form: 1 for 1.0, 0.7 for 0.7.
 QString number(double value);
 
-QString render(const QString &text, const std::optional<QString> &base, bool diff, qint64 revision);
+// A long text goes in parts of `partSize`, each in a script of its own: the page
+// compiles every script in one task, and one carrying 10 MB took about 90 ms.
+inline constexpr qsizetype renderPartSize = 1 << 20;
+QStringList render(const QString &text, const std::optional<QString> &base, bool diff,
+                   qint64 revision, qsizetype partSize = renderPartSize);
 // Renders the text of revision `from` with one run replaced: only the run crosses
 // to the page. The page asks for the whole text ("resync") when it does not hold
 // that revision, or the result is not `length` long.

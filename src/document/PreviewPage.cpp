@@ -154,6 +154,12 @@ void PreviewPage::call(const QString &script)
                       .arg(script));
 }
 
+void PreviewPage::call(const QStringList &scripts)
+{
+    for (const QString &script : scripts)
+        call(script);
+}
+
 void PreviewPage::callAwaited(const QString &name, const QString &argumentsJs, Reply done)
 {
     const qint64 request = m_nextRequest++;

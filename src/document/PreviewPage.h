@@ -36,6 +36,8 @@ public:
 
     // Evaluates a script in the page; a failure is printed as "Lumo JS error: ".
     void call(const QString &script);
+    // Evaluates each script in turn, each a task of its own in the page.
+    void call(const QStringList &scripts);
     // Calls mv[name](arguments...) in the page and hands its (awaited) result to done.
     // done runs exactly once: with an error when the page fails or goes away first.
     void callAwaited(const QString &name, const QString &argumentsJs, Reply done);

@@ -107,9 +107,13 @@ void TestPageContract::splices()
 void TestPageContract::scripts()
 {
     QCOMPARE(PageScript::render(u"# A"_s, u"file:///d/"_s, true, 7),
-             u"mv.render(\"# A\", \"file:///d/\", {diff: true, rev: 7})"_s);
+             QStringList{u"mv.render(\"# A\", \"file:///d/\", {diff: true, rev: 7})"_s});
     QCOMPARE(PageScript::render(u"%1 %2"_s, std::nullopt, false, 1),
-             u"mv.render(\"%1 %2\", null, {diff: false, rev: 1})"_s);
+             QStringList{u"mv.render(\"%1 %2\", null, {diff: false, rev: 1})"_s});
+    QCOMPARE(
+        PageScript::render(u"abcdefg"_s, std::nullopt, false, 2, 3),
+        (QStringList{u"mv.stageText(0, \"abc\")"_s, u"mv.stageText(1, \"def\")"_s,
+                     u"mv.render(\"g\", null, {diff: false, rev: 2, staged: true, length: 7})"_s}));
     QCOMPARE(PageScript::setPrefs(1.0, u"sans"_s, u"wide"_s, u"paper"_s),
              u"mv.setPrefs({scale: 1, font: \"sans\", width: \"wide\", theme: \"paper\"})"_s);
     QCOMPARE(PageScript::setPrefs(1.3, u"x\"y"_s, u"w"_s, u"t"_s),

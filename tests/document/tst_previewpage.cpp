@@ -26,6 +26,7 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void rendersAndReportsItsOutline();
+    void aLongTextArrivesInParts();
     void stylingCalls();
     void inlineCodeHasLiningFigures();
     void awaitedCalls();
@@ -99,6 +100,19 @@ void TestPreviewPage::rendersAndReportsItsOutline()
     QCOMPARE(eval(u"document.querySelectorAll('main.markdown > h1, main.markdown > h2').length"_s)
                  .toInt(),
              2);
+}
+
+void TestPreviewPage::aLongTextArrivesInParts()
+{
+    // Borders fall inside the surrogate pair, the escapes and the placeholder-like text.
+    const QString line = u"A \U0001F600 \"quoted\" %1 \\ \u0001 end"_s;
+    for (const qsizetype partSize : {1, 2, 3, 5, 8}) {
+        m_page->call(PageScript::render(u"# Parts\n\n"_s + line, std::nullopt, false, ++m_revision,
+                                        partSize));
+        const QJsonObject rendered = WebTest::waitForMessage(m_page, u"rendered"_s);
+        QCOMPARE(rendered.value(u"rev"_s).toInteger(), m_revision);
+        QCOMPARE(eval(u"document.querySelector('main p').textContent"_s).toString(), line);
+    }
 }
 
 void TestPreviewPage::stylingCalls()

@@ -309,6 +309,33 @@ test('an edit of the last text renders as the whole text would; a page without t
   }
 });
 
+test('a text sent in parts renders as the whole text; parts that do not add up, or that a render in one piece came between, ask for all of it', () => {
+  mv.render(DOC, null, { rev: 40 });
+  take();
+  const whole = main.innerHTML;
+  const cut = [0, 7, 30, 31, DOC.length];
+  const parts = cut.slice(1).map((end, i) => DOC.slice(cut[i], end));
+  const stage = () => parts.slice(0, -1).forEach((part, i) => mv.stageText(i, part));
+  mv.render('# Other', null, { rev: 41 });
+  take();
+  stage();
+  mv.render(parts.at(-1), null, { rev: 42, staged: true, length: DOC.length });
+  assert.equal(take()[0].type, 'rendered');
+  assert.equal(main.innerHTML, whole);
+
+  const lost = [
+    ['a part lost', () => parts.slice(1, -1).forEach((part, i) => mv.stageText(i + 1, part))],
+    ['a render between', () => (stage(), mv.render('# Other', null, { rev: 43 }), take())],
+  ];
+  for (const [name, before] of lost) {
+    before();
+    const shown = main.innerHTML;
+    mv.render(parts.at(-1), null, { rev: 44, staged: true, length: DOC.length });
+    assert.deepEqual(take(), [{ type: 'resync', rev: 44 }], name);
+    assert.equal(main.innerHTML, shown, name);
+  }
+});
+
 test('printing boxes each heading with a short block after it, gives ordered lists room for their numbers, then gives the page back as it was', async () => {
   const items = (from, count) => Array.from({ length: count }, (_, i) => `${from + i}. item`).join('\n');
   const lists = [items(1, 9), items(1, 12), items(98, 3), items(0, 10), `- a\n\n${items(1, 10).replace(/^/gm, '  ')}`,
