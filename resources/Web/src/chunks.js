@@ -186,16 +186,29 @@ export function createPlacer(container) {
     /** Removes many top-level nodes: a chunk that loses all of them goes at once, which costs far less for a whole document. */
     removeAll(nodes) {
       const from = new Map(); // chunk -> how many of its nodes go
+      // Counted by runs of nodes with the same parent: nodes come in document order, mostly.
+      let run = null;
+      let count = 0;
+      const counted = () => run && from.set(run, (from.get(run) ?? 0) + count);
       for (const node of nodes) {
         const parent = node.parentNode;
-        if (isChunk(parent)) from.set(parent, (from.get(parent) ?? 0) + 1);
-        else node.remove();
+        if (parent === run) {
+          count++;
+        } else if (isChunk(parent)) {
+          counted();
+          run = parent;
+          count = 1;
+        } else {
+          node.remove();
+        }
       }
+      counted();
       const partly = new Set();
       for (const [chunk, count] of from) {
         if (count === chunk.childNodes.length) chunk.remove();
         else partly.add(chunk);
       }
+      if (partly.size === 0) return;
       for (const node of nodes) {
         if (!partly.has(node.parentNode)) continue;
         touched.add(node.parentNode);

@@ -36,6 +36,10 @@ export function createPatcher(container, { sanitize }) {
   let stream = null; // a document being shown in pieces
   const owner = new WeakMap(); // top-level node -> entry
   const placer = createPlacer(container);
+  // Whether blocks go into chunks, from the next update on: a long document
+  // replaced by a short one has its chunks removed whole first, instead of
+  // every block of them moved out of its chunk only to be removed after.
+  let chunked = false;
 
   /** The first top-level node of the entries from `from` on (runs of footnotes stand in their list). */
   function firstNode(list, from) {
@@ -116,8 +120,16 @@ export function createPatcher(container, { sanitize }) {
         setLines(old[old.length - 1 - tail], units[units.length - 1 - tail].html);
         tail++;
       }
+      // Only the old units whose key comes back are pooled: a long document replaced by a short one pools none.
+      const wanted = new Set();
+      for (let i = head; i < units.length - tail; i++) wanted.add(units[i].key);
       const pool = new Map();
+      const gone = [];
       for (let i = head; i < old.length - tail; i++) {
+        if (!wanted.has(old[i].key)) {
+          gone.push(old[i]);
+          continue;
+        }
         const list = pool.get(old[i].key);
         if (list) list.push(old[i]);
         else pool.set(old[i].key, [old[i]]);
@@ -132,7 +144,9 @@ export function createPatcher(container, { sanitize }) {
       }
       const made = create(missing.map((m) => units[head + m]));
       missing.forEach((m, i) => (middle[m] = made[i]));
-      removeEntries(Array.from(pool.values()).flat());
+      for (const list of pool.values()) for (const entry of list) gone.push(entry);
+      removeEntries(gone);
+      placer.setChunked(chunked);
       place(middle, firstNode(old, old.length - tail));
       placer.settle();
       entries = old.slice(0, head).concat(middle, old.slice(old.length - tail));
@@ -149,6 +163,7 @@ export function createPatcher(container, { sanitize }) {
      */
     begin() {
       stream?.stop();
+      placer.setChunked(chunked);
       const before = entries;
       const pool = new Map();
       for (const entry of before) {
@@ -228,9 +243,9 @@ export function createPatcher(container, { sanitize }) {
       return stream;
     },
 
-    /** Whether the blocks go into chunks (chunks.js) from now on. */
+    /** Whether the blocks go into chunks (chunks.js) from the next update or stream on. */
     setChunked(on) {
-      placer.setChunked(on);
+      chunked = !!on;
     },
 
     /** Marks the unit holding this top-level node as changed: the next update replaces it. */

@@ -49,7 +49,13 @@ test('a long document stands in chunks that hold the same page as a short one, e
   assert.equal((await long.page.exportHTML({})).html, (await short.page.exportHTML({})).html);
   // Shorter again: the blocks go back straight into the container, the same nodes.
   const heading = long.container.querySelector('[id="part-3"]');
+  const placed = new window.MutationObserver(() => {});
+  placed.observe(long.container, { childList: true });
   long.page.render(DOC.slice(0, DOC.indexOf('## Part 1\n')), null, { rev: 2 });
+  // The chunks of the blocks that go are removed whole: none of those blocks is moved out of its chunk first.
+  const added = placed.takeRecords().flatMap((record) => Array.from(record.addedNodes));
+  placed.disconnect();
+  assert.ok(added.length > 0 && added.every((node) => node.parentNode === long.container));
   assert.equal(long.container.querySelector('lumo-chunk'), null);
   assert.equal(long.container.querySelector('[id="part-0"]').parentNode, long.container);
   long.page.render(DOC, null, { rev: 3 });
