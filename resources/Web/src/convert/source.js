@@ -2,7 +2,9 @@
 // where each line starts, and what two versions of it have in common.
 
 export function normalize(text) {
-  return String(text ?? '').replace(/\r\n?/g, '\n').replace(/\0/g, '\uFFFD');
+  const s = String(text ?? '');
+  // Most texts have no CR: a search for one costs a tenth of a replace that finds none.
+  return (s.includes('\r') ? s.replace(/\r\n?/g, '\n') : s).replace(/\0/g, '\uFFFD');
 }
 
 /** Offsets where each line starts, the first being 0. */
