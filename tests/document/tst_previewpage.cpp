@@ -411,9 +411,9 @@ void TestPreviewPage::hostileCorpusIsShownInert()
     QTRY_COMPARE(sent(u"toggleTask"_s).size(), 1);
     QCOMPARE(sent(u"toggleTask"_s).at(0).value(u"line"_s).toInt(), 9);
     QVERIFY(eval(u"document.getElementById('forged').disabled"_s).toBool());
-    QCOMPARE(eval(u"document.getElementById('forged-drawn').getAttribute('aria-checked')"_s)
-                 .toString(),
-             u"false"_s);
+    QCOMPARE(
+        eval(u"document.getElementById('forged-drawn').getAttribute('aria-checked')"_s).toString(),
+        u"false"_s);
 
     // The page's own classes are not the document's: what is shown is exported.
     QJsonValue exported;

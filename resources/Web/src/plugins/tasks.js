@@ -1,5 +1,5 @@
 // GitHub task lists: "- [ ] item" / "- [x] item". The box is a span the page
-// draws and toggles (page.js), not a form control: a page with form controls
+// draws and toggles (taskboxes.js), not a form control: a page with form controls
 // has the engine restyle them over and over, which stalls a long task list.
 // The page reports clicks with the item's source line.
 
