@@ -418,10 +418,16 @@ void TestPreviewPage::hostileCorpusIsShownInert()
 
     // Only the converter's box toggles a line.
     eval(u"document.getElementById('forged').click()"_s);
-    eval(u"document.querySelector('main input.task-list-item-checkbox').click()"_s);
+    eval(u"document.getElementById('forged-drawn').click()"_s);
+    eval(u"document.getElementById('forged-drawn').dispatchEvent(new KeyboardEvent('keydown', "
+         u"{key: ' ', bubbles: true}))"_s);
+    eval(u"document.querySelector('main .task-list-item-checkbox').click()"_s);
     QTRY_COMPARE(sent(u"toggleTask"_s).size(), 1);
     QCOMPARE(sent(u"toggleTask"_s).at(0).value(u"line"_s).toInt(), 9);
     QVERIFY(eval(u"document.getElementById('forged').disabled"_s).toBool());
+    QCOMPARE(
+        eval(u"document.getElementById('forged-drawn').getAttribute('aria-checked')"_s).toString(),
+        u"false"_s);
 
     // The page's own classes are not the document's: what is shown is exported.
     QJsonValue exported;

@@ -52,6 +52,7 @@ private Q_SLOTS:
     void undoBackToTheSavedText();
     void tabsToldApartAndSwitched();
     void findInThePage();
+    void tasksTickedFromTheKeyboard();
     void outlineFromTheKeyboard();
 
 private:
@@ -307,6 +308,38 @@ void TestKeyboard::findInThePage()
     keys({u"Escape"_s});
     QTRY_VERIFY(!tab().value(u"pageFind"_s).toBool());
     QCOMPARE(focus(), u"page"_s);
+}
+
+void TestKeyboard::tasksTickedFromTheKeyboard()
+{
+    const QString file = fixture(u"tasks.md"_s, "# Tasks\n\n- [ ] first\n- [ ] second\n");
+    start({file});
+    QCOMPARE(focus(), u"page"_s);
+    const auto shown = [this] {
+        return probe(u"Array.from(document.querySelectorAll('.task-list-item-checkbox'), "
+                     u"(box) => box.getAttribute('aria-checked') + "
+                     u"(box === document.activeElement ? '*' : '')).join(' ')"_s)
+            .value(0);
+    };
+    const auto ticked = [this] {
+        return probe(u"document.querySelectorAll('li.checked').length"_s).value(0);
+    };
+    // The line is ticked, the list rendered from the new text, and the box keeps the keyboard.
+    keys({u"Tab"_s, u"space"_s});
+    QTRY_COMPARE(ticked(), u"1"_s);
+    QTRY_COMPARE(shown(), u"true* false"_s);
+    QVERIFY(state().value(u"modified"_s).toBool());
+    keys({u"space"_s});
+    QTRY_COMPARE(ticked(), u"0"_s);
+    QTRY_COMPARE(shown(), u"false* false"_s);
+    keys({u"Tab"_s, u"space"_s});
+    QTRY_COMPARE(shown(), u"false true*"_s);
+    keys({u"ctrl+s"_s});
+    const auto saved = [&file] {
+        QFile disk(file);
+        return disk.open(QIODevice::ReadOnly) ? disk.readAll() : QByteArray();
+    };
+    QTRY_COMPARE(saved(), QByteArray("# Tasks\n\n- [ ] first\n- [x] second\n"));
 }
 
 void TestKeyboard::outlineFromTheKeyboard()

@@ -267,6 +267,9 @@ void TestLumo::headlessExportOfAHostileFolder()
     QVERIFY(!html.contains(pixel));
     // The page's rules hold in the exported body too.
     QVERIFY(html.contains("Shown in the reader, so kept in exports."));
+    // The page's drawn task box leaves as a form control other programs show.
+    QVERIFY(
+        html.contains(R"(<input type="checkbox" class="task-list-item-checkbox" disabled="">)"));
     const QString body = QString::fromUtf8(html.mid(html.indexOf("<main")));
     for (const char *leak :
          {R"(style="[^"]*(position|z-index|inset|display:\s*none))", R"(class="[^"]*lumo-)",

@@ -96,10 +96,14 @@ export function cleanClone(container, images) {
     n.removeAttribute('data-lumo-wide');
   });
   clone.querySelectorAll('[class=""]').forEach((n) => n.removeAttribute('class'));
-  const live = container.querySelectorAll('input[type="checkbox"]');
-  clone.querySelectorAll('input[type="checkbox"]').forEach((box, i) => {
-    box.toggleAttribute('checked', !!live[i]?.checked);
-    box.setAttribute('disabled', '');
+  // The page draws its task boxes; elsewhere (a browser, mail, a word processor) a box is a form control.
+  clone.querySelectorAll('span.task-list-item-checkbox').forEach((box) => {
+    const input = inert.createElement('input');
+    input.setAttribute('type', 'checkbox');
+    input.setAttribute('class', 'task-list-item-checkbox');
+    input.toggleAttribute('checked', box.getAttribute('aria-checked') === 'true');
+    input.setAttribute('disabled', '');
+    box.replaceWith(input);
   });
   for (const el of clone.querySelectorAll(MEDIA)) {
     for (const attr of ['src', 'poster']) {

@@ -15,6 +15,7 @@ import { exportHTML, localImages, richHTML } from './export.js';
 import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
+import { installTaskBoxes } from './taskboxes.js';
 import { markWide, revealNear, showAllColumns } from './wide.js';
 import { applyEditAnswer, keepsOutline } from './editanswer.js';
 import { fitNumbers, footnoteUnits } from './footnotes.js';
@@ -126,17 +127,14 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   // Scrolling does not bubble: caught on its way down.
   container.addEventListener('scroll', (event) => event.target.tagName === 'TABLE' && revealNear(event.target), { capture: true, passive: true });
 
+  const taskBoxes = installTaskBoxes(container, (item, checked) => {
+    const block = blockOf(container, item);
+    if (block) patcher.invalidate(block); // its DOM now differs from its source until the next render
+    post({ type: 'toggleTask', line: Number(item.getAttribute('data-line')), checked, rev });
+  });
+
   container.addEventListener('click', (event) => {
-    const target = event.target;
-    if (target instanceof HTMLInputElement && target.getAttribute('data-lumo-task') === TASK_BOX_MARK) {
-      const item = target.closest('li[data-line]');
-      if (!item) return;
-      const block = blockOf(container, item);
-      if (block) patcher.invalidate(block); // its DOM now differs from its source until the next render
-      post({ type: 'toggleTask', line: Number(item.getAttribute('data-line')), checked: target.checked, rev });
-      return;
-    }
-    const link = target.closest?.('a[href^="#"]');
+    const link = event.target.closest?.('a[href^="#"]');
     if (link) {
       event.preventDefault();
       let id = link.getAttribute('href').slice(1);
@@ -167,6 +165,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   let outline = null; // as last posted: a file that grows below its headings repeats none
   let fittedLists = []; // ordered lists given room for their numbers while printing
   function announce(renderRev, blocks, tail, outlineKept = false) {
+    taskBoxes.rendered();
     post({ type: 'rendered', rev: renderRev });
     if (outlineKept) return;
     const items = outlineOf(blocks, tail);

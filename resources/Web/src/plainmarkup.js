@@ -29,10 +29,10 @@ export function cleanStyle(value) {
 // What the converter itself writes for Markdown without raw HTML.
 const GENERATED_TAGS = new Set([
   'a', 'blockquote', 'br', 'code', 'dd', 'del', 'details', 'div', 'dl', 'dt', 'em', 'h1', 'h2', 'h3', 'h4', 'h5', 'h6',
-  'hr', 'img', 'input', 'li', 'mark', 'ol', 'p', 'pre', 's', 'section', 'span', 'strong', 'sub', 'summary', 'sup',
+  'hr', 'img', 'li', 'mark', 'ol', 'p', 'pre', 's', 'section', 'span', 'strong', 'sub', 'summary', 'sup',
   'table', 'tbody', 'td', 'tfoot', 'th', 'thead', 'tr', 'ul',
 ]);
-const GENERATED_ATTRS = new Set(['class', 'id', 'title', 'alt', 'href', 'src', 'start', 'type', 'checked', 'scope', 'style', 'lang', 'dir', 'open']);
+const GENERATED_ATTRS = new Set(['class', 'id', 'title', 'alt', 'href', 'src', 'start', 'scope', 'style', 'lang', 'dir', 'open', 'role', 'tabindex']);
 
 // Raw HTML taken as it stands: no links or media (their URLs are resolved on
 // the way), no code (nothing inside it may be styled away), no table parts
@@ -45,7 +45,7 @@ const PLAIN_TAGS = new Set([
 const PLAIN_ATTRS = new Set(['title', 'lang', 'dir', 'open', 'align', 'style']);
 // DOMPurify reads the values of attributes outside its short list as URLs.
 const URI_SAFE = new Set(['title', 'style']);
-const VOID_TAGS = new Set(['br', 'hr', 'img', 'input']);
+const VOID_TAGS = new Set(['br', 'hr', 'img']);
 // Deeper raw HTML is capped on its way through DOMPurify (sanitize.js).
 const PLAIN_DEPTH = 64;
 
@@ -71,7 +71,6 @@ function attributeValue(raw) {
 }
 
 function generatedAttributesAreClean(tag, attributes) {
-  let checkbox = false;
   ATTR.lastIndex = 0;
   for (let m; (m = ATTR.exec(attributes)); ) {
     const name = m[1];
@@ -82,9 +81,8 @@ function generatedAttributesAreClean(tag, attributes) {
     if (URL_ATTRS.has(name) && !ALLOWED_URI.test(value.replace(ATTR_WHITESPACE, ''))) return false;
     if (name === 'id' && !SAFE_ID.test(value)) return false;
     if (name === 'style' && cleanStyle(value) !== value) return false;
-    if (name === 'type') checkbox = value === 'checkbox';
   }
-  return tag !== 'input' || checkbox;
+  return true;
 }
 
 function plainAttributesAreClean(tag, attributes) {

@@ -24,7 +24,7 @@ const ASSET_ATTRS = { img: ['src'], video: ['src', 'poster'], audio: ['src'], so
 const PAGE_CLASS = /^(?:lumo-.*|code-copy|task-list-item-checkbox)$/;
 const PAGE_ATTR = /^data-lumo-/;
 
-const isTaskBox = (node) => node.nodeName.toLowerCase() === 'input' && node.getAttribute('data-lumo-task') === TASK_BOX_MARK;
+const isTaskBox = (node) => node.nodeName.toLowerCase() === 'span' && node.getAttribute('data-lumo-task') === TASK_BOX_MARK;
 
 function ownedByPage(node, name) {
   return PAGE_ATTR.test(name) && !(name === 'data-lumo-task' && isTaskBox(node));
@@ -49,7 +49,7 @@ function flattenCodeBlock(pre) {
   if (target.childElementCount > 0) target.textContent = target.textContent;
 }
 
-/** Local URLs resolved against the document's folder; inputs other than the converter's task boxes disabled. */
+/** Local URLs resolved against the document's folder; the document's own inputs disabled. */
 function finishElement(node, base) {
   const tag = node.nodeName.toLowerCase();
   if (tag === 'a' || tag === 'area') {
@@ -62,7 +62,7 @@ function finishElement(node, base) {
     if (v) node.setAttribute(attr, resolveAsset(v, base));
   }
   if (node.hasAttribute('srcset')) node.setAttribute('srcset', resolveSrcset(node.getAttribute('srcset'), base));
-  if (tag === 'input' && !isTaskBox(node)) node.setAttribute('disabled', '');
+  if (tag === 'input') node.setAttribute('disabled', '');
 }
 
 /**

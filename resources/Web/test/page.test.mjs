@@ -68,18 +68,52 @@ test('same text rendered twice changes no node', () => {
   take();
 });
 
+const boxes = () => main.querySelectorAll('.task-list-item-checkbox');
+const states = () => Array.from(boxes(), (box) => box.getAttribute('aria-checked'));
+
 test('clicking a task box reports its line, new state and revision', () => {
   mv.render(DOC, null, { rev: 9 });
   take();
-  const boxes = main.querySelectorAll('input.task-list-item-checkbox');
-  boxes[1].click();
+  boxes()[1].click();
   assert.deepEqual(take(), [{ type: 'toggleTask', line: 7, checked: false, rev: 9 }]);
+  assert.deepEqual(states(), ['false', 'false']);
   // The clicked list no longer matches its source: the next render replaces it even if the text is unchanged.
   const list = main.querySelector('ul');
   mv.render(DOC, null, { rev: 9 });
   assert.notEqual(main.querySelector('ul'), list);
-  assert.equal(main.querySelectorAll('input.task-list-item-checkbox')[1].checked, true);
+  assert.deepEqual(states(), ['false', 'true']);
   take();
+});
+
+test('Space ticks the task box that has the keyboard, which keeps it once the toggled list is rendered again', () => {
+  const hasFocus = window.document.hasFocus;
+  const space = (target) => {
+    const event = new window.KeyboardEvent('keydown', { key: ' ', bubbles: true, cancelable: true });
+    target.dispatchEvent(event);
+    return event.defaultPrevented;
+  };
+  try {
+    mv.render(DOC, null, { rev: 3 });
+    take();
+    assert.equal(space(main.querySelector('p')), false, 'elsewhere Space scrolls as ever');
+    assert.deepEqual(take(), []);
+    const box = boxes()[0];
+    box.focus();
+    assert.equal(space(box), true);
+    assert.deepEqual(take(), [{ type: 'toggleTask', line: 6, checked: true, rev: 3 }]);
+    assert.deepEqual(states(), ['true', 'true']);
+    window.document.hasFocus = () => true;
+    mv.render(DOC.replace('- [ ] task one', '- [x] task one'), null, { rev: 4 });
+    assert.notEqual(boxes()[0], box);
+    assert.equal(window.document.activeElement, boxes()[0]);
+    // A page without the keyboard (the reader is typing in the editor) does not take it.
+    window.document.hasFocus = () => false;
+    mv.render(DOC, null, { rev: 5 });
+    assert.equal(window.document.activeElement, window.document.body);
+  } finally {
+    window.document.hasFocus = hasFocus;
+    take();
+  }
 });
 
 test('awaited calls reply by id with a value or an error', async () => {
@@ -106,6 +140,10 @@ test('exportHTML swaps local images and strips page machinery', async () => {
   assert.match(result.html, /<img src="file:\/\/\/home\/u\/doc\/b.png" alt="b">/, 'unembedded image falls back to its file');
   assert.ok(!/data-line|lumo-ui|code-copy|mv-asset:/.test(result.html), result.html);
   assert.match(result.html, /<input type="checkbox" class="task-list-item-checkbox" checked="" disabled="">/);
+  // A box ticked off on the page leaves it as shown.
+  boxes()[0].click();
+  take();
+  assert.match((await mv.exportHTML({})).html, /<input type="checkbox" class="task-list-item-checkbox" disabled="">done/);
 });
 
 test('raw HTML that floats is marked to stay laid out, blocks get a height guess, and neither mark leaves the page', async () => {

@@ -48,7 +48,7 @@ export function installWindow(body = '', { height } = {}) {
     const line = lines(this.startContainer.parentElement)[0];
     return rect([line, line + 1]);
   };
-  for (const name of ['window', 'document', 'NodeFilter', 'HTMLInputElement', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'cancelAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
+  for (const name of ['window', 'document', 'NodeFilter', 'CustomEvent', 'getComputedStyle', 'requestAnimationFrame', 'cancelAnimationFrame', 'IntersectionObserver', 'ResizeObserver', 'XMLSerializer', 'Image']) {
     Object.defineProperty(globalThis, name, { value: name === 'window' ? window : window[name], configurable: true, writable: true });
   }
   return window;

@@ -1,5 +1,7 @@
-// GitHub task lists: "- [ ] item" / "- [x] item". The checkbox stays
-// enabled; the page reports clicks with the item's source line.
+// GitHub task lists: "- [ ] item" / "- [x] item". The box is a span the page
+// draws and toggles (taskboxes.js), not a form control: a page with form controls
+// has the engine restyle them over and over, which stalls a long task list.
+// The page reports clicks with the item's source line.
 
 const MARK = /^\[([ xX])\](?:[ \t]|$)/;
 
@@ -29,7 +31,7 @@ export default function tasks(md) {
       const checked = m[1] !== ' ';
       first.content = first.content.slice(m[0].length);
       const box = new state.Token('html_inline', '', 0);
-      box.content = `<input type="checkbox" class="task-list-item-checkbox" data-lumo-task="${TASK_BOX_MARK}"${checked ? ' checked' : ''}>`;
+      box.content = `<span class="task-list-item-checkbox" role="checkbox" aria-checked="${checked}" tabindex="0" data-lumo-task="${TASK_BOX_MARK}"></span>`;
       box.meta = { generated: true }; // not the document's raw HTML
       inline.children.unshift(box);
       const item = tokens[i - 2];
