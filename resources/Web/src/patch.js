@@ -34,7 +34,6 @@ export function createPatcher(container, { sanitize }) {
   /** @type {{key: string, html: string, nodes: Node[]}[]} in document order */
   let entries = [];
   let stream = null; // a document being shown in pieces
-  const owner = new WeakMap(); // top-level node -> entry
   const placer = createPlacer(container);
   // Whether blocks go into chunks, from the next update on: a long document
   // replaced by a short one has its chunks removed whole first, instead of
@@ -80,9 +79,7 @@ export function createPatcher(container, { sanitize }) {
     const lists = sanitize(units);
     return units.map((u, i) => {
       const nodes = u.run ? [createRun(container.ownerDocument, lists[i], u.first)] : lists[i];
-      const entry = { key: u.key, html: u.html, nodes, run: !!u.run, notes: !!u.notes };
-      for (const node of entry.nodes) owner.set(node, entry);
-      return entry;
+      return { key: u.key, html: u.html, nodes, run: !!u.run, notes: !!u.notes };
     });
   }
 
@@ -192,11 +189,9 @@ export function createPatcher(container, { sanitize }) {
           for (const e of list) queued.push(e);
           for (const e of made) for (const node of e.nodes) fresh.push(node);
         },
-        get queued() {
-          return queued.length;
-        },
-        get placed() {
-          return placed.length;
+        /** The placed entry holding the top-level node `node`. */
+        holding(node) {
+          return placed.find((entry) => entry.nodes.includes(node));
         },
         flush() {
           const anchor = last;
@@ -250,7 +245,9 @@ export function createPatcher(container, { sanitize }) {
 
     /** Marks the unit holding this top-level node as changed: the next update replaces it. */
     invalidate(node) {
-      const entry = owner.get(node);
+      // Looked up when a reader ticks a box: a map from every node to its entry
+      // made each garbage collection of a long document trace thousands of weak keys.
+      const entry = stream?.holding(node) ?? entries.find((e) => e.nodes.includes(node));
       if (entry) entry.key = STALE;
     },
   };
