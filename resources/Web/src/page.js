@@ -16,7 +16,7 @@ import { emojiAsPictures, emojiAsText } from './emoji.js';
 import { keepHeadingsWithNext, releaseHeadings } from './keep.js';
 import { TASK_BOX_MARK } from './plugins/tasks.js';
 import { installTaskBoxes } from './taskboxes.js';
-import { markWide, revealNear, showAllColumns } from './wide.js';
+import { markWide, mayBeWide, revealNear, showAllColumns } from './wide.js';
 import { applyEditAnswer, keepsOutline } from './editanswer.js';
 import { fitNumbers, footnoteUnits } from './footnotes.js';
 import { fitListNumbers, releaseListNumbers } from './listnumbers.js';
@@ -97,7 +97,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     const lists = sanitizer.fragments(units.map((u) => u.html), base, units.map(kindOf));
     lists.forEach((nodes, i) => {
       if (units[i].blocks || units[i].raw) markFloats(nodes);
-      if (/<table/i.test(units[i].html)) markWide(nodes);
+      if (mayBeWide(units[i].html)) markWide(nodes);
       if (units[i].rows) markRows(nodes, units[i].rows);
     });
     return lists;
