@@ -15,6 +15,7 @@
 import { stripLines } from './convert/lineattrs.js';
 import { lastBlock } from './chunks.js';
 import { DIGITS, digitsBetween } from './listnumbers.js';
+import { lineOf } from './lines.js';
 
 const RUN = 'lumo-notes';
 export const RUN_ITEMS = 48;
@@ -114,5 +115,5 @@ export function nextItem(item) {
 export function itemLine(item) {
   const first = item.firstElementChild;
   const el = first?.hasAttribute('data-line') ? first : item.querySelector('[data-line]');
-  return el ? Number(el.getAttribute('data-line')) : NaN;
+  return el ? lineOf(el) : NaN;
 }

@@ -19,6 +19,7 @@ import { markWide, revealNear, showAllColumns } from './wide.js';
 import { applyEditAnswer, keepsOutline } from './editanswer.js';
 import { fitNumbers, footnoteUnits } from './footnotes.js';
 import { fitListNumbers, releaseListNumbers } from './listnumbers.js';
+import { lineOf } from './lines.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -132,7 +133,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
       if (!item) return;
       const block = blockOf(container, item);
       if (block) patcher.invalidate(block); // its DOM now differs from its source until the next render
-      post({ type: 'toggleTask', line: Number(item.getAttribute('data-line')), checked: target.checked, rev });
+      post({ type: 'toggleTask', line: lineOf(item), checked: target.checked, rev });
       return;
     }
     const link = target.closest?.('a[href^="#"]');

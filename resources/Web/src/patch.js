@@ -4,9 +4,11 @@
 // scroll position, loaded images and already coloured code survive an edit;
 // only new units are sanitised. Matching is by key in a Map: linear however
 // many blocks move. Where the nodes go (straight into the container, or into
-// chunks) is the placer's business (chunks.js).
+// chunks) is the placer's business (chunks.js). A unit an edit only moved
+// keeps its line attributes and takes the unit's `shift` (lines.js).
 import { createPlacer } from './chunks.js';
 import { createRun, notesList } from './footnotes.js';
+import { holdUnit, unitOf } from './lines.js';
 
 const LINE_PAIR = / data-line="(\d*)" data-line-end="(\d*)"/g;
 const STALE = '\u0000stale';
@@ -31,10 +33,9 @@ function annotated(nodes) {
  * @param {{sanitize: (units: {html: string}[]) => Node[][]}} options
  */
 export function createPatcher(container, { sanitize }) {
-  /** @type {{key: string, html: string, nodes: Node[]}[]} in document order */
+  /** @type {{key: string, html: string, shift: number, nodes: Node[]}[]} in document order; the nodes carry the line attributes of `html` */
   let entries = [];
   let stream = null; // a document being shown in pieces
-  const owner = new WeakMap(); // top-level node -> entry
   const placer = createPlacer(container);
 
   /** The first top-level node of the entries from `from` on (runs of footnotes stand in their list). */
@@ -58,7 +59,10 @@ export function createPatcher(container, { sanitize }) {
     }
   }
 
-  function setLines(entry, html) {
+  /** The unit's lines for the entry's nodes: its shift, and its attributes when its HTML was written at other lines. */
+  function setLines(entry, unit) {
+    entry.shift = unit.shift ?? 0;
+    const { html } = unit;
     if (entry.html === html) return;
     const values = lineValues(html);
     const elements = annotated(entry.nodes);
@@ -76,8 +80,8 @@ export function createPatcher(container, { sanitize }) {
     const lists = sanitize(units);
     return units.map((u, i) => {
       const nodes = u.run ? [createRun(container.ownerDocument, lists[i], u.first)] : lists[i];
-      const entry = { key: u.key, html: u.html, nodes, run: !!u.run, notes: !!u.notes };
-      for (const node of entry.nodes) owner.set(node, entry);
+      const entry = { key: u.key, html: u.html, shift: u.shift ?? 0, nodes, run: !!u.run, notes: !!u.notes };
+      for (const node of entry.nodes) holdUnit(node, entry);
       return entry;
     });
   }
@@ -108,12 +112,12 @@ export function createPatcher(container, { sanitize }) {
       const max = Math.min(old.length, units.length);
       let head = 0;
       while (head < max && old[head].key === units[head].key) {
-        setLines(old[head], units[head].html);
+        setLines(old[head], units[head]);
         head++;
       }
       let tail = 0;
       while (tail < max - head && old[old.length - 1 - tail].key === units[units.length - 1 - tail].key) {
-        setLines(old[old.length - 1 - tail], units[units.length - 1 - tail].html);
+        setLines(old[old.length - 1 - tail], units[units.length - 1 - tail]);
         tail++;
       }
       const pool = new Map();
@@ -126,7 +130,7 @@ export function createPatcher(container, { sanitize }) {
       const missing = [];
       for (let i = head; i < units.length - tail; i++) {
         const reuse = pool.get(units[i].key)?.shift();
-        if (reuse) setLines(reuse, units[i].html);
+        if (reuse) setLines(reuse, units[i]);
         else missing.push(i - head);
         middle.push(reuse);
       }
@@ -168,7 +172,7 @@ export function createPatcher(container, { sanitize }) {
           const missing = [];
           for (let i = 0; i < units.length; i++) {
             const reuse = pool.get(units[i].key)?.shift();
-            if (reuse) setLines(reuse, units[i].html);
+            if (reuse) setLines(reuse, units[i]);
             else missing.push(i);
             list.push(reuse);
           }
@@ -235,7 +239,7 @@ export function createPatcher(container, { sanitize }) {
 
     /** Marks the unit holding this top-level node as changed: the next update replaces it. */
     invalidate(node) {
-      const entry = owner.get(node);
+      const entry = unitOf(node);
       if (entry) entry.key = STALE;
     },
   };

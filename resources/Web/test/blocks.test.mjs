@@ -9,10 +9,11 @@ import { applyEditAnswer, editAnswer, keepsOutline } from '../src/editanswer.js'
 import { serveConversions } from '../src/conversions.js';
 import { TASK_BOX_MARK } from '../src/plugins/tasks.js';
 import { documentOf } from '../bench/document.mjs';
+import { htmlOf } from '../src/convert/lineattrs.js';
 
 const BASE = 'file:///home/u/docs/';
 
-const joined = (r) => r.blocks.map((b) => b.html).join('') + (r.tail ? r.tail.html : '');
+const joined = (r) => r.blocks.map(htmlOf).join('') + (r.tail ? r.tail.html : '');
 
 function assertSame(result, text, message) {
   const whole = convert(text, BASE);

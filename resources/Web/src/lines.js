@@ -1,0 +1,28 @@
+// The source lines of the page's elements as readers must see them. An edit
+// that adds or removes lines leaves the data-line attributes of the blocks
+// below it as they were written: the unit holding a block (patch.js) carries
+// how many lines to add to them (`shift`), so that moving every later block
+// costs a number per unit instead of rewriting its attributes.
+
+const units = new WeakMap(); // top-level node of a unit (or a run of footnotes) -> {shift}
+
+/** Records that `node` stands for `unit`: the lines of everything inside it move by `unit.shift`. */
+export function holdUnit(node, unit) {
+  units.set(node, unit);
+}
+
+/** The unit `node` stands for, or undefined. */
+export function unitOf(node) {
+  return units.get(node);
+}
+
+/** The value of a line attribute of `el` (`data-line` or `data-line-end`), moved by its unit's shift; NaN when it has none. */
+export function lineOf(el, name = 'data-line') {
+  const value = el.getAttribute(name);
+  if (value === null) return NaN;
+  for (let node = el; node; node = node.parentNode) {
+    const unit = units.get(node);
+    if (unit) return Number(value) + unit.shift;
+  }
+  return Number(value);
+}
