@@ -1,12 +1,15 @@
 // The source lines of the page's elements as readers must see them. An edit
 // that adds or removes lines leaves the data-line attributes of the blocks
 // below it as they were written: the unit holding a block (patch.js) carries
-// how many lines to add to them (`shift`), so that moving every later block
-// costs a number per unit instead of rewriting its attributes.
+// how many lines to add to them (`shift`; the footnote section's runs, the
+// moves made to its lines), so that moving every later block costs a number
+// per unit instead of rewriting its attributes.
 
-const units = new WeakMap(); // top-level node of a unit (or a run of footnotes) -> {shift}
+import { lineNow } from './convert/lineattrs.js';
 
-/** Records that `node` stands for `unit`: the lines of everything inside it move by `unit.shift`. */
+const units = new WeakMap(); // top-level node of a unit (or a run of footnotes) -> {shift, moves}
+
+/** Records that `node` stands for `unit`: the lines of everything inside it move by its `shift` and `moves` (lineNow). */
 export function holdUnit(node, unit) {
   units.set(node, unit);
 }
@@ -22,7 +25,7 @@ export function lineOf(el, name = 'data-line') {
   if (value === null) return NaN;
   for (let node = el; node; node = node.parentNode) {
     const unit = units.get(node);
-    if (unit) return Number(value) + unit.shift;
+    if (unit) return lineNow(unit, Number(value));
   }
   return Number(value);
 }

@@ -33,7 +33,7 @@ function annotated(nodes) {
  * @param {{sanitize: (units: {html: string}[]) => Node[][]}} options
  */
 export function createPatcher(container, { sanitize }) {
-  /** @type {{key: string, html: string, shift: number, nodes: Node[]}[]} in document order; the nodes carry the line attributes of `html` */
+  /** @type {{key: string, html: string, shift: number, moves?: number[][], nodes: Node[]}[]} in document order; the nodes carry the line attributes of `html` */
   let entries = [];
   let stream = null; // a document being shown in pieces
   const placer = createPlacer(container);
@@ -59,9 +59,10 @@ export function createPatcher(container, { sanitize }) {
     }
   }
 
-  /** The unit's lines for the entry's nodes: its shift, and its attributes when its HTML was written at other lines. */
+  /** The unit's lines for the entry's nodes: its shift and moves, and its attributes when its HTML was written at other lines. */
   function setLines(entry, unit) {
     entry.shift = unit.shift ?? 0;
+    entry.moves = unit.moves;
     const { html } = unit;
     if (entry.html === html) return;
     const values = lineValues(html);
@@ -80,7 +81,7 @@ export function createPatcher(container, { sanitize }) {
     const lists = sanitize(units);
     return units.map((u, i) => {
       const nodes = u.run ? [createRun(container.ownerDocument, lists[i], u.first)] : lists[i];
-      const entry = { key: u.key, html: u.html, shift: u.shift ?? 0, nodes, run: !!u.run, notes: !!u.notes };
+      const entry = { key: u.key, html: u.html, shift: u.shift ?? 0, moves: u.moves, nodes, run: !!u.run, notes: !!u.notes };
       for (const node of entry.nodes) holdUnit(node, entry);
       return entry;
     });

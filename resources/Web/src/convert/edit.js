@@ -4,7 +4,7 @@
 // heading ids. Otherwise the caller converts the whole text.
 import { createSlugger } from '../slug.js';
 import { createPieceEnv } from './env.js';
-import { shiftLines } from './lineattrs.js';
+import { htmlOf } from './lineattrs.js';
 import { commonPrefix, commonSuffix, lineOf, sourceOf } from './source.js';
 
 // An edit touching more lines than this is better served by a conversion in
@@ -152,15 +152,24 @@ export function shiftBlock(block, delta) {
   return { html, key, shift: (block.shift ?? 0) + delta, start: block.start + delta, end: block.end + delta, rows, headings, fnRefs, raw, open, checked };
 }
 
+// Moves the footnote section keeps before its HTML is rewritten: a reader
+// applies each of them to every line it reads there.
+const MAX_MOVES = 256;
+
 /**
  * The footnote section after `delta` lines were added above line `endLine`:
  * its definitions come from anywhere in the text, so only the line attributes
- * at or after that line move.
+ * at or after that line move. Its HTML is kept and the move added to its
+ * `moves` (htmlOf): rewriting the section of a long document cost tens of
+ * milliseconds, and the page then wrote every run of it into the DOM again.
  */
 export function moveBlock(block, endLine, delta) {
   if (delta === 0) return block;
   const moved = (line) => (line >= endLine ? line + delta : line);
-  return { ...block, html: shiftLines(block.html, endLine, delta), start: moved(block.start), end: moved(block.end), headings: block.headings.map((h) => ({ ...h, line: moved(h.line) })) };
+  const headings = block.headings.map((h) => ({ ...h, line: moved(h.line) }));
+  const moves = (block.moves ?? []).concat([[endLine, delta]]);
+  if (moves.length > MAX_MOVES) return { ...block, html: htmlOf({ ...block, moves }), moves: [], headings };
+  return { ...block, moves, headings };
 }
 
 /**
