@@ -316,7 +316,10 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   function received({ ticket: answered, blocks, tail, total, done: finished, edit, restart }) {
     const request = waiting;
     if (!request || answered !== ticket) return; // a render since replaced
-    if (edit) return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total, outlineKept: keepsOutline(held.blocks, held.tail, edit) });
+    if (edit) {
+      const outlineKept = keepsOutline(held.blocks, held.tail, edit);
+      return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total, outlineKept });
+    }
     // The conversion was done again in one piece (a definition the early pieces missed).
     if (restart) return show(request, { blocks, tail, total });
     const { state } = request;

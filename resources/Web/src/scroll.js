@@ -77,8 +77,8 @@ function chunkLine(chunk) {
   return i < 0 ? NaN : blockLine(blocks[i]);
 }
 
-function nextAnnotated(blocks, i, step, lineOf = blockLine) {
-  for (; i >= 0 && i < blocks.length; i += step) if (Number.isFinite(lineOf(blocks[i]))) return i;
+function nextAnnotated(blocks, i, step, startOf = blockLine) {
+  for (; i >= 0 && i < blocks.length; i += step) if (Number.isFinite(startOf(blocks[i]))) return i;
   return -1;
 }
 
@@ -103,16 +103,16 @@ function pointsAround(blocks, i, scrollY, after) {
 }
 
 /** The last annotated element of `blocks` starting at or before `line`, or -1. */
-function lastAtLine(blocks, line, lineOf = blockLine) {
+function lastAtLine(blocks, line, startOf = blockLine) {
   let lo = 0;
   let hi = blocks.length - 1;
   let found = -1;
   while (lo <= hi) {
     const mid = (lo + hi) >> 1;
-    const at = nextAnnotated(blocks, mid, 1, lineOf);
+    const at = nextAnnotated(blocks, mid, 1, startOf);
     if (at < 0 || at > hi) {
       hi = mid - 1;
-    } else if (lineOf(blocks[at]) <= line) {
+    } else if (startOf(blocks[at]) <= line) {
       found = at;
       lo = at + 1;
     } else hi = mid - 1;
