@@ -1,6 +1,7 @@
 // The reading page in a real (offscreen) web view, for generated 1 MB and 10 MB
-// documents, each replaced by an empty one, and a one-character edit of the 1 MB one,
-// beside plain markdown-it on the same text in node. Three times from the mv.render call:
+// documents, each replaced by an empty one, a one-character edit of the 1 MB one and
+// a line added to and removed from the 10 MB one (medians of both), beside plain
+// markdown-it on the same text in node. Three times from the mv.render call:
 //   first screen  the first blocks are on the page and its script is free again;
 //   rendered      the "rendered" message: the whole document is on the page;
 //   laid out      the whole document is also laid out (a layout forced right after):
@@ -190,8 +191,24 @@ int main(int argc, char *argv[])
         std::printf("%-26s %16s %12.1f %12.1f %16s %10s %16.1f\n",
                     qPrintable(QStringLiteral("%1 MB, replaced by empty").arg(megabytes)), "",
                     replace.rendered, replace.laidOut, "", "", replace.longest);
-        if (megabytes != 1)
+        if (megabytes != 1) {
+            // A blank line added after the first paragraph, then removed: every block
+            // below moves a line.
+            const qsizetype at = text.indexOf(QLatin1String("\n\n"), 100) + 1;
+            QString added = text;
+            added.insert(at, QLatin1Char('\n'));
+            timeRender(page, text, ++revision);
+            std::vector<Timing> moves;
+            for (int run = 0; run < runs; ++run) {
+                moves.push_back(timeRender(page, added, ++revision));
+                moves.push_back(timeRender(page, text, ++revision));
+            }
+            const Timing move = median(moves);
+            std::printf("%-26s %16s %12.1f %12.1f %16s %10s %16.1f\n",
+                        qPrintable(QStringLiteral("%1 MB, adding a line").arg(megabytes)), "",
+                        move.rendered, move.laidOut, "", "", move.longest);
             continue;
+        }
         QString edited = text;
         edited.insert(edited.size() / 2, QLatin1Char('x'));
         std::vector<Timing> edits;

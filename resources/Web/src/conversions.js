@@ -46,7 +46,7 @@ export function serveConversions(port, later = soon()) {
   let held = null; // {ticket, blocks}: the last blocks answered in full, as the page holds them once it has them all
   let source = ''; // the text of the last request, converted or not: an edit is made to it
 
-  /** The blocks, each checked once: the edits after keep the mark (moveBlock copies it). */
+  /** The blocks, each checked once: the edits after keep the mark (shiftBlock copies it). */
   function checked(blocks) {
     for (const block of blocks) block.checked ??= blockIsClean(block);
     return blocks;

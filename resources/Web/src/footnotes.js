@@ -15,6 +15,7 @@
 import { stripLines } from './convert/lineattrs.js';
 import { lastBlock } from './chunks.js';
 import { DIGITS, digitsBetween } from './listnumbers.js';
+import { lineOf } from './lines.js';
 
 const RUN = 'lumo-notes';
 export const RUN_ITEMS = 48;
@@ -36,14 +37,23 @@ const EM_PER_ITEM = 0.3;
 export function footnoteUnits(tail, cut) {
   if (!tail) return [];
   if (!cut || tail.raw) return [tail];
+  // An edit that only moves lines keeps the section's HTML (moves, edit.js): cut once.
+  if (lastCut?.html !== tail.html || lastCut.checked !== tail.checked) lastCut = { html: tail.html, checked: tail.checked, units: cutSection(tail) };
+  const { moves } = tail;
+  return lastCut.units ? lastCut.units.map((u) => ({ ...u, moves })) : [tail];
+}
+
+let lastCut = null; // {html, checked, units}: the units of the last section cut, null when it could not be
+
+function cutSection(tail) {
   const { html } = tail;
   const open = html.indexOf(LIST_OPEN);
   const close = html.lastIndexOf(LIST_CLOSE);
-  if (open < 0 || close < open) return [tail];
+  if (open < 0 || close < open) return null;
   const starts = [];
   ITEM.lastIndex = open;
   for (let m = ITEM.exec(html); m && m.index < close; m = ITEM.exec(html)) starts.push(m.index);
-  if (starts[0] !== open + LIST_OPEN.length) return [tail];
+  if (starts[0] !== open + LIST_OPEN.length) return null;
   starts.push(close);
   const head = html.slice(0, starts[0]) + html.slice(close);
   // Cut only between whole tags: what the Worker found clean in the section stays clean in each piece.
@@ -114,5 +124,5 @@ export function nextItem(item) {
 export function itemLine(item) {
   const first = item.firstElementChild;
   const el = first?.hasAttribute('data-line') ? first : item.querySelector('[data-line]');
-  return el ? Number(el.getAttribute('data-line')) : NaN;
+  return el ? lineOf(el) : NaN;
 }

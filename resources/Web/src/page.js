@@ -20,6 +20,7 @@ import { markWide, mayBeWide, revealNear, showAllColumns } from './wide.js';
 import { applyEditAnswer, keepsOutline } from './editanswer.js';
 import { fitNumbers, footnoteUnits } from './footnotes.js';
 import { fitListNumbers, releaseListNumbers } from './listnumbers.js';
+import { lineOf } from './lines.js';
 
 const CHANGE_MARK_MS = 2400;
 // A long document is shown top first: this many lines at once, then the rest
@@ -130,7 +131,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   const taskBoxes = installTaskBoxes(container, (item, checked) => {
     const block = blockOf(container, item);
     if (block) patcher.invalidate(block); // its DOM now differs from its source until the next render
-    post({ type: 'toggleTask', line: Number(item.getAttribute('data-line')), checked, rev });
+    post({ type: 'toggleTask', line: lineOf(item), checked, rev });
   });
 
   container.addEventListener('click', (event) => {
@@ -164,15 +165,28 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
 
   let outline = null; // as last posted: a file that grows below its headings repeats none
   let fittedLists = []; // ordered lists given room for their numbers while printing
+  let pendingOutline = null; // {timer, send}: a long document's outline, posted in a task of its own
   function announce(renderRev, blocks, tail, outlineKept = false) {
     taskBoxes.rendered();
+    // The last render's outline goes first: an outline kept is the one it had.
+    if (pendingOutline) {
+      clearTimeout(pendingOutline.timer);
+      pendingOutline.send();
+    }
     post({ type: 'rendered', rev: renderRev });
     if (outlineKept) return;
-    const items = outlineOf(blocks, tail);
-    const text = JSON.stringify(items);
-    if (text === outline) return;
-    outline = text;
-    post({ type: 'outline', items });
+    const send = () => {
+      pendingOutline = null;
+      const items = outlineOf(blocks, tail);
+      const text = JSON.stringify(items);
+      if (text === outline) return;
+      outline = text;
+      post({ type: 'outline', items });
+    };
+    if (!container.classList.contains('lumo-long')) return send();
+    // Gathering and posting 14,000 headings (the 10 MB bench document) took as
+    // long as placing an edit that moved them: not in the same task.
+    pendingOutline = { timer: setTimeout(send), send };
   }
 
   function done(result, added, diff, view) {
@@ -315,7 +329,10 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   function received({ ticket: answered, blocks, tail, total, done: finished, edit, restart }) {
     const request = waiting;
     if (!request || answered !== ticket) return; // a render since replaced
-    if (edit) return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total, outlineKept: keepsOutline(held.blocks, held.tail, edit) });
+    if (edit) {
+      const outlineKept = keepsOutline(held.blocks, held.tail, edit);
+      return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total, outlineKept });
+    }
     // The conversion was done again in one piece (a definition the early pieces missed).
     if (restart) return show(request, { blocks, tail, total });
     const { state } = request;

@@ -4,9 +4,11 @@
 // scroll position, loaded images and already coloured code survive an edit;
 // only new units are sanitised. Matching is by key in a Map: linear however
 // many blocks move. Where the nodes go (straight into the container, or into
-// chunks) is the placer's business (chunks.js).
+// chunks) is the placer's business (chunks.js). A unit an edit only moved
+// keeps its line attributes and takes the unit's `shift` (lines.js).
 import { createPlacer } from './chunks.js';
 import { createRun, notesList } from './footnotes.js';
+import { holdUnit, unitOf } from './lines.js';
 
 const LINE_PAIR = / data-line="(\d*)" data-line-end="(\d*)"/g;
 const STALE = '\u0000stale';
@@ -31,7 +33,7 @@ function annotated(nodes) {
  * @param {{sanitize: (units: {html: string}[]) => Node[][]}} options
  */
 export function createPatcher(container, { sanitize }) {
-  /** @type {{key: string, html: string, nodes: Node[]}[]} in document order */
+  /** @type {{key: string, html: string, shift: number, moves?: number[][], nodes: Node[]}[]} in document order; the nodes carry the line attributes of `html` */
   let entries = [];
   let stream = null; // a document being shown in pieces
   const placer = createPlacer(container);
@@ -61,7 +63,11 @@ export function createPatcher(container, { sanitize }) {
     }
   }
 
-  function setLines(entry, html) {
+  /** The unit's lines for the entry's nodes: its shift and moves, and its attributes when its HTML was written at other lines. */
+  function setLines(entry, unit) {
+    entry.shift = unit.shift ?? 0;
+    entry.moves = unit.moves;
+    const { html } = unit;
     if (entry.html === html) return;
     const values = lineValues(html);
     const elements = annotated(entry.nodes);
@@ -79,7 +85,9 @@ export function createPatcher(container, { sanitize }) {
     const lists = sanitize(units);
     return units.map((u, i) => {
       const nodes = u.run ? [createRun(container.ownerDocument, lists[i], u.first)] : lists[i];
-      return { key: u.key, html: u.html, nodes, run: !!u.run, notes: !!u.notes };
+      const entry = { key: u.key, html: u.html, shift: u.shift ?? 0, moves: u.moves, nodes, run: !!u.run, notes: !!u.notes };
+      for (const node of entry.nodes) holdUnit(node, entry);
+      return entry;
     });
   }
 
@@ -109,12 +117,12 @@ export function createPatcher(container, { sanitize }) {
       const max = Math.min(old.length, units.length);
       let head = 0;
       while (head < max && old[head].key === units[head].key) {
-        setLines(old[head], units[head].html);
+        setLines(old[head], units[head]);
         head++;
       }
       let tail = 0;
       while (tail < max - head && old[old.length - 1 - tail].key === units[units.length - 1 - tail].key) {
-        setLines(old[old.length - 1 - tail], units[units.length - 1 - tail].html);
+        setLines(old[old.length - 1 - tail], units[units.length - 1 - tail]);
         tail++;
       }
       // Only the old units whose key comes back are pooled: a long document replaced by a short one pools none.
@@ -135,7 +143,7 @@ export function createPatcher(container, { sanitize }) {
       const missing = [];
       for (let i = head; i < units.length - tail; i++) {
         const reuse = pool.get(units[i].key)?.shift();
-        if (reuse) setLines(reuse, units[i].html);
+        if (reuse) setLines(reuse, units[i]);
         else missing.push(i - head);
         middle.push(reuse);
       }
@@ -180,7 +188,7 @@ export function createPatcher(container, { sanitize }) {
           const missing = [];
           for (let i = 0; i < units.length; i++) {
             const reuse = pool.get(units[i].key)?.shift();
-            if (reuse) setLines(reuse, units[i].html);
+            if (reuse) setLines(reuse, units[i]);
             else missing.push(i);
             list.push(reuse);
           }
@@ -188,10 +196,6 @@ export function createPatcher(container, { sanitize }) {
           missing.forEach((m, i) => (list[m] = made[i]));
           for (const e of list) queued.push(e);
           for (const e of made) for (const node of e.nodes) fresh.push(node);
-        },
-        /** The placed entry holding the top-level node `node`. */
-        holding(node) {
-          return placed.find((entry) => entry.nodes.includes(node));
         },
         flush() {
           const anchor = last;
@@ -245,9 +249,7 @@ export function createPatcher(container, { sanitize }) {
 
     /** Marks the unit holding this top-level node as changed: the next update replaces it. */
     invalidate(node) {
-      // Looked up when a reader ticks a box: a map from every node to its entry
-      // made each garbage collection of a long document trace thousands of weak keys.
-      const entry = stream?.holding(node) ?? entries.find((e) => e.nodes.includes(node));
+      const entry = unitOf(node);
       if (entry) entry.key = STALE;
     },
   };

@@ -3,13 +3,14 @@
 // mapping is linear, so fractional lines land inside a block in proportion.
 import { isChunked, previousBlock } from './chunks.js';
 import { footnoteSection, isRun, itemGroups, itemLine, nextItem } from './footnotes.js';
+import { lineOf } from './lines.js';
 
 /** Builds a monotone list of [line, y] points from annotated elements. */
 export function buildPoints(elements, scrollY = 0) {
   const points = [[0, 0]];
   for (const el of elements) {
-    const start = Number(el.getAttribute('data-line'));
-    const end = Number(el.getAttribute('data-line-end'));
+    const start = lineOf(el);
+    const end = lineOf(el, 'data-line-end');
     if (!Number.isFinite(start) || !Number.isFinite(end)) continue;
     const rect = el.getBoundingClientRect();
     if (rect.width === 0 && rect.height === 0) continue; // hidden (closed <details>, display:none)
@@ -63,11 +64,10 @@ export function yToLine(points, y) {
 /** Source line a top-level block starts at: its own, or that of the first annotated element inside raw HTML. */
 function blockLine(el) {
   if (el.nodeType !== 1) return NaN;
-  const own = el.getAttribute('data-line');
-  if (own !== null) return Number(own);
+  if (el.hasAttribute('data-line')) return lineOf(el);
   if (el.classList.contains('footnotes')) return NaN; // definitions from anywhere in the text
   const inner = el.querySelector('[data-line]');
-  return inner ? Number(inner.getAttribute('data-line')) : NaN;
+  return inner ? lineOf(inner) : NaN;
 }
 
 /** The line a chunk starts at: that of its first annotated block. */
@@ -77,8 +77,8 @@ function chunkLine(chunk) {
   return i < 0 ? NaN : blockLine(blocks[i]);
 }
 
-function nextAnnotated(blocks, i, step, lineOf = blockLine) {
-  for (; i >= 0 && i < blocks.length; i += step) if (Number.isFinite(lineOf(blocks[i]))) return i;
+function nextAnnotated(blocks, i, step, startOf = blockLine) {
+  for (; i >= 0 && i < blocks.length; i += step) if (Number.isFinite(startOf(blocks[i]))) return i;
   return -1;
 }
 
@@ -103,16 +103,16 @@ function pointsAround(blocks, i, scrollY, after) {
 }
 
 /** The last annotated element of `blocks` starting at or before `line`, or -1. */
-function lastAtLine(blocks, line, lineOf = blockLine) {
+function lastAtLine(blocks, line, startOf = blockLine) {
   let lo = 0;
   let hi = blocks.length - 1;
   let found = -1;
   while (lo <= hi) {
     const mid = (lo + hi) >> 1;
-    const at = nextAnnotated(blocks, mid, 1, lineOf);
+    const at = nextAnnotated(blocks, mid, 1, startOf);
     if (at < 0 || at > hi) {
       hi = mid - 1;
-    } else if (lineOf(blocks[at]) <= line) {
+    } else if (startOf(blocks[at]) <= line) {
       found = at;
       lo = at + 1;
     } else hi = mid - 1;
@@ -154,7 +154,7 @@ function scope(container, pick) {
 function bodyEnd(section) {
   for (let el = previousBlock(section); el; el = previousBlock(el)) {
     const end = el.hasAttribute('data-line-end') ? el : Array.from(el.querySelectorAll('[data-line-end]')).at(-1);
-    if (end) return Number(end.getAttribute('data-line-end'));
+    if (end) return lineOf(end, 'data-line-end');
   }
   return 0;
 }
@@ -172,7 +172,7 @@ function itemAtY(section, y) {
 /** The start of the next definition when it follows right after `item`'s in the text, or null. */
 function joinedNext(item, end) {
   const first = nextItem(item)?.querySelector('[data-line]');
-  const gap = first ? Number(first.getAttribute('data-line')) - end : NaN;
+  const gap = first ? lineOf(first) - end : NaN;
   return gap >= 0 && gap <= 1 ? first : null;
 }
 
@@ -200,7 +200,7 @@ function notesYToLine(section, y, scrollY) {
 }
 
 function itemEnd(item) {
-  return Math.max(...Array.from(item.querySelectorAll('[data-line-end]'), (el) => Number(el.getAttribute('data-line-end'))));
+  return Math.max(...Array.from(item.querySelectorAll('[data-line-end]'), (el) => lineOf(el, 'data-line-end')));
 }
 
 /** Whether the window shows the definition amid the text that `line` is in. */

@@ -2,6 +2,7 @@
 // ticks one and reports it, and a render that replaces the box the reader was
 // on hands the keyboard to the box that took its place.
 import { TASK_BOX_MARK } from './plugins/tasks.js';
+import { lineOf } from './lines.js';
 
 /** Whether `node` is a box the converter made: a document cannot know the mark. */
 const isTaskBox = (node) => node?.nodeType === 1 && node.getAttribute('data-lumo-task') === TASK_BOX_MARK;
@@ -46,11 +47,13 @@ export function installTaskBoxes(container, toggled) {
       focused = null;
       // Only a page the reader is in, and only while nothing else took the keyboard.
       if (!document.hasFocus() || (document.activeElement && document.activeElement !== document.body)) return;
-      const line = Number(was.closest('li[data-line]')?.getAttribute('data-line'));
+      const wasItem = was.closest('li[data-line]');
+      const line = wasItem ? lineOf(wasItem) : NaN;
       if (!Number.isInteger(line)) return;
+      // The item that took its place was written anew, at the line it stands on.
       const item = container.querySelector(`li[data-line="${line}"]`);
       const box = item?.querySelector('.task-list-item-checkbox');
-      if (isTaskBox(box) && box.closest('li') === item) box.focus({ preventScroll: true });
+      if (isTaskBox(box) && box.closest('li') === item && lineOf(item) === line) box.focus({ preventScroll: true });
     },
   };
 }

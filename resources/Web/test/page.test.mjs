@@ -7,6 +7,7 @@ import { installWindow } from '../testing/window.mjs';
 
 let mv;
 let main;
+let lineOf;
 let window;
 const messages = [];
 const take = () => messages.splice(0).map((m) => JSON.parse(m));
@@ -15,6 +16,7 @@ before(async () => {
   window = installWindow('<main class="markdown"></main>');
   const { post } = await import('../src/bridge.js');
   const { createPage } = await import('../src/page.js');
+  ({ lineOf } = await import('../src/lines.js'));
   window.document.addEventListener('lumo-post', (e) => messages.push(e.detail));
   main = window.document.querySelector('main');
   mv = createPage({ container: main, post });
@@ -52,8 +54,8 @@ test('re-render keeps unchanged blocks and replaces changed ones', () => {
   assert.notEqual(main.querySelector('h1 + p'), before.first, 'edited paragraph replaced');
 
   // Kept blocks follow the inserted lines.
-  assert.equal(before.heading.getAttribute('data-line'), '2');
-  assert.deepEqual(Array.from(before.list.querySelectorAll('li'), (li) => li.getAttribute('data-line')), ['8', '9']);
+  assert.equal(lineOf(before.heading), 2);
+  assert.deepEqual(Array.from(before.list.querySelectorAll('li'), (li) => lineOf(li)), [8, 9]);
 
   const marked = Array.from(main.querySelectorAll('.lumo-changed'), (el) => el.textContent);
   assert.deepEqual(marked, ['Intro line.', 'First paragraph, edited.']);

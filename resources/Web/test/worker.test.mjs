@@ -4,6 +4,7 @@ import { test, before } from 'node:test';
 import assert from 'node:assert/strict';
 import { installWindow } from '../testing/window.mjs';
 import { createBlockConverter } from '../src/blocks.js';
+import { htmlOf } from '../src/convert/lineattrs.js';
 
 let window;
 let createPage;
@@ -115,7 +116,7 @@ test('an edit is answered with the blocks that changed only', async () => {
     assert.equal(answer.edit.blocks.length, changed, `${what}: blocks sent`);
     const whole = createBlockConverter().convert(edited);
     const made = applyEditAnswer(held, null, answer.edit).blocks;
-    assert.deepEqual(made.map((b) => [b.html, b.start, b.end]), whole.blocks.map((b) => [b.html, b.start, b.end]), what);
+    assert.deepEqual(made.map((b) => [htmlOf(b), b.start, b.end]), whole.blocks.map((b) => [b.html, b.start, b.end]), what);
   }
   port1.close();
 });
@@ -145,4 +146,50 @@ test('the Worker vouches only for blocks that pass the quick check: raw HTML thr
     for (const attr of el.attributes) assert.ok(!/^on/i.test(attr.name) && !/javascript:|position/i.test(attr.value), `${el.localName} ${attr.name}="${attr.value}"`);
   }
   worker.close();
+});
+
+test('after edits that add and remove lines, every element has the lines a fresh render gives it, and the outline its', async () => {
+  const { documentOf } = await import('../bench/document.mjs');
+  const { lineOf } = await import('../src/lines.js');
+  // What every reader of lines (scroll mapping, task boxes, footnotes) reads.
+  const lines = (container) => Array.from(container.querySelectorAll('[data-line]'), (el) => `${el.localName} ${lineOf(el)}-${lineOf(el, 'data-line-end')}`);
+  /** The lines of a fresh render's elements, and its outline. */
+  async function fresh(text) {
+    const container = window.document.createElement('main');
+    let outline = null;
+    createPage({ container, post: (m) => m.type === 'outline' && (outline = m.items), firstLines: 40 }).render(text, null, { rev: 1 });
+    await until(() => outline, 'a fresh render');
+    return [lines(container), outline];
+  }
+  let seed = 11;
+  const next = () => (seed = (seed * 1664525 + 1013904223) >>> 0) / 2 ** 32;
+  for (const worker of [await portWorker(), null]) {
+    let text = documentOf(30000);
+    const { container, mv } = await pageWith(() => worker);
+    let rev = 1;
+    const seen = []; // messages since the first render
+    mv.render(text, null, { rev });
+    await until(() => take().some((m) => m.type === 'rendered' && m.rev === rev), 'the first render');
+    assert.ok(container.classList.contains('lumo-long'), 'in chunks, its footnotes in runs');
+    for (let i = 1; i <= 24; i++) {
+      // A line or two added, or one removed, mostly near the top so that most blocks move.
+      const at = Math.floor(next() ** 2 * text.length);
+      const newline = text.indexOf('\n', at);
+      const [start, end, inserted] = next() < 0.6 ? [at, at, '\n'.repeat(1 + Math.floor(next() * 2))] : [newline, newline + 1, ''];
+      const edited = text.slice(0, start) + inserted + text.slice(end);
+      if (i % 2) mv.renderEdit(rev, start, end, inserted, null, { rev: rev + 1, length: edited.length });
+      else mv.render(edited, null, { rev: rev + 1 });
+      rev += 1;
+      text = edited;
+      await until(() => seen.push(...take()) && seen.some((m) => m.type === 'rendered' && m.rev === rev), `edit ${i}`);
+      if (i % 8) continue;
+      // A long document's outline follows in a task of its own.
+      await new Promise((resolve) => setTimeout(resolve, 10));
+      seen.push(...take());
+      const outline = seen.findLast((m) => m.type === 'outline')?.items;
+      const where = `${worker ? 'in the Worker' : 'on the page'}, edit ${i}`;
+      assert.deepEqual([lines(container), outline], await fresh(text), where);
+    }
+    worker?.close();
+  }
 });

@@ -2,8 +2,10 @@
 // queries, a scroll position the tests move, and a fake layout in which every
 // source line is 20px tall, an inline element and text stand on their block's
 // lines, and an element without lines (a chunk, the container) spans its
-// annotated contents.
+// annotated contents. Lines are those readers see (lines.js): where the
+// blocks stand, whatever attributes an edit left them.
 import { JSDOM, VirtualConsole } from 'jsdom';
+import { lineOf } from '../src/lines.js';
 
 export function installWindow(body = '', { height } = {}) {
   const { window } = new JSDOM(`<!doctype html><html><head></head><body>${body}</body></html>`, {
@@ -33,7 +35,7 @@ export function installWindow(body = '', { height } = {}) {
     const first = block ?? el.querySelector('[data-line]');
     const all = el.querySelectorAll('[data-line-end]');
     const last = block ?? all[all.length - 1];
-    return first ? [Number(first.getAttribute('data-line')), Number(last.getAttribute('data-line-end'))] : null;
+    return first ? [lineOf(first), lineOf(last, 'data-line-end')] : null;
   };
   const rect = (span) => {
     if (!span) return { top: 0, bottom: 0, height: 0, width: 0 };

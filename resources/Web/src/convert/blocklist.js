@@ -6,6 +6,8 @@ import { rowsOf } from './rows.js';
 /**
  * @typedef {object} Block
  * @property {string} html      rendered, with line attributes
+ * @property {number} [shift]   lines to add to those attributes: how far edits above moved it since (htmlOf)
+ * @property {number[][]} [moves]  the footnote section's: [from, delta] in order, each adding delta to the lines at or after from (htmlOf)
  * @property {string} key       html without line attributes: equal keys render the same
  * @property {number} start     first source line (absolute)
  * @property {number} end       line after the last

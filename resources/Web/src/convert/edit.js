@@ -4,7 +4,7 @@
 // heading ids. Otherwise the caller converts the whole text.
 import { createSlugger } from '../slug.js';
 import { createPieceEnv } from './env.js';
-import { shiftLines } from './lineattrs.js';
+import { htmlOf } from './lineattrs.js';
 import { commonPrefix, commonSuffix, lineOf, sourceOf } from './source.js';
 
 // An edit touching more lines than this is better served by a conversion in
@@ -30,7 +30,7 @@ const MAX_EDIT_LINES = 4000;
  * @property {import('./blocklist.js').Block[]} from  the block list before it
  * @property {number} first      index of the first block replaced
  * @property {number} removed    how many were replaced
- * @property {number} endLine    the blocks after them moved by `delta` lines from this line on (moveBlock)
+ * @property {number} endLine    the blocks after them moved by `delta` lines (shiftBlock); the footnote section's lines from this line on (moveBlock)
  * @property {number} delta
  *
  * @typedef {object} Reparsed  The region parsed again in the new text.
@@ -127,7 +127,8 @@ function splice(old, region, change, reparsed) {
   const laterHeadings = after.flatMap((b) => b.headings).concat(old.tail ? old.tail.headings : []);
   for (const h of laterHeadings) if (unique(h.text) !== h.id) return null;
 
-  const blocks = old.blocks.slice(0, region.first).concat(fresh, after.map((b) => moveBlock(b, endLine, delta)));
+  // Every line of a block after the region is at or after endLine (the guard starts there).
+  const blocks = old.blocks.slice(0, region.first).concat(fresh, after.map((b) => shiftBlock(b, delta)));
   const tail = old.tail && moveBlock(old.tail, endLine, delta);
   const shiftDef = (d) => (d.line >= endLine ? { ...d, line: d.line + delta, ...(d.end !== undefined ? { end: d.end + delta } : {}) } : d);
   const before = (d) => d.line < region.fromLine;
@@ -139,14 +140,36 @@ function splice(old, region, change, reparsed) {
 }
 
 /**
- * A block (or the footnote section) after `delta` lines were added above line
- * `endLine`: the same object when nothing moves. The page moves the blocks an
- * edit kept with it, as the converter did (conversions.js).
+ * A block after `delta` lines were added above it: the same object when
+ * nothing moves; its HTML is kept, its `shift` counts the lines. The page
+ * moves the blocks an edit kept with it, as the converter did (editanswer.js).
+ */
+export function shiftBlock(block, delta) {
+  if (delta === 0) return block;
+  const headings = block.headings.length ? block.headings.map((h) => ({ ...h, line: h.line + delta })) : block.headings;
+  // Field by field: spreading a hundred thousand blocks took several times as long.
+  const { html, key, rows, fnRefs, raw, open, checked } = block;
+  return { html, key, shift: (block.shift ?? 0) + delta, start: block.start + delta, end: block.end + delta, rows, headings, fnRefs, raw, open, checked };
+}
+
+// Moves the footnote section keeps before its HTML is rewritten: a reader
+// applies each of them to every line it reads there.
+const MAX_MOVES = 256;
+
+/**
+ * The footnote section after `delta` lines were added above line `endLine`:
+ * its definitions come from anywhere in the text, so only the line attributes
+ * at or after that line move. Its HTML is kept and the move added to its
+ * `moves` (htmlOf): rewriting the section of a long document cost tens of
+ * milliseconds, and the page then wrote every run of it into the DOM again.
  */
 export function moveBlock(block, endLine, delta) {
   if (delta === 0) return block;
   const moved = (line) => (line >= endLine ? line + delta : line);
-  return { ...block, html: shiftLines(block.html, endLine, delta), start: moved(block.start), end: moved(block.end), headings: block.headings.map((h) => ({ ...h, line: moved(h.line) })) };
+  const headings = block.headings.map((h) => ({ ...h, line: moved(h.line) }));
+  const moves = (block.moves ?? []).concat([[endLine, delta]]);
+  if (moves.length > MAX_MOVES) return { ...block, html: htmlOf({ ...block, moves }), moves: [], headings };
+  return { ...block, moves, headings };
 }
 
 /**

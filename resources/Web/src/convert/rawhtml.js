@@ -1,5 +1,6 @@
 // Raw HTML read as tags: elements a block opens and a later block closes
 // (<details> ... </details> around Markdown), and how deep they nest.
+import { htmlOf } from './lineattrs.js';
 
 const VOID = new Set(['area', 'base', 'br', 'col', 'embed', 'hr', 'img', 'input', 'link', 'meta', 'param', 'source', 'track', 'wbr']);
 const GREATER = 0x3e;
@@ -102,7 +103,7 @@ export function groupBlocks(blocks, complete = true) {
     }
     if (counts && !complete) break;
     const run = blocks.slice(i, end);
-    units.push({ key: run.map((b) => b.key).join(''), html: run.map((b) => b.html).join(''), start: block.start, blocks: run });
+    units.push({ key: run.map((b) => b.key).join(''), html: run.map(htmlOf).join(''), start: block.start, blocks: run });
     i = end - 1;
   }
   return units;
