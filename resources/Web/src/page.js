@@ -533,7 +533,9 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     find(text, options) {
       return finder.find(text, options);
     },
-    localImages() {
+    /** The local images export will embed: those of the whole document, once the render under way is on the page. */
+    async localImages() {
+      await finishRendering();
       return localImages(container);
     },
     async exportHTML(images) {

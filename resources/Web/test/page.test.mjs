@@ -321,6 +321,21 @@ test('a long document is shown top first, then in slices, with one "rendered" at
   holder.remove();
 });
 
+test('the images of a long document are listed once all of it is on the page', async () => {
+  const holder = window.document.createElement('main');
+  holder.className = 'markdown';
+  window.document.body.append(holder);
+  const { createPage } = await import('../src/page.js');
+  const { post } = await import('../src/bridge.js');
+  const sliced = createPage({ container: holder, post, firstLines: 20 });
+  const text = Array.from({ length: 60 }, (_, i) => `Part ${i}.\n`).join('\n') + '\n![end](end.png)\n';
+  sliced.render(text, 'file:///home/u/doc/', { rev: 1 });
+  assert.equal(holder.querySelector('img'), null, 'the end is not on the page yet');
+  assert.deepEqual(await sliced.localImages(), ['file:///home/u/doc/end.png']);
+  take();
+  holder.remove();
+});
+
 test('an edit of the last text renders as the whole text would; a page without that text asks for all of it', () => {
   mv.render(DOC, null, { rev: 20 });
   take();
