@@ -286,13 +286,18 @@ test('an edit that changes a reference definition re-renders the blocks that use
   assert.equal(main.querySelector('a').getAttribute('href'), 'https://b.example/');
 });
 
-test('a long document is shown top first, then in slices, with one "rendered" at the end', async () => {
+/** A page of its own that shows a document of over 20 lines top first, then in slices. */
+async function slicedPage() {
   const holder = window.document.createElement('main');
   holder.className = 'markdown';
   window.document.body.append(holder);
   const { createPage } = await import('../src/page.js');
   const { post } = await import('../src/bridge.js');
-  const sliced = createPage({ container: holder, post, firstLines: 20 });
+  return { holder, sliced: createPage({ container: holder, post, firstLines: 20 }) };
+}
+
+test('a long document is shown top first, then in slices, with one "rendered" at the end', async () => {
+  const { holder, sliced } = await slicedPage();
   const text = Array.from({ length: 60 }, (_, i) => `## Part ${i}\n\nText of part ${i} with $x_${i}$ and a note.[^n${i}]\n\n[^n${i}]: Note ${i}.\n`).join('\n');
   take();
   sliced.render('# Old\n\nReplaced.', null, { rev: 1 });
@@ -322,12 +327,7 @@ test('a long document is shown top first, then in slices, with one "rendered" at
 });
 
 test('the images of a long document are listed once all of it is on the page', async () => {
-  const holder = window.document.createElement('main');
-  holder.className = 'markdown';
-  window.document.body.append(holder);
-  const { createPage } = await import('../src/page.js');
-  const { post } = await import('../src/bridge.js');
-  const sliced = createPage({ container: holder, post, firstLines: 20 });
+  const { holder, sliced } = await slicedPage();
   const text = Array.from({ length: 60 }, (_, i) => `Part ${i}.\n`).join('\n') + '\n![end](end.png)\n';
   sliced.render(text, 'file:///home/u/doc/', { rev: 1 });
   assert.equal(holder.querySelector('img'), null, 'the end is not on the page yet');
