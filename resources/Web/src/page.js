@@ -330,6 +330,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     const request = waiting;
     if (!request || answered !== ticket) return; // a render since replaced
     if (edit) {
+      // Asked first: applying the answer changes the held blocks in place.
       const outlineKept = keepsOutline(held.blocks, held.tail, edit);
       return show(request, { ...applyEditAnswer(held.blocks, held.tail, edit), total, outlineKept });
     }
