@@ -8,6 +8,12 @@
 //
 // Everything here takes the container and finds out from its children which
 // of the two structures it holds.
+//
+// A chunk far from the viewport may be dormant: it holds its blocks as HTML
+// not yet parsed (patch.js), stands at its estimated height, and wake(chunk)
+// puts the blocks in. Parsing every block of a long document had cost more
+// than converting it. The walks below wake the chunks they step into, unless
+// told not to, so a reader never sees a dormant chunk as empty.
 
 const CHUNK = 'lumo-chunk';
 // Blocks per chunk: small enough that laying out the chunks coming into view
@@ -19,8 +25,42 @@ const EM_PER_ROW = 1.65;
 const EM_PER_BLOCK = 0.95;
 const DEFAULT_ROWS = 2.5;
 
+const WAKE = Symbol('lumo wake');
+
 export function isChunk(node) {
   return node?.localName === CHUNK;
+}
+
+export function isDormant(chunk) {
+  return !!chunk?.[WAKE];
+}
+
+/** Puts a dormant chunk's blocks in; nothing for any other node. */
+export function wake(chunk) {
+  chunk?.[WAKE]?.();
+}
+
+/** The blocks of a chunk, woken first. */
+export function blocksIn(chunk) {
+  wake(chunk);
+  return chunk.children;
+}
+
+/**
+ * A dormant chunk of about `em` height: `fill(chunk)` puts its blocks in when
+ * it is woken, once.
+ */
+export function dormantChunk(doc, em, fill) {
+  const chunk = doc.createElement(CHUNK);
+  chunk.setAttribute('data-lumo-dormant', '');
+  setEstimate(chunk, em);
+  chunk[WAKE] = () => {
+    delete chunk[WAKE];
+    chunk.removeAttribute('data-lumo-dormant');
+    fill(chunk);
+    refresh(chunk);
+  };
+  return chunk;
 }
 
 export function isChunked(container) {
@@ -39,25 +79,36 @@ export function blockParents(container) {
   return isChunked(container) ? Array.from(container.children) : [container];
 }
 
-/** The next top-level element after `block`, across chunk borders. */
-export function nextBlock(block) {
+/** The next top-level element after `block`, across chunk borders; a dormant chunk ends the walk unless `wakes`. */
+export function nextBlock(block, wakes = true) {
   const next = block.nextElementSibling;
   if (next || !isChunk(block.parentNode)) return next;
-  for (let chunk = block.parentNode.nextElementSibling; chunk; chunk = chunk.nextElementSibling) if (chunk.firstElementChild) return chunk.firstElementChild;
+  for (let chunk = block.parentNode.nextElementSibling; chunk; chunk = chunk.nextElementSibling) {
+    if (!wakes && isDormant(chunk)) return null;
+    wake(chunk);
+    if (chunk.firstElementChild) return chunk.firstElementChild;
+  }
   return null;
 }
 
-/** The top-level element before `block`, across chunk borders. */
-export function previousBlock(block) {
+/** The top-level element before `block`, across chunk borders; a dormant chunk ends the walk unless `wakes`. */
+export function previousBlock(block, wakes = true) {
   const previous = block.previousElementSibling;
   if (previous || !isChunk(block.parentNode)) return previous;
-  for (let chunk = block.parentNode.previousElementSibling; chunk; chunk = chunk.previousElementSibling) if (chunk.lastElementChild) return chunk.lastElementChild;
+  for (let chunk = block.parentNode.previousElementSibling; chunk; chunk = chunk.previousElementSibling) {
+    if (!wakes && isDormant(chunk)) return null;
+    wake(chunk);
+    if (chunk.lastElementChild) return chunk.lastElementChild;
+  }
   return null;
 }
 
-export function lastBlock(container) {
+/** The last top-level element; null when it stands in a dormant chunk and `wakes` is false. */
+export function lastBlock(container, wakes = true) {
   const last = container.lastElementChild;
-  return isChunk(last) ? last.lastElementChild : last;
+  if (!isChunk(last)) return last;
+  if (wakes) wake(last);
+  return last.lastElementChild;
 }
 
 /** The node after `node` among the top-level nodes, across chunk borders. */
@@ -78,12 +129,26 @@ function opens(node) {
 
 /** Whether a chunk of `count` blocks ends before `node`. */
 function closes(count, node) {
-  return count >= CHUNK_BLOCKS && (opens(node) || count >= 2 * CHUNK_BLOCKS - 1);
+  return ends(count, opens(node));
 }
 
-function rowsOf(el) {
-  const rows = Number(el.getAttribute('data-lumo-rows'));
-  return rows > 0 ? rows : DEFAULT_ROWS;
+/** Whether a chunk of `count` blocks ends before a block that may (`opensNext`) or may not open one. */
+export function ends(count, opensNext) {
+  return count >= CHUNK_BLOCKS && (opensNext || count >= 2 * CHUNK_BLOCKS - 1);
+}
+
+/** Estimated height in em of a top-level block of `rows` rows of text (0: not known). */
+export function estimateEm(rows) {
+  return EM_PER_BLOCK + EM_PER_ROW * (rows > 0 ? rows : DEFAULT_ROWS);
+}
+
+export function setEstimate(chunk, em) {
+  chunk.style.containIntrinsicSize = `auto ${em.toFixed(1)}em`;
+}
+
+/** Whether HTML starting with this block may open a chunk (see `opens`). */
+export function htmlOpens(html) {
+  return /^<[a-z]/i.test(html) && !/^<(h[1-6]|hr|section)[\s/>]/i.test(html);
 }
 
 /**
@@ -98,11 +163,11 @@ function refresh(chunk) {
   let floating = false;
   let notes = false;
   for (const el of chunk.children) {
-    em += EM_PER_BLOCK + EM_PER_ROW * rowsOf(el);
+    em += estimateEm(Number(el.getAttribute('data-lumo-rows')));
     if (el.hasAttribute('data-lumo-float') || el.hasAttribute('data-lumo-wrap')) floating = true;
     if (el.localName === 'section' && el.classList.contains('footnotes')) notes = true;
   }
-  chunk.style.containIntrinsicSize = `auto ${em.toFixed(1)}em`;
+  setEstimate(chunk, em);
   chunk.toggleAttribute('data-lumo-float', floating);
   chunk.toggleAttribute('data-lumo-notes', notes);
 }
@@ -154,7 +219,11 @@ export function createPlacer(container) {
       if (on === !!chunked) return;
       on = !!chunked;
       if (!on) {
-        for (const chunk of Array.from(container.children)) if (isChunk(chunk)) chunk.replaceWith(...chunk.childNodes);
+        for (const chunk of Array.from(container.children)) {
+          if (!isChunk(chunk)) continue;
+          wake(chunk);
+          chunk.replaceWith(...chunk.childNodes);
+        }
       } else if (container.firstChild) {
         container.appendChild(chunkedNodes(container.ownerDocument, Array.from(container.childNodes)));
       }
@@ -171,6 +240,7 @@ export function createPlacer(container) {
         return;
       }
       let chunk = ref ? ref.parentNode : container.lastElementChild;
+      if (!ref) wake(chunk);
       if (!ref && (!chunk || chunk.childElementCount >= CHUNK_BLOCKS)) {
         chunk = container.ownerDocument.createElement(CHUNK);
         container.appendChild(chunk);
@@ -215,6 +285,16 @@ export function createPlacer(container) {
         node.remove();
       }
     },
+    /** Puts a chunk of its own (a dormant one) after the chunk of the top-level node `anchor` (null: at the start). */
+    insertChunkAfter(chunk, anchor) {
+      if (!anchor) {
+        container.insertBefore(chunk, container.firstChild);
+        return;
+      }
+      // What follows the anchor in its chunk moves after the new one.
+      if (anchor.nextSibling) this.insertAfter([], anchor);
+      anchor.parentNode.after(chunk);
+    },
     /** Inserts `nodes` after the top-level node `anchor` (null: at the start), in new chunks after its own. */
     insertAfter(nodes, anchor) {
       const doc = container.ownerDocument;
@@ -252,8 +332,9 @@ export function createPlacer(container) {
       for (const chunk of touched) {
         if (chunk.parentNode !== container) continue;
         const previous = chunk.previousElementSibling;
+        if (chunk.firstChild && !opens(chunk.firstElementChild ?? chunk.firstChild)) wake(previous);
         while (previous && chunk.firstChild && !opens(chunk.firstElementChild ?? chunk.firstChild)) previous.appendChild(chunk.firstChild);
-        if (previous) refresh(previous);
+        if (previous && !isDormant(previous)) refresh(previous);
         if (!chunk.firstElementChild) chunk.remove();
         else if (chunk.childElementCount >= 2 * CHUNK_BLOCKS) split(chunk);
         else refresh(chunk);

@@ -11,13 +11,10 @@
 //             the last answer to that ticket (all of them when `restart`: the text
 //             was converted again in one piece), or after an edit of the text of `holds`
 //             {ticket, edit, total, done: true}: only what changed (editanswer.js).
-// A newer request drops an older one between steps. Blocks are sent with
-// `checked` when their HTML passed the sanitiser's quick check here, off the
-// page's main thread (plainmarkup.js).
+// A newer request drops an older one between steps.
 import { createBlockConverter } from './blocks.js';
 import { editAnswer } from './editanswer.js';
 import { useTaskBoxMark } from './plugins/tasks.js';
-import { blockIsClean } from './plainmarkup.js';
 
 // Each answer holds about this much converting: the page sanitises and inserts
 // what it brings within one slice of its own.
@@ -46,20 +43,14 @@ export function serveConversions(port, later = soon()) {
   let held = null; // {ticket, blocks}: the last blocks answered in full, as the page holds them once it has them all
   let source = ''; // the text of the last request, converted or not: an edit is made to it
 
-  /** The blocks, each checked once: the edits after keep the mark (shiftBlock copies it). */
-  function checked(blocks) {
-    for (const block of blocks) block.checked ??= blockIsClean(block);
-    return blocks;
-  }
-
   function convert(request) {
     const { ticket, holds, text, base, firstLines, mark } = request;
     useTaskBoxMark(mark);
     const fast = converter.update(text, base);
     if (fast) {
       const edit = held?.ticket === holds ? editAnswer(held.blocks, fast) : null;
-      if (edit) port.postMessage({ ticket, edit: { ...edit, blocks: checked(edit.blocks) }, total: fast.total, done: true });
-      else port.postMessage({ ticket, blocks: checked(fast.blocks), tail: fast.tail && checked([fast.tail])[0], total: fast.total, done: true });
+      if (edit) port.postMessage({ ticket, edit, total: fast.total, done: true });
+      else port.postMessage({ ticket, blocks: fast.blocks, tail: fast.tail, total: fast.total, done: true });
       held = { ticket, blocks: fast.blocks };
       return;
     }
@@ -70,7 +61,7 @@ export function serveConversions(port, later = soon()) {
     const answer = () => {
       // Converted again in one piece: the blocks sent so far are not the final ones.
       const restart = job.blocks !== list;
-      port.postMessage({ ticket, blocks: checked(job.blocks.slice(restart ? 0 : sent)), tail: job.tail && checked([job.tail])[0], total: job.total, done: job.done, restart });
+      port.postMessage({ ticket, blocks: job.blocks.slice(restart ? 0 : sent), tail: job.tail, total: job.total, done: job.done, restart });
       sent = job.blocks.length;
       if (job.done) held = { ticket, blocks: job.blocks };
     };

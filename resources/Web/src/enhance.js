@@ -5,7 +5,7 @@
 // (chunks first in a long document): observing every target would cost the
 // browser work on each frame for each of tens of thousands of them.
 import katex from 'katex';
-import { isChunked, nextBlock } from './chunks.js';
+import { blocksIn, isChunked, nextBlock } from './chunks.js';
 import { highlightCode } from './highlight.js';
 import { renderDiagram } from './diagrams.js';
 import { hiddenParts } from './wide.js';
@@ -115,7 +115,7 @@ export function createEnhancer({ container, post, isDark, onError }) {
     let blocks = container.children;
     if (isChunked(container)) {
       const chunk = blocks[firstEndingBelow(blocks, low)];
-      blocks = chunk ? chunk.children : [];
+      blocks = chunk ? blocksIn(chunk) : [];
     }
     const out = [];
     for (let block = blocks[firstEndingBelow(blocks, low)]; block; block = nextBlock(block)) {

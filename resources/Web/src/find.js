@@ -10,7 +10,7 @@
 // selection is the current match: the next search starts from it, a click in
 // the page moves it, and a render that removes it leaves it collapsed where the
 // match was, so nothing points into removed nodes.
-import { blockOf, isChunk, isChunked, nextBlock, previousBlock } from './chunks.js';
+import { blockOf, blocksIn, isChunk, isChunked, nextBlock, previousBlock, wake } from './chunks.js';
 import { parentOf, scrollToCell, showColumnsAt, textNodesOf } from './wide.js';
 
 const SLICE_MS = 8;
@@ -155,6 +155,7 @@ function offsetOf(nodes, container, offset) {
 function endBlock(container, last) {
   const edge = last ? container.lastElementChild : container.firstElementChild;
   if (!isChunk(edge)) return edge;
+  wake(edge);
   return last ? edge.lastElementChild : edge.firstElementChild;
 }
 
@@ -180,10 +181,11 @@ function firstBlockWhere(container, after) {
   const c = firstWhere(chunks, after);
   // The block sought may stand in the chunk before the first one that holds it all.
   if (c > 0) {
-    const inside = chunks[c - 1].children;
+    const inside = blocksIn(chunks[c - 1]);
     const i = firstWhere(inside, after);
     if (i < inside.length) return inside[i];
   }
+  wake(chunks[c]);
   return chunks[c]?.firstElementChild ?? null;
 }
 

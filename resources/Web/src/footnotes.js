@@ -38,12 +38,12 @@ export function footnoteUnits(tail, cut) {
   if (!tail) return [];
   if (!cut || tail.raw) return [tail];
   // An edit that only moves lines keeps the section's HTML (moves, edit.js): cut once.
-  if (lastCut?.html !== tail.html || lastCut.checked !== tail.checked) lastCut = { html: tail.html, checked: tail.checked, units: cutSection(tail) };
+  if (lastCut?.html !== tail.html) lastCut = { html: tail.html, units: cutSection(tail) };
   const { moves } = tail;
   return lastCut.units ? lastCut.units.map((u) => ({ ...u, moves })) : [tail];
 }
 
-let lastCut = null; // {html, checked, units}: the units of the last section cut, null when it could not be
+let lastCut = null; // {html, units}: the units of the last section cut, null when it could not be
 
 function cutSection(tail) {
   const { html } = tail;
@@ -57,11 +57,10 @@ function cutSection(tail) {
   starts.push(close);
   const head = html.slice(0, starts[0]) + html.slice(close);
   // Cut only between whole tags: what the Worker found clean in the section stays clean in each piece.
-  const { checked } = tail;
-  const units = [{ html: head, key: HEAD_KEY + head, notes: true, checked }];
+  const units = [{ html: head, key: HEAD_KEY + head, notes: true }];
   for (let i = 0; i + 1 < starts.length; i += RUN_ITEMS) {
     const part = html.slice(starts[i], starts[Math.min(i + RUN_ITEMS, starts.length - 1)]);
-    units.push({ html: part, key: RUN_KEY + stripLines(part), run: true, first: i + 1, checked });
+    units.push({ html: part, key: RUN_KEY + stripLines(part), run: true, first: i + 1 });
   }
   return units;
 }
@@ -93,7 +92,7 @@ export function notesList(nodes) {
 
 /** The footnote section ending the container, or null. */
 export function footnoteSection(container) {
-  const last = lastBlock(container);
+  const last = lastBlock(container, false); // never dormant
   return last?.localName === 'section' && last.classList.contains('footnotes') ? last : null;
 }
 

@@ -29,7 +29,7 @@ function startWorker() {
   }
 }
 
-const mv = createPage({ container, post, startWorker });
+const mv = createPage({ container, post, startWorker, dormant: true });
 Object.defineProperty(window, 'mv', { value: Object.freeze(mv), enumerable: true });
 
 let announced = false;

@@ -6,7 +6,7 @@ import { PieceKind, createSanitizer } from './sanitize.js';
 import { createPatcher } from './patch.js';
 import { createScrollSync } from './scroll.js';
 import { createChangeFollower } from './follow.js';
-import { blockOf, isChunk, nextBlock, previousBlock } from './chunks.js';
+import { blockOf, isChunk, nextBlock, previousBlock, wake } from './chunks.js';
 import { createEnhancer } from './enhance.js';
 import { createFinder } from './find.js';
 import { createAppearance } from './appearance.js';
@@ -39,6 +39,11 @@ const BATCH_MS = 3;
 // Raw HTML that floats: a long document leaves its layout open so that what
 // follows flows around it (.lumo-long in style.css).
 const FLOATING = '[align="left" i], [align="right" i], [style*="float" i]';
+// The same, judged from the HTML before it is parsed (never less than FLOATING finds).
+const MAY_FLOAT = /align\s*=\s*["']?\s*(left|right)|float/i;
+// A long document shown in pieces has its units past about this many left
+// unparsed in dormant chunks until they come near the viewport (patch.js).
+const AWAKE_UNITS = 96;
 
 function markFloats(nodes) {
   for (const node of nodes) if (node.nodeType === 1 && (node.matches(FLOATING) || node.querySelector(FLOATING))) node.setAttribute('data-lumo-float', '');
@@ -47,7 +52,7 @@ function markFloats(nodes) {
 // This many blocks after a float flow around it (.lumo-long in style.css).
 const WRAPPING = 3;
 
-/** Marks the blocks that wrap around a float, for the top-level nodes just placed. */
+/** Marks the blocks that wrap around a float, for the top-level nodes just placed (dormant chunks are not woken: no float sleeps). */
 function markWraps(nodes) {
   const mark = (node) => {
     if (node.hasAttribute('data-lumo-float')) return;
@@ -58,10 +63,10 @@ function markWraps(nodes) {
     if (node.nodeType !== 1) continue;
     let near = node;
     if (node.hasAttribute('data-lumo-float')) {
-      for (let i = 0; i < WRAPPING && (near = nextBlock(near)); i++) mark(near);
+      for (let i = 0; i < WRAPPING && (near = nextBlock(near, false)); i++) mark(near);
       continue;
     }
-    for (let i = 0; i < WRAPPING && (near = previousBlock(near)); i++) {
+    for (let i = 0; i < WRAPPING && (near = previousBlock(near, false)); i++) {
       if (near.hasAttribute('data-lumo-float')) {
         mark(node);
         break;
@@ -76,24 +81,32 @@ function markRows(nodes, rows) {
   if (element) element.setAttribute('data-lumo-rows', String(Math.max(1, Math.round(rows))));
 }
 
+/** Whether a unit may be left unparsed in a dormant chunk: not the footnotes, nor raw HTML that may float. */
+function mayDoze(unit) {
+  return !unit.run && !unit.notes && !((unit.blocks || unit.raw) && MAY_FLOAT.test(unit.html));
+}
+
+const escapeAttribute = (text) => text.replace(/&/g, '&amp;').replace(/"/g, '&quot;').replace(/</g, '&lt;').replace(/>/g, '&gt;');
+
 function errorMessage(err) {
   return String(err?.message ?? err);
 }
 
 /**
- * @param {{container: Element, post: (message: object) => void, startWorker?: () => Worker}} options
+ * @param {{container: Element, post: (message: object) => void, startWorker?: () => Worker, dormant?: boolean}} options
  *   startWorker: the converter off the main thread (conversions.js); without it,
  *   or when it fails, the page converts on its own thread in slices.
+ *   dormant: a long document's far blocks wait unparsed until needed (patch.js).
  */
-export function createPage({ container, post, firstLines = FIRST_LINES, startWorker = null }) {
+export function createPage({ container, post, firstLines = FIRST_LINES, startWorker = null, dormant = false }) {
   const sanitizer = createSanitizer(window);
   const scroll = createScrollSync({ container, post });
   const follower = createChangeFollower({ container, scroll });
   const finder = createFinder({ container, scroll });
   const converter = createBlockConverter();
   let base = null;
-  // A unit that is one block takes a quick check instead of DOMPurify: none when the Worker made it already.
-  const kindOf = (u) => (u.blocks ? null : u.checked ? PieceKind.CHECKED : u.raw ? PieceKind.PLAIN : PieceKind.GENERATED);
+  // A unit that is one block takes a quick check instead of DOMPurify.
+  const kindOf = (u) => (u.blocks ? null : u.raw ? PieceKind.PLAIN : PieceKind.GENERATED);
   const sanitize = (units) => {
     const lists = sanitizer.fragments(units.map((u) => u.html), base, units.map(kindOf));
     lists.forEach((nodes, i) => {
@@ -103,7 +116,14 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     });
     return lists;
   };
-  const patcher = createPatcher(container, { sanitize });
+  const patcher = createPatcher(container, {
+    sanitize,
+    mayDoze: dormant ? mayDoze : null,
+    onWake: (nodes) => {
+      markWraps(nodes);
+      enhancer.add(nodes);
+    },
+  });
   let rev = 0;
   let lastText = null; // what the last render was given: edits are made against it
   let job = null; // a long document still being put on the page
@@ -145,6 +165,19 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
         // keep the raw fragment
       }
       api.scrollToId(id);
+    }
+  });
+
+  // A selection across dormant chunks copies their blocks too.
+  container.ownerDocument.addEventListener('copy', () => {
+    const selection = container.ownerDocument.getSelection();
+    if (!selection || selection.isCollapsed) return;
+    for (const chunk of patcher.dormantChunks()) {
+      for (let i = 0; i < selection.rangeCount; i++) {
+        if (!selection.getRangeAt(i).intersectsNode(chunk)) continue;
+        wake(chunk);
+        break;
+      }
     }
   });
 
@@ -205,7 +238,11 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     if (!all && current.blocks.length - state.grouped < BATCH_UNITS) return;
     const units = groupBlocks(current.blocks.slice(state.grouped), current.done);
     for (const u of units) state.grouped += u.blocks ? u.blocks.length : 1;
-    if (current.done) units.push(...tailUnits(current.tail));
+    // Once: the last step and the flush after it both come here.
+    if (current.done && !state.tailed) {
+      state.tailed = true;
+      units.push(...tailUnits(current.tail));
+    }
     if (units.length) state.stream.add(units);
   }
 
@@ -346,7 +383,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     }
     if (finished) return show(request, { blocks, tail, total });
     setLong(total > firstLines);
-    job = request.state = { job: { blocks, tail, total, done: false }, stream: patcher.begin(), grouped: 0, batch: 32, diff: request.diff, view: request.view, changed: [], rev: request.rev, ticket };
+    job = request.state = { job: { blocks, tail, total, done: false }, stream: patcher.begin({ awake: AWAKE_UNITS }), grouped: 0, batch: 32, diff: request.diff, view: request.view, changed: [], rev: request.rev, ticket };
     enhancer.hold(true);
     pumpReceived(job);
   }
@@ -395,6 +432,23 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     return null;
   }
 
+  /** The whole document on the page: the render under way done, every dormant chunk woken, a slice at a time. */
+  async function wholeDocument() {
+    for (;;) {
+      const rendering = finishRendering();
+      if (rendering) await rendering;
+      const chunks = patcher.dormantChunks();
+      if (!chunks.length) return;
+      let started = performance.now();
+      for (const chunk of chunks) {
+        wake(chunk);
+        if (performance.now() - started < SLICE_MS) continue;
+        await new Promise((resolve) => setTimeout(resolve));
+        started = performance.now();
+      }
+    }
+  }
+
   function convertHere(text, diff, view) {
     settle();
     const fast = converter.update(text, base);
@@ -407,7 +461,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     current.step(firstLines);
     if (current.done) return done(current, patcher.update(unitsOf(current.blocks, current.tail)), diff, view);
     // Long: the top now, the rest in slices.
-    const state = { job: current, list: current.blocks, stream: patcher.begin(), grouped: 0, diff, view, changed: [], rev, lines: firstLines };
+    const state = { job: current, list: current.blocks, stream: patcher.begin({ awake: AWAKE_UNITS }), grouped: 0, diff, view, changed: [], rev, lines: firstLines };
     job = state;
     enhancer.hold(true);
     flush(state);
@@ -489,8 +543,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     },
     /** Light or dark for export and print; null returns to the window's own appearance. */
     async setAppearance(mode) {
-      const rendering = finishRendering();
-      if (rendering) await rendering;
+      await wholeDocument();
       await appearance.setAppearance(mode);
       await enhancer.flush();
       getComputedStyle(document.documentElement).getPropertyValue('--bg'); // settle styles before printing
@@ -521,8 +574,18 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
       scroll.scrollToLine(line);
     },
     scrollToId(id) {
-      const el = document.getElementById(String(id));
-      if (!el || !container.contains(el)) return false;
+      id = String(id);
+      const found = () => {
+        const el = document.getElementById(id);
+        return el && container.contains(el) ? el : null;
+      };
+      let el = found();
+      // It may stand in a dormant chunk.
+      for (const chunk of el ? [] : patcher.dormantChunks((html) => html.includes(escapeAttribute(id)))) {
+        wake(chunk);
+        if ((el = found())) break;
+      }
+      if (!el) return false;
       for (let p = el.parentElement; p && p !== container; p = p.parentElement) if (p.tagName === 'DETAILS') p.open = true;
       scroll.scrollToElement(el);
       return true;
@@ -536,16 +599,16 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     },
     /** The local images export will embed: those of the whole document, once the render under way is on the page. */
     async localImages() {
-      await finishRendering();
+      await wholeDocument();
       return localImages(container);
     },
     async exportHTML(images) {
-      await finishRendering();
+      await wholeDocument();
       await enhancer.flush();
       return exportHTML(container, images);
     },
     async richHTML(images) {
-      await finishRendering();
+      await wholeDocument();
       await enhancer.flush();
       return richHTML(container, images);
     },

@@ -6,7 +6,12 @@
 // many blocks move. Where the nodes go (straight into the container, or into
 // chunks) is the placer's business (chunks.js). A unit an edit only moved
 // keeps its line attributes and takes the unit's `shift` (lines.js).
-import { createPlacer } from './chunks.js';
+//
+// A long document shown in pieces leaves the units far below its first
+// screen unparsed, in dormant chunks (chunks.js) that wake as they come near
+// the viewport or as a reader steps into them: such an entry keeps its `unit`
+// (what to sanitise) and has no nodes until then.
+import { createPlacer, dormantChunk, ends, estimateEm, htmlOpens, isDormant, setEstimate, wake } from './chunks.js';
 import { createRun, notesList } from './footnotes.js';
 import { holdUnit, unitOf } from './lines.js';
 
@@ -28,13 +33,27 @@ function annotated(nodes) {
   return list;
 }
 
+// Units after one that must stay awake stay awake too: they may flow around it (a float).
+const AWAKE_AFTER = 3;
+// How far from the viewport a dormant chunk wakes.
+const WAKE_MARGIN = '100% 0px';
+
 /**
  * @param {Element} container
- * @param {{sanitize: (units: {html: string}[]) => Node[][]}} options
+ * @param {{sanitize: (units: {html: string}[]) => Node[][], mayDoze?: (unit: object) => boolean, onWake?: (nodes: Node[]) => void}} options
+ *   mayDoze: whether a unit may be left unparsed in a dormant chunk (none when absent);
+ *   onWake: the nodes of units just woken, on the page
  */
-export function createPatcher(container, { sanitize }) {
-  /** @type {{key: string, html: string, shift: number, moves?: number[][], nodes: Node[]}[]} in document order; the nodes carry the line attributes of `html` */
+export function createPatcher(container, { sanitize, mayDoze = null, onWake = () => {} }) {
+  /** @type {{key: string, html: string, shift: number, moves?: number[][], nodes: Node[], unit?: object, chunk?: Element}[]} in document order; the nodes carry the line attributes of `html`; a dormant entry has its `unit` and `chunk` instead */
   let entries = [];
+  const view = container.ownerDocument.defaultView;
+  const observer = mayDoze && view?.IntersectionObserver
+    ? new view.IntersectionObserver((seen) => {
+        for (const e of seen) if (e.isIntersecting) wake(e.target);
+      }, { rootMargin: WAKE_MARGIN })
+    : null;
+  const dozers = new Map(); // dormant chunk -> its entries
   let stream = null; // a document being shown in pieces
   const placer = createPlacer(container);
   // Whether blocks go into chunks, from the next update on: a long document
@@ -44,8 +63,49 @@ export function createPatcher(container, { sanitize }) {
 
   /** The first top-level node of the entries from `from` on (runs of footnotes stand in their list). */
   function firstNode(list, from) {
-    for (let i = from; i < list.length; i++) if (list[i].nodes.length && !list[i].run) return list[i].nodes[0];
+    for (let i = from; i < list.length; i++) {
+      wake(list[i].chunk);
+      if (list[i].nodes.length && !list[i].run) return list[i].nodes[0];
+    }
     return null;
+  }
+
+  /** A dormant chunk, empty: entries join it with `doze`; woken by coming near the viewport or by a reader. */
+  function dormant() {
+    const list = [];
+    list.em = 0;
+    const chunk = dormantChunk(container.ownerDocument, 0, () => {
+      observer?.unobserve(chunk);
+      dozers.delete(chunk);
+      const lists = sanitize(list.map((e) => e.unit));
+      const nodes = [];
+      list.forEach((e, i) => {
+        e.nodes = lists[i];
+        e.unit = e.chunk = null;
+        for (const node of e.nodes) {
+          holdUnit(node, e);
+          nodes.push(node);
+        }
+      });
+      chunk.append(...nodes);
+      onWake(nodes);
+    });
+    dozers.set(chunk, list);
+    observer?.observe(chunk);
+    return chunk;
+  }
+
+  /** Leaves the entry unparsed in the dormant chunk; its estimated height is set by `sizeDormant`. */
+  function doze(chunk, entry) {
+    const list = dozers.get(chunk);
+    list.push(entry);
+    entry.chunk = chunk;
+    const { unit } = entry;
+    list.em += estimateEm(unit.rows ? Math.max(1, Math.round(unit.rows)) : 0); // as the page marks its rows
+  }
+
+  function sizeDormant(chunks) {
+    for (const chunk of chunks) if (dozers.has(chunk)) setEstimate(chunk, dozers.get(chunk).em);
   }
 
   /** Puts the runs of footnotes after the entry at `from` in order into the list of the section at `head`. */
@@ -65,6 +125,7 @@ export function createPatcher(container, { sanitize }) {
 
   /** The unit's lines for the entry's nodes: its shift and moves, and its attributes when its HTML was written at other lines. */
   function setLines(entry, unit) {
+    if (entry.unit) entry.unit = unit; // dormant: parsed as it now stands when woken
     entry.shift = unit.shift ?? 0;
     entry.moves = unit.moves;
     const { html } = unit;
@@ -104,6 +165,18 @@ export function createPatcher(container, { sanitize }) {
   }
 
   function removeEntries(list) {
+    // A dormant chunk that loses all its units goes unparsed; one that keeps some wakes.
+    const dormant = new Map();
+    for (const entry of list) if (entry.chunk) dormant.set(entry.chunk, (dormant.get(entry.chunk) ?? 0) + 1);
+    for (const [chunk, count] of dormant) {
+      if (count < dozers.get(chunk).length) {
+        wake(chunk);
+        continue;
+      }
+      observer?.unobserve(chunk);
+      dozers.delete(chunk);
+      chunk.remove();
+    }
     const nodes = [];
     for (const entry of list) for (const node of entry.nodes) nodes.push(node);
     placer.removeAll(nodes);
@@ -143,8 +216,10 @@ export function createPatcher(container, { sanitize }) {
       const missing = [];
       for (let i = head; i < units.length - tail; i++) {
         const reuse = pool.get(units[i].key)?.shift();
-        if (reuse) setLines(reuse, units[i]);
-        else missing.push(i - head);
+        if (reuse) {
+          wake(reuse.chunk); // it moves: its nodes are needed
+          setLines(reuse, units[i]);
+        } else missing.push(i - head);
         middle.push(reuse);
       }
       const made = create(missing.map((m) => units[head + m]));
@@ -166,12 +241,13 @@ export function createPatcher(container, { sanitize }) {
      * prepared after the units placed so far, in one insertion, and answers
      * the new nodes; end() drops what was not reused.
      */
-    begin() {
+    begin({ awake = Infinity } = {}) {
       stream?.stop();
       placer.setChunked(chunked);
       const before = entries;
       const pool = new Map();
       for (const entry of before) {
+        if (entry.chunk) continue; // dormant: made again, as cheaply
         const list = pool.get(entry.key);
         if (list) list.push(entry);
         else pool.set(entry.key, [entry]);
@@ -182,6 +258,24 @@ export function createPatcher(container, { sanitize }) {
       let fresh = [];
       let last = null;
       let notes = -1; // where the footnote section stands in `placed`
+      // Which units are left dormant: past the first `awake`, any that may doze
+      // (the first of a dormant run must be able to open a chunk).
+      let awakeLeft = chunked && mayDoze ? awake : Infinity;
+      let keptAwake = 0;
+      let dozed = false; // the unit before
+      const dozes = (unit) => {
+        if (awakeLeft > 0) {
+          awakeLeft -= 1;
+          return (dozed = false);
+        }
+        if (!mayDoze(unit)) keptAwake = AWAKE_AFTER + 1;
+        if (keptAwake > 0) {
+          keptAwake -= 1;
+          return (dozed = false);
+        }
+        return (dozed = dozed || htmlOpens(unit.html));
+      };
+      let bed = null; // the dormant chunk being filled, with how many units it holds (a run tied by raw HTML is one element)
       stream = {
         add(units) {
           const list = [];
@@ -189,7 +283,12 @@ export function createPatcher(container, { sanitize }) {
           for (let i = 0; i < units.length; i++) {
             const reuse = pool.get(units[i].key)?.shift();
             if (reuse) setLines(reuse, units[i]);
-            else missing.push(i);
+            else if (dozes(units[i])) {
+              const u = units[i];
+              list.push({ key: u.key, html: u.html, shift: u.shift ?? 0, moves: u.moves, nodes: [], run: false, notes: false, unit: u, chunk: null });
+              continue;
+            } else missing.push(i);
+            if (reuse) dozed = false;
             list.push(reuse);
           }
           const made = create(missing.map((i) => units[i]));
@@ -198,10 +297,16 @@ export function createPatcher(container, { sanitize }) {
           for (const e of made) for (const node of e.nodes) fresh.push(node);
         },
         flush() {
-          const anchor = last;
-          const batch = [];
+          let anchor = last;
+          let batch = [];
           const from = placed.length;
           let runs = false;
+          const dozedIn = new Set();
+          const put = () => {
+            placer.insertAfter(batch, anchor);
+            batch = [];
+            anchor = last;
+          };
           for (const e of queued) {
             if (e.notes) notes = placed.length;
             if (e.run) {
@@ -209,6 +314,42 @@ export function createPatcher(container, { sanitize }) {
               placed.push(e);
               used.add(e);
               continue;
+            }
+            if (e.unit) {
+              const opens = htmlOpens(e.html);
+              if (bed && isDormant(bed.chunk) && !ends(bed.count, opens)) {
+                doze(bed.chunk, e);
+                dozedIn.add(bed.chunk);
+                bed.count += 1;
+                placed.push(e);
+                continue;
+              }
+              if (opens) {
+                if (batch.length) put();
+                const chunk = dormant();
+                if (bed) bed.chunk.after(chunk);
+                else placer.insertChunkAfter(chunk, anchor);
+                bed = { chunk, count: 0 };
+                doze(chunk, e);
+                dozedIn.add(chunk);
+                bed.count += 1;
+                placed.push(e);
+                continue;
+              }
+              // Cannot open a chunk of its own, and the one before is awake: parsed now.
+              const [made] = create([e.unit]);
+              e.nodes = made.nodes;
+              e.unit = null;
+              for (const node of e.nodes) {
+                holdUnit(node, e);
+                fresh.push(node);
+              }
+            }
+            if (bed) {
+              // What follows a dormant chunk goes after its blocks.
+              wake(bed.chunk);
+              anchor = last = bed.chunk.lastChild ?? last;
+              bed = null;
             }
             for (const node of e.nodes) {
               if (node.parentNode) placer.remove(node);
@@ -218,7 +359,8 @@ export function createPatcher(container, { sanitize }) {
             used.add(e);
             if (e.nodes.length) last = e.nodes.at(-1);
           }
-          placer.insertAfter(batch, anchor);
+          if (batch.length) put();
+          sizeDormant(dozedIn);
           placer.settle();
           if (runs && notes >= 0) placeRuns(placed, notes, Math.max(from, notes + 1));
           queued = [];
@@ -245,6 +387,13 @@ export function createPatcher(container, { sanitize }) {
     /** Whether the blocks go into chunks (chunks.js) from the next update or stream on. */
     setChunked(on) {
       chunked = !!on;
+    },
+
+    /** The dormant chunks, or those holding a unit whose HTML passes `test`. */
+    dormantChunks(test = null) {
+      const out = [];
+      for (const [chunk, list] of dozers) if (!test || list.some((e) => test(e.html))) out.push(chunk);
+      return out;
     },
 
     /** Marks the unit holding this top-level node as changed: the next update replaces it. */

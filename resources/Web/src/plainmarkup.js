@@ -126,7 +126,3 @@ export function plainHtmlIsClean(html) {
   return readsClean(html, PLAIN_TAGS, plainAttributesAreClean, PLAIN_DEPTH);
 }
 
-/** Whether a converted block's HTML passes the check of its kind (the Worker marks its blocks with it). */
-export function blockIsClean(block) {
-  return block.raw ? plainHtmlIsClean(block.html) : generatedHtmlIsClean(block.html);
-}

@@ -68,16 +68,14 @@ function finishElement(node, base) {
 /**
  * What a piece of HTML is known to be, for sanitiser.fragments():
  * GENERATED, the converter's markup for Markdown without raw HTML; PLAIN, a
- * block that may hold raw HTML and ties no other block to it; CHECKED, a block
- * the conversion Worker found clean (plainmarkup.js `blockIsClean`).
+ * block that may hold raw HTML and ties no other block to it.
  * @enum {string}
  */
-export const PieceKind = { GENERATED: 'generated', PLAIN: 'plain', CHECKED: 'checked' };
+export const PieceKind = { GENERATED: 'generated', PLAIN: 'plain' };
 
 const CHECKS = {
   [PieceKind.GENERATED]: generatedHtmlIsClean,
   [PieceKind.PLAIN]: plainHtmlIsClean,
-  [PieceKind.CHECKED]: () => true,
 };
 
 // Raw HTML nested deeper than the engine keeps (it flattens past 512 levels)

@@ -1,7 +1,7 @@
 // Source line <-> vertical position. Every element with data-line gives two
 // points, (first line, top) and (end line, bottom); between points the
 // mapping is linear, so fractional lines land inside a block in proportion.
-import { isChunked, previousBlock } from './chunks.js';
+import { blocksIn, isChunked, previousBlock } from './chunks.js';
 import { footnoteSection, isRun, itemGroups, itemLine, nextItem } from './footnotes.js';
 import { lineOf } from './lines.js';
 
@@ -72,7 +72,7 @@ function blockLine(el) {
 
 /** The line a chunk starts at: that of its first annotated block. */
 function chunkLine(chunk) {
-  const blocks = chunk.children;
+  const blocks = blocksIn(chunk);
   const i = nextAnnotated(blocks, 0, 1);
   return i < 0 ? NaN : blockLine(blocks[i]);
 }
@@ -85,7 +85,7 @@ function nextAnnotated(blocks, i, step, startOf = blockLine) {
 /** The first annotated block after the chunk at `i`. */
 function firstAnnotatedAfter(chunks, i) {
   for (let c = i + 1; c < chunks.length; c++) {
-    const at = nextAnnotated(chunks[c].children, 0, 1);
+    const at = nextAnnotated(blocksIn(chunks[c]), 0, 1);
     if (at >= 0) return chunks[c].children[at];
   }
   return null;
@@ -138,7 +138,7 @@ function scope(container, pick) {
   if (!isChunked(container)) return { blocks: children, after: null };
   const c = pick(children);
   if (c < 0) return { blocks: [], after: null };
-  return { blocks: children[c].children, after: firstAnnotatedAfter(children, c) };
+  return { blocks: blocksIn(children[c]), after: firstAnnotatedAfter(children, c) };
 }
 
 // The footnote section holds definitions from anywhere in the text, in the

@@ -148,8 +148,8 @@ export function shiftBlock(block, delta) {
   if (delta === 0) return block;
   const headings = block.headings.length ? block.headings.map((h) => ({ ...h, line: h.line + delta })) : block.headings;
   // Field by field: spreading a hundred thousand blocks took several times as long.
-  const { html, key, rows, fnRefs, raw, open, checked } = block;
-  return { html, key, shift: (block.shift ?? 0) + delta, start: block.start + delta, end: block.end + delta, rows, headings, fnRefs, raw, open, checked };
+  const { html, key, rows, fnRefs, raw, open } = block;
+  return { html, key, shift: (block.shift ?? 0) + delta, start: block.start + delta, end: block.end + delta, rows, headings, fnRefs, raw, open };
 }
 
 // Moves the footnote section keeps before its HTML is rewritten: a reader
