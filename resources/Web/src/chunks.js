@@ -47,13 +47,12 @@ export function blocksIn(chunk) {
 }
 
 /**
- * A dormant chunk of about `em` height: `fill(chunk)` puts its blocks in when
- * it is woken, once.
+ * A dormant chunk (its estimated height set with `setEstimate`): `fill(chunk)`
+ * puts its blocks in when it is woken, once.
  */
-export function dormantChunk(doc, em, fill) {
+export function dormantChunk(doc, fill) {
   const chunk = doc.createElement(CHUNK);
   chunk.setAttribute('data-lumo-dormant', '');
-  setEstimate(chunk, em);
   chunk[WAKE] = () => {
     delete chunk[WAKE];
     chunk.removeAttribute('data-lumo-dormant');

@@ -432,21 +432,28 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     return null;
   }
 
-  /** The whole document on the page: the render under way done, every dormant chunk woken, a slice at a time. */
-  async function wholeDocument() {
-    for (;;) {
-      const rendering = finishRendering();
-      if (rendering) await rendering;
-      const chunks = patcher.dormantChunks();
-      if (!chunks.length) return;
-      let started = performance.now();
-      for (const chunk of chunks) {
-        wake(chunk);
-        if (performance.now() - started < SLICE_MS) continue;
-        await new Promise((resolve) => setTimeout(resolve));
-        started = performance.now();
+  /**
+   * The whole document on the page: the render under way done and every
+   * dormant chunk woken, a slice at a time. Like finishRendering, null when it
+   * already is (callers go on at once).
+   */
+  function wholeDocument() {
+    const rendering = finishRendering();
+    if (!rendering && !patcher.dormantChunks().length) return null;
+    return (async () => {
+      for (;;) {
+        await finishRendering();
+        const chunks = patcher.dormantChunks();
+        if (!chunks.length) return;
+        let started = performance.now();
+        for (const chunk of chunks) {
+          wake(chunk);
+          if (performance.now() - started < SLICE_MS) continue;
+          await new Promise((resolve) => setTimeout(resolve));
+          started = performance.now();
+        }
       }
-    }
+    })();
   }
 
   function convertHere(text, diff, view) {
@@ -543,7 +550,8 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     },
     /** Light or dark for export and print; null returns to the window's own appearance. */
     async setAppearance(mode) {
-      await wholeDocument();
+      const whole = wholeDocument();
+      if (whole) await whole;
       await appearance.setAppearance(mode);
       await enhancer.flush();
       getComputedStyle(document.documentElement).getPropertyValue('--bg'); // settle styles before printing
@@ -599,16 +607,19 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
     },
     /** The local images export will embed: those of the whole document, once the render under way is on the page. */
     async localImages() {
-      await wholeDocument();
+      const whole = wholeDocument();
+      if (whole) await whole;
       return localImages(container);
     },
     async exportHTML(images) {
-      await wholeDocument();
+      const whole = wholeDocument();
+      if (whole) await whole;
       await enhancer.flush();
       return exportHTML(container, images);
     },
     async richHTML(images) {
-      await wholeDocument();
+      const whole = wholeDocument();
+      if (whole) await whole;
       await enhancer.flush();
       return richHTML(container, images);
     },

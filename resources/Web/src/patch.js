@@ -74,7 +74,7 @@ export function createPatcher(container, { sanitize, mayDoze = null, onWake = ()
   function dormant() {
     const list = [];
     list.em = 0;
-    const chunk = dormantChunk(container.ownerDocument, 0, () => {
+    const chunk = dormantChunk(container.ownerDocument, () => {
       observer?.unobserve(chunk);
       dozers.delete(chunk);
       const lists = sanitize(list.map((e) => e.unit));
