@@ -164,8 +164,11 @@ export function createEnhancer({ container, post, isDark, onError }) {
   }
 
   return {
-    /** Queue the enhanceable blocks inside freshly inserted top-level nodes. */
-    add(nodes) {
+    /**
+     * Queue the enhanceable blocks inside freshly inserted top-level nodes; with
+     * `soon` false they wait for the next pass near the viewport (a scroll).
+     */
+    add(nodes, soon = true) {
       for (const node of nodes) {
         if (node.nodeType !== 1) continue;
         const found = node.matches(TARGETS) ? [node] : [];
@@ -173,6 +176,7 @@ export function createEnhancer({ container, post, isDark, onError }) {
         for (const root of [node, ...hiddenParts(node)]) for (const el of root.querySelectorAll(TARGETS)) if (!(el.tagName === 'PRE' && el.closest('.mermaid-diagram'))) found.push(el);
         if (found.length) pending.set(node, found);
       }
+      if (!soon) return;
       scheduleVisible();
       scheduleIdle();
     },

@@ -119,9 +119,12 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
   const patcher = createPatcher(container, {
     sanitize,
     mayDoze: dormant ? mayDoze : null,
+    // A chunk woken near the viewport is so because the reader scrolls, whose
+    // events bring the enhancer; one woken by find far away must not make
+    // every frame lay the page out for it.
     onWake: (nodes) => {
       markWraps(nodes);
-      enhancer.add(nodes);
+      enhancer.add(nodes, false);
     },
   });
   let rev = 0;
