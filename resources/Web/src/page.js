@@ -1,6 +1,7 @@
 // The page object: every call the native side makes, and the messages the
 // page sends back. Created once per page load by main.js; kept apart from it
 // so tests can build one in a DOM of their own.
+import { escapeHtml } from 'markdown-it/lib/common/utils.mjs';
 import { createBlockConverter, groupBlocks, outlineOf } from './blocks.js';
 import { PieceKind, createSanitizer } from './sanitize.js';
 import { createPatcher } from './patch.js';
@@ -85,8 +86,6 @@ function markRows(nodes, rows) {
 function mayDoze(unit) {
   return !unit.run && !unit.notes && !((unit.blocks || unit.raw) && MAY_FLOAT.test(unit.html));
 }
-
-const escapeAttribute = (text) => text.replace(/&/g, '&amp;').replace(/"/g, '&quot;').replace(/</g, '&lt;').replace(/>/g, '&gt;');
 
 function errorMessage(err) {
   return String(err?.message ?? err);
@@ -592,7 +591,7 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
       };
       let el = found();
       // It may stand in a dormant chunk.
-      for (const chunk of el ? [] : patcher.dormantChunks((html) => html.includes(escapeAttribute(id)))) {
+      for (const chunk of el ? [] : patcher.dormantChunks((html) => html.includes(escapeHtml(id)))) {
         wake(chunk);
         if ((el = found())) break;
       }

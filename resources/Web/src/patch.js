@@ -77,22 +77,28 @@ export function createPatcher(container, { sanitize, mayDoze = null, onWake = ()
     const chunk = dormantChunk(container.ownerDocument, () => {
       observer?.unobserve(chunk);
       dozers.delete(chunk);
-      const lists = sanitize(list.map((e) => e.unit));
-      const nodes = [];
-      list.forEach((e, i) => {
-        e.nodes = lists[i];
-        e.unit = e.chunk = null;
-        for (const node of e.nodes) {
-          holdUnit(node, e);
-          nodes.push(node);
-        }
-      });
+      const nodes = materialise(list);
       chunk.append(...nodes);
       onWake(nodes);
     });
     dozers.set(chunk, list);
     observer?.observe(chunk);
     return chunk;
+  }
+
+  /** Parses the units of dormant entries, which take the nodes; answers all of them, in order. */
+  function materialise(list) {
+    const lists = sanitize(list.map((e) => e.unit));
+    const nodes = [];
+    list.forEach((e, i) => {
+      e.nodes = lists[i];
+      e.unit = e.chunk = null;
+      for (const node of e.nodes) {
+        holdUnit(node, e);
+        nodes.push(node);
+      }
+    });
+    return nodes;
   }
 
   /** Leaves the entry unparsed in the dormant chunk; its estimated height is set by `sizeDormant`. */
@@ -317,33 +323,23 @@ export function createPatcher(container, { sanitize, mayDoze = null, onWake = ()
             }
             if (e.unit) {
               const opens = htmlOpens(e.html);
-              if (bed && isDormant(bed.chunk) && !ends(bed.count, opens)) {
+              const joins = bed && isDormant(bed.chunk) && !ends(bed.count, opens);
+              if (joins || opens) {
+                if (!joins) {
+                  if (batch.length) put();
+                  const chunk = dormant();
+                  if (bed) bed.chunk.after(chunk);
+                  else placer.insertChunkAfter(chunk, anchor);
+                  bed = { chunk, count: 0 };
+                }
                 doze(bed.chunk, e);
                 dozedIn.add(bed.chunk);
                 bed.count += 1;
                 placed.push(e);
                 continue;
               }
-              if (opens) {
-                if (batch.length) put();
-                const chunk = dormant();
-                if (bed) bed.chunk.after(chunk);
-                else placer.insertChunkAfter(chunk, anchor);
-                bed = { chunk, count: 0 };
-                doze(chunk, e);
-                dozedIn.add(chunk);
-                bed.count += 1;
-                placed.push(e);
-                continue;
-              }
               // Cannot open a chunk of its own, and the one before is awake: parsed now.
-              const [made] = create([e.unit]);
-              e.nodes = made.nodes;
-              e.unit = null;
-              for (const node of e.nodes) {
-                holdUnit(node, e);
-                fresh.push(node);
-              }
+              for (const node of materialise([e])) fresh.push(node);
             }
             if (bed) {
               // What follows a dormant chunk goes after its blocks.
