@@ -13,7 +13,10 @@
 // not yet parsed (patch.js), stands at its estimated height, and wake(chunk)
 // puts the blocks in. Parsing every block of a long document had cost more
 // than converting it. The walks below wake the chunks they step into, unless
-// told not to, so a reader never sees a dormant chunk as empty.
+// told not to, so a reader never sees a dormant chunk as empty. A reader of
+// text alone (find) may read a dormant chunk's blocks instead: they are parsed
+// but left off the page, which costs no style or layout, and are the very
+// nodes its wake puts in, so a range into them stays good.
 
 const CHUNK = 'lumo-chunk';
 // Blocks per chunk: small enough that laying out the chunks coming into view
@@ -26,6 +29,17 @@ const EM_PER_BLOCK = 0.95;
 const DEFAULT_ROWS = 2.5;
 
 const WAKE = Symbol('lumo wake');
+const READ = Symbol('lumo read');
+// A dormant chunk read -> its blocks; a block read off one -> the chunk and where it stands there.
+const readBlocks = new WeakMap();
+const readAt = new WeakMap();
+
+// What a walk does with a dormant chunk it comes to.
+export const Dormant = Object.freeze({
+  WAKE: 'wake', // puts its blocks in and goes on
+  STOP: 'stop', // ends the walk there
+  READ: 'read', // goes through its blocks parsed off the page
+});
 
 export function isChunk(node) {
   return node?.localName === CHUNK;
@@ -40,21 +54,49 @@ export function wake(chunk) {
   chunk?.[WAKE]?.();
 }
 
-/** The blocks of a chunk, woken first. */
-export function blocksIn(chunk) {
-  wake(chunk);
+/** The blocks of a chunk: woken first, or (Dormant.READ) read off the page; null when it is dormant and `how` stops. */
+export function blocksIn(chunk, how = Dormant.WAKE) {
+  if (isDormant(chunk)) {
+    if (how === Dormant.STOP) return null;
+    if (how === Dormant.READ) return read(chunk);
+    wake(chunk);
+  }
   return chunk.children;
+}
+
+function read(chunk) {
+  let blocks = readBlocks.get(chunk);
+  if (!blocks) {
+    blocks = chunk[READ]().filter((node) => node.nodeType === 1);
+    blocks.forEach((block, i) => readAt.set(block, [chunk, i]));
+    readBlocks.set(chunk, blocks);
+  }
+  return blocks;
+}
+
+/** The dormant chunk a block was read off (Dormant.READ) while it is not on the page; null otherwise. */
+export function dormantChunkOf(block) {
+  const chunk = readAt.get(block)?.[0];
+  return isDormant(chunk) ? chunk : null;
+}
+
+/** Whether a block is on the page, or read off a dormant chunk that is. */
+export function isPresent(block) {
+  return block.isConnected || !!dormantChunkOf(block)?.isConnected;
 }
 
 /**
  * A dormant chunk (its estimated height set with `setEstimate`): `fill(chunk)`
- * puts its blocks in when it is woken, once.
+ * puts its blocks in when it is woken, once; `read()` answers the top-level
+ * nodes it will put in, parsed, the same each time.
  */
-export function dormantChunk(doc, fill) {
+export function dormantChunk(doc, fill, read) {
   const chunk = doc.createElement(CHUNK);
   chunk.setAttribute('data-lumo-dormant', '');
+  chunk[READ] = read;
   chunk[WAKE] = () => {
     delete chunk[WAKE];
+    delete chunk[READ];
     chunk.removeAttribute('data-lumo-dormant');
     fill(chunk);
     refresh(chunk);
@@ -78,36 +120,50 @@ export function blockParents(container) {
   return isChunked(container) ? Array.from(container.children) : [container];
 }
 
-/** The next top-level element after `block`, across chunk borders; a dormant chunk ends the walk unless `wakes`. */
-export function nextBlock(block, wakes = true) {
-  const next = block.nextElementSibling;
-  if (next || !isChunk(block.parentNode)) return next;
-  for (let chunk = block.parentNode.nextElementSibling; chunk; chunk = chunk.nextElementSibling) {
-    if (!wakes && isDormant(chunk)) return null;
-    wake(chunk);
-    if (chunk.firstElementChild) return chunk.firstElementChild;
+/** The next top-level element after `block`, across chunk borders (`how`: what a dormant chunk does to the walk). */
+export function nextBlock(block, how = Dormant.WAKE) {
+  let chunk = dormantChunkOf(block);
+  if (chunk) {
+    const next = read(chunk)[readAt.get(block)[1] + 1];
+    if (next) return next;
+  } else {
+    const next = block.nextElementSibling;
+    if (next || !isChunk(block.parentNode)) return next;
+    chunk = block.parentNode;
+  }
+  for (chunk = chunk.nextElementSibling; chunk; chunk = chunk.nextElementSibling) {
+    const blocks = blocksIn(chunk, how);
+    if (!blocks) return null;
+    if (blocks.length) return blocks[0];
   }
   return null;
 }
 
-/** The top-level element before `block`, across chunk borders; a dormant chunk ends the walk unless `wakes`. */
-export function previousBlock(block, wakes = true) {
-  const previous = block.previousElementSibling;
-  if (previous || !isChunk(block.parentNode)) return previous;
-  for (let chunk = block.parentNode.previousElementSibling; chunk; chunk = chunk.previousElementSibling) {
-    if (!wakes && isDormant(chunk)) return null;
-    wake(chunk);
-    if (chunk.lastElementChild) return chunk.lastElementChild;
+/** The top-level element before `block`, across chunk borders (`how`: what a dormant chunk does to the walk). */
+export function previousBlock(block, how = Dormant.WAKE) {
+  let chunk = dormantChunkOf(block);
+  if (chunk) {
+    const previous = read(chunk)[readAt.get(block)[1] - 1];
+    if (previous) return previous;
+  } else {
+    const previous = block.previousElementSibling;
+    if (previous || !isChunk(block.parentNode)) return previous;
+    chunk = block.parentNode;
+  }
+  for (chunk = chunk.previousElementSibling; chunk; chunk = chunk.previousElementSibling) {
+    const blocks = blocksIn(chunk, how);
+    if (!blocks) return null;
+    if (blocks.length) return blocks[blocks.length - 1];
   }
   return null;
 }
 
-/** The last top-level element; null when it stands in a dormant chunk and `wakes` is false. */
-export function lastBlock(container, wakes = true) {
-  const last = container.lastElementChild;
-  if (!isChunk(last)) return last;
-  if (wakes) wake(last);
-  return last.lastElementChild;
+/** The first (last) top-level element; null when there is none (`how`: what a dormant chunk does). */
+export function edgeBlock(container, last, how = Dormant.WAKE) {
+  const edge = last ? container.lastElementChild : container.firstElementChild;
+  if (!isChunk(edge)) return edge;
+  const blocks = blocksIn(edge, how);
+  return (blocks && blocks[last ? blocks.length - 1 : 0]) ?? null;
 }
 
 /** The node after `node` among the top-level nodes, across chunk borders. */

@@ -1,8 +1,9 @@
 // Find in the page. The engine's own find lays out every chunk a long
 // document keeps skipped (several seconds and gigabytes at 10 MB), so the page
 // searches its text itself: text nodes are read block by block, which needs no
-// layout, in slices that let input and painting through; only the hit is
-// selected, which brings its chunk into layout, and scrolled into view.
+// layout, in slices that let input and painting through; a dormant chunk's
+// blocks are read off the page (chunks.js). Only the hit is selected, which
+// wakes its chunk and brings it into layout, and scrolled into view.
 //
 // Matching follows the engine's find: case and diacritics are ignored, a run of
 // white space matches any run, a match may cross inline elements but not the
@@ -10,7 +11,7 @@
 // selection is the current match: the next search starts from it, a click in
 // the page moves it, and a render that removes it leaves it collapsed where the
 // match was, so nothing points into removed nodes.
-import { blockOf, blocksIn, isChunk, isChunked, nextBlock, previousBlock, wake } from './chunks.js';
+import { Dormant, blockOf, blocksIn, dormantChunkOf, edgeBlock, isChunk, isChunked, isPresent, nextBlock, previousBlock, wake } from './chunks.js';
 import { parentOf, scrollToCell, showColumnsAt, textNodesOf } from './wide.js';
 
 const SLICE_MS = 8;
@@ -151,14 +152,6 @@ function offsetOf(nodes, container, offset) {
   return after ? after.start : nodes.length ? nodes[nodes.length - 1].start + nodes[nodes.length - 1].node.data.length : 0;
 }
 
-/** The first (last) top-level block of the container, across chunks; null when it holds none. */
-function endBlock(container, last) {
-  const edge = last ? container.lastElementChild : container.firstElementChild;
-  if (!isChunk(edge)) return edge;
-  wake(edge);
-  return last ? edge.lastElementChild : edge.firstElementChild;
-}
-
 /** The first of `list` for which `after` holds, by binary search (`list.length` when none). */
 function firstWhere(list, after) {
   let lo = 0;
@@ -266,13 +259,13 @@ export function createFinder({ container, scroll }) {
     const range = selection.rangeCount ? selection.getRangeAt(0) : null;
     if (!range || !container.contains(range.startContainer)) {
       const block = firstBlockWhere(container, (el) => el.getBoundingClientRect().bottom > 0);
-      return { block: block ?? endBlock(container, true), start: 0, end: 0 };
+      return { block: block ?? edgeBlock(container, true), start: 0, end: 0 };
     }
     const block = blockOf(container, range.startContainer);
     if (!block) {
       const start = again ? lastStart : 0;
       const after = firstBlockWhere(container, (el) => range.comparePoint(el, 0) >= 0);
-      return { block: after ?? endBlock(container, false), start, end: start };
+      return { block: after ?? edgeBlock(container, false), start, end: start };
     }
     const nodes = [];
     blockText(block, nodes);
@@ -284,6 +277,7 @@ export function createFinder({ container, scroll }) {
   /** `nodes`: the block's text nodes as read by the search, unless a render has replaced them since. */
   function select(block, [offset, length], nodes = null) {
     lastStart = offset;
+    wake(dormantChunkOf(block));
     if (!nodes?.length || !block.contains(nodes[0].node) || !block.contains(nodes.at(-1).node)) {
       nodes = [];
       blockText(block, nodes);
@@ -326,7 +320,7 @@ export function createFinder({ container, scroll }) {
     // when it is not a match of this text (a new text, a click, a render).
     const isCurrent = (m) => !again && m[0] === from.start && m[0] + m[1] === from.end;
     const beyond = backwards ? (m) => m[0] < from.start : (m) => m[0] > from.start || (m[0] === from.start && !isCurrent(m));
-    const step = backwards ? previousBlock : nextBlock;
+    const step = backwards ? (block) => previousBlock(block, Dormant.READ) : (block) => nextBlock(block, Dormant.READ);
     // Matches per block in the order visited, and how many blocks came before the wrap.
     const counts = [];
     let beforeWrap = 0;
@@ -352,8 +346,8 @@ export function createFinder({ container, scroll }) {
         let walked = steps.next();
         for (; !walked.done; walked = steps.next()) if (!(await pause())) return null;
         // A render under the search: what it took away is not counted, the next search sees what came instead.
-        found = block.isConnected ? matchesIn(walked.value, expression) : [];
-        if (block.isConnected) tally.set(block, found.length);
+        found = isPresent(block) ? matchesIn(walked.value, expression) : [];
+        if (isPresent(block)) tally.set(block, found.length);
       }
       if (!(await pause())) return null;
       if (block === from.block) anchorMatches = found;
@@ -367,17 +361,17 @@ export function createFinder({ container, scroll }) {
           if (reveals) reveal(range);
         }
       }
-      let next = block.isConnected ? step(block) : null;
+      let next = isPresent(block) ? step(block) : null;
       if (!next) {
         if (beforeWrap) break; // the block left was taken away by a render
         beforeWrap = counts.length;
-        next = endBlock(container, backwards);
+        next = edgeBlock(container, backwards, Dormant.READ);
       }
       if (!next || next === from.block) break;
       block = next;
     }
     if (!beforeWrap) beforeWrap = counts.length;
-    if (!hit && anchorMatches.length && from.block.isConnected) {
+    if (!hit && anchorMatches.length && isPresent(from.block)) {
       // Round the whole document back to the anchor's own block.
       const within = backwards ? anchorMatches.length - 1 : 0;
       hit = { visit: 0, match: anchorMatches[within], within };

@@ -7,7 +7,7 @@
 // written again) is brought back to it once the text above it is back.
 // Anyone else is never moved.
 
-import { lastBlock } from './chunks.js';
+import { edgeBlock } from './chunks.js';
 
 const TOUCH_QUIET_MS = 2000;
 // A place lost to a short file is looked for this long.
@@ -53,7 +53,7 @@ export function createChangeFollower({ container, scroll, now = () => performanc
 
     /** The view before an outside change replaces `text`. */
     before(text) {
-      const last = lastBlock(container);
+      const last = edgeBlock(container, true);
       const end = last ? last.getBoundingClientRect().bottom + window.scrollY : 0;
       return { atBottom: atBottom(), line: scroll.topLine(), text, end };
     },

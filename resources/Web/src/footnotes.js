@@ -13,7 +13,7 @@
 // then every `<li id="fn…" class="footnote-item">` in the text is an item the
 // converter wrote.
 import { stripLines } from './convert/lineattrs.js';
-import { lastBlock } from './chunks.js';
+import { Dormant, edgeBlock } from './chunks.js';
 import { DIGITS, digitsBetween } from './listnumbers.js';
 import { lineOf } from './lines.js';
 
@@ -92,7 +92,7 @@ export function notesList(nodes) {
 
 /** The footnote section ending the container, or null. */
 export function footnoteSection(container) {
-  const last = lastBlock(container, false); // never dormant
+  const last = edgeBlock(container, true, Dormant.STOP); // never dormant
   return last?.localName === 'section' && last.classList.contains('footnotes') ? last : null;
 }
 

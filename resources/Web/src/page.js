@@ -7,7 +7,7 @@ import { PieceKind, createSanitizer } from './sanitize.js';
 import { createPatcher } from './patch.js';
 import { createScrollSync } from './scroll.js';
 import { createChangeFollower } from './follow.js';
-import { blockOf, isChunk, nextBlock, previousBlock, wake } from './chunks.js';
+import { Dormant, blockOf, isChunk, nextBlock, previousBlock, wake } from './chunks.js';
 import { createEnhancer } from './enhance.js';
 import { createFinder } from './find.js';
 import { createAppearance } from './appearance.js';
@@ -64,10 +64,10 @@ function markWraps(nodes) {
     if (node.nodeType !== 1) continue;
     let near = node;
     if (node.hasAttribute('data-lumo-float')) {
-      for (let i = 0; i < WRAPPING && (near = nextBlock(near, false)); i++) mark(near);
+      for (let i = 0; i < WRAPPING && (near = nextBlock(near, Dormant.STOP)); i++) mark(near);
       continue;
     }
-    for (let i = 0; i < WRAPPING && (near = previousBlock(near, false)); i++) {
+    for (let i = 0; i < WRAPPING && (near = previousBlock(near, Dormant.STOP)); i++) {
       if (near.hasAttribute('data-lumo-float')) {
         mark(node);
         break;

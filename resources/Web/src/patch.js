@@ -70,29 +70,39 @@ export function createPatcher(container, { sanitize, mayDoze = null, onWake = ()
     return null;
   }
 
-  /** A dormant chunk, empty: entries join it with `doze`; woken by coming near the viewport or by a reader. */
+  /**
+   * A dormant chunk, empty: entries join it with `doze`; woken by coming near
+   * the viewport or by a reader. A reader of its text has its units parsed
+   * off the page (`list.read`); the wake puts in those very nodes.
+   */
   function dormant() {
     const list = [];
     list.em = 0;
-    const chunk = dormantChunk(container.ownerDocument, () => {
-      observer?.unobserve(chunk);
-      dozers.delete(chunk);
-      const nodes = materialise(list);
-      chunk.append(...nodes);
-      onWake(nodes);
-    });
+    list.read = null;
+    const chunk = dormantChunk(
+      container.ownerDocument,
+      () => {
+        observer?.unobserve(chunk);
+        dozers.delete(chunk);
+        const nodes = list.read ?? materialise(list);
+        for (const e of list) e.chunk = null;
+        chunk.append(...nodes);
+        onWake(nodes);
+      },
+      () => (list.read ??= materialise(list)),
+    );
     dozers.set(chunk, list);
     observer?.observe(chunk);
     return chunk;
   }
 
-  /** Parses the units of dormant entries, which take the nodes; answers all of them, in order. */
+  /** Parses the units of dormant entries, which take the nodes (and keep their chunk); answers all of them, in order. */
   function materialise(list) {
     const lists = sanitize(list.map((e) => e.unit));
     const nodes = [];
     list.forEach((e, i) => {
       e.nodes = lists[i];
-      e.unit = e.chunk = null;
+      e.unit = null;
       for (const node of e.nodes) {
         holdUnit(node, e);
         nodes.push(node);
@@ -323,7 +333,8 @@ export function createPatcher(container, { sanitize, mayDoze = null, onWake = ()
             }
             if (e.unit) {
               const opens = htmlOpens(e.html);
-              const joins = bed && isDormant(bed.chunk) && !ends(bed.count, opens);
+              // A chunk read already has its nodes: what comes after it starts another.
+              const joins = bed && isDormant(bed.chunk) && !dozers.get(bed.chunk).read && !ends(bed.count, opens);
               if (joins || opens) {
                 if (!joins) {
                   if (batch.length) put();

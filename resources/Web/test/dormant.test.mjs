@@ -94,13 +94,17 @@ test('far blocks wait unparsed; the readers that reach them wake them, and woken
     mv.scrollToLine(1e9);
     for (const chunk of Array.from(container.children).slice(1)) assert.doesNotMatch(chunk.firstElementChild?.tagName ?? 'none', /^H\d$/);
 
-    // A link to a heading in a dormant chunk; a line there; find, which reads every block.
+    // A link to a heading in a dormant chunk; find, which reads every block and wakes only the chunk of its hit.
     assert.equal(mv.scrollToId(`part-${SECTIONS - 30}`), true);
     assert.ok(container.querySelector(`[id="part-${SECTIONS - 30}"]`));
     const woken = sleeping - dormantChunks(container).length;
     assert.ok(woken >= 1 && woken < 6, `${woken} chunks woken for one link`);
+    const beforeFind = dormantChunks(container).length;
     assert.deepEqual(await mv.find(`Hidden ${SECTIONS - 40}.`), { active: 1, matches: 1 });
-    assert.equal(dormantChunks(container).length, 0);
+    assert.equal(dormantChunks(container).length, beforeFind - 1);
+    assert.match(window.getSelection().toString(), new RegExp(`Hidden ${SECTIONS - 40}\\.`));
+    assert.deepEqual(await mv.find('hidden'), { active: SECTIONS - 40 + 1, matches: SECTIONS });
+    assert.equal(dormantChunks(container).length, beforeFind - 1);
     assert.deepEqual(await wholePage(page), plain);
     worker?.close();
   }
@@ -128,9 +132,12 @@ test('a selection copied across dormant chunks wakes them; a short document repl
   assert.deepEqual(Array.from(container.children, (el) => el.tagName), ['H2', 'P', 'UL', 'TABLE', 'DETAILS', 'HR', 'SECTION']);
 });
 
-test('edits made while chunks sleep, near and far, lines added and removed, leave the page a fresh render shows', async () => {
+for (const read of [false, true])
+test(`edits made while chunks sleep${read ? ', read by find,' : ''} near and far, lines added and removed, leave the page a fresh render shows`, async () => {
   const worker = await portWorker();
   const page = await pageWith(DOC, { dormant: true, worker });
+  // Find has the sleeping chunks' blocks parsed off the page: the edits then move and change those.
+  if (read) assert.equal((await page.mv.find('text of part')).matches, SECTIONS);
   let text = DOC;
   let random = 11;
   const next = (n) => (random = (random * 48271) % 2147483647) % n;
