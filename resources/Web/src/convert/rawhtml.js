@@ -62,17 +62,27 @@ export function tagBalance(html, counts = null) {
   return null;
 }
 
+/** Whether `text` holds fewer than `n` of `ch`. */
+function fewerThan(text, ch, n) {
+  for (let at = text.indexOf(ch); at !== -1; at = text.indexOf(ch, at + 1)) if (--n === 0) return false;
+  return true;
+}
+
 /**
  * The HTML without the tags of elements nested deeper than `max`, or the same
  * string when none are. The engine's parser checks the whole stack of open
  * elements at each tag (quadratic in depth) and keeps only 512 levels anyway.
  */
 export function capNesting(html, max) {
+  if (fewerThan(html, '<', max + 1)) return html;
   let depth = 0;
-  const cuts = [];
+  const cuts = []; // [start, end) pairs; tags cut one after another make one pair
   scanTags(html, (name, closing, start, end) => {
     if (!closing) depth++;
-    if (depth > max) cuts.push(start, end);
+    if (depth > max) {
+      if (cuts.at(-1) === start) cuts[cuts.length - 1] = end;
+      else cuts.push(start, end);
+    }
     if (closing) depth = Math.max(0, depth - 1);
   });
   if (cuts.length === 0) return html;
