@@ -33,4 +33,10 @@ export const PATHOLOGICAL = [
     for (let i = 0; i < 50000; i++) parts.push(i % 10 === 9 ? `[r${i}]: http://x/${i}\n\nSee [r${i - 5}].\n\n` : `[r${i}]: http://x/${i}\n`);
     return parts.join('');
   }],
+  // Not pathological: benign text of one block, for comparison. Several
+  // inputs above are one block too, which the page lays out as one paragraph
+  // (or one tree): the engine's layout alone then costs several times what
+  // markdown-it takes, whatever the text.
+  ['control: one paragraph of words', (bytes) => fill(bytes, (i) => `word${i % 10} `)],
+  ['control: one unbroken word', (bytes) => 'abcdefghij'.repeat(Math.ceil(bytes / 10))],
 ];
