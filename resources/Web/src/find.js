@@ -24,7 +24,7 @@ const FINDING = 'data-lumo-find';
 // Elements whose text the reader does not read as part of the document: page
 // furniture, and the MathML twin of typeset math.
 const SKIPPED_TAGS = new Set(['button', 'script', 'style', 'template', 'noscript', 'textarea', 'select']);
-const SKIPPED_CLASSES = ['katex-mathml', 'lumo-ui', 'lumo-menu'];
+const SKIPPED_CLASS = /(?:^|\s)(?:katex-mathml|lumo-ui|lumo-menu)(?:\s|$)/;
 // Elements that flow within a line: a match runs across them.
 const INLINE = new Set([
   'a', 'abbr', 'b', 'bdi', 'bdo', 'cite', 'code', 'data', 'del', 'dfn', 'em', 'font', 'i', 'ins', 'kbd', 'label',
@@ -71,7 +71,10 @@ function matcher(query) {
 function boxOf(parent, block) {
   let box = null;
   for (let el = parent; el; el = parentOf(el)) {
-    if (SKIPPED_TAGS.has(el.localName) || SKIPPED_CLASSES.some((name) => el.classList.contains(name))) return null;
+    if (SKIPPED_TAGS.has(el.localName)) return null;
+    // The attribute, not classList: most elements have none, and it is read for every text node's parents.
+    const classes = el.getAttribute('class');
+    if (classes && SKIPPED_CLASS.test(classes)) return null;
     if (!box && (el === block || !INLINE.has(el.localName))) box = el;
     if (el === block) return box;
   }
@@ -93,12 +96,15 @@ function* blockTextSteps(block, nodes = null) {
   let box = null;
   let lastBox = null;
   let count = 0;
+  // Inline text goes back and forth between a few parents (a paragraph, its emphasis, its code).
+  const boxes = new Map();
   for (const node of textNodesOf(block)) {
     if (++count % NODES_PER_STEP === 0) yield;
     const up = parentOf(node);
     if (up !== parent) {
       parent = up;
-      box = boxOf(parent, block);
+      box = boxes.get(parent);
+      if (box === undefined) boxes.set(parent, (box = boxOf(parent, block)));
     }
     if (!box || !node.data) continue;
     if (lastBox && box !== lastBox) text += BORDER;
