@@ -120,42 +120,34 @@ export function blockParents(container) {
   return isChunked(container) ? Array.from(container.children) : [container];
 }
 
-/** The next top-level element after `block`, across chunk borders (`how`: what a dormant chunk does to the walk). */
-export function nextBlock(block, how = Dormant.WAKE) {
+/** The top-level element after (`forwards`) or before `block`, across chunk borders. */
+function stepFrom(block, forwards, how) {
   let chunk = dormantChunkOf(block);
   if (chunk) {
-    const next = read(chunk)[readAt.get(block)[1] + 1];
-    if (next) return next;
+    const near = read(chunk)[readAt.get(block)[1] + (forwards ? 1 : -1)];
+    if (near) return near;
   } else {
-    const next = block.nextElementSibling;
-    if (next || !isChunk(block.parentNode)) return next;
+    const near = forwards ? block.nextElementSibling : block.previousElementSibling;
+    if (near || !isChunk(block.parentNode)) return near;
     chunk = block.parentNode;
   }
-  for (chunk = chunk.nextElementSibling; chunk; chunk = chunk.nextElementSibling) {
+  const sibling = (el) => (forwards ? el.nextElementSibling : el.previousElementSibling);
+  for (chunk = sibling(chunk); chunk; chunk = sibling(chunk)) {
     const blocks = blocksIn(chunk, how);
     if (!blocks) return null;
-    if (blocks.length) return blocks[0];
+    if (blocks.length) return blocks[forwards ? 0 : blocks.length - 1];
   }
   return null;
 }
 
+/** The next top-level element after `block`, across chunk borders (`how`: what a dormant chunk does to the walk). */
+export function nextBlock(block, how = Dormant.WAKE) {
+  return stepFrom(block, true, how);
+}
+
 /** The top-level element before `block`, across chunk borders (`how`: what a dormant chunk does to the walk). */
 export function previousBlock(block, how = Dormant.WAKE) {
-  let chunk = dormantChunkOf(block);
-  if (chunk) {
-    const previous = read(chunk)[readAt.get(block)[1] - 1];
-    if (previous) return previous;
-  } else {
-    const previous = block.previousElementSibling;
-    if (previous || !isChunk(block.parentNode)) return previous;
-    chunk = block.parentNode;
-  }
-  for (chunk = chunk.previousElementSibling; chunk; chunk = chunk.previousElementSibling) {
-    const blocks = blocksIn(chunk, how);
-    if (!blocks) return null;
-    if (blocks.length) return blocks[blocks.length - 1];
-  }
-  return null;
+  return stepFrom(block, false, how);
 }
 
 /** The first (last) top-level element; null when there is none (`how`: what a dormant chunk does). */
