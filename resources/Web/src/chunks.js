@@ -64,6 +64,7 @@ export function blocksIn(chunk, how = Dormant.WAKE) {
   return chunk.children;
 }
 
+/** A dormant chunk's blocks, parsed off the page the first time they are asked for. */
 function read(chunk) {
   let blocks = readBlocks.get(chunk);
   if (!blocks) {
@@ -87,13 +88,13 @@ export function isPresent(block) {
 
 /**
  * A dormant chunk (its estimated height set with `setEstimate`): `fill(chunk)`
- * puts its blocks in when it is woken, once; `read()` answers the top-level
- * nodes it will put in, parsed, the same each time.
+ * puts its blocks in when it is woken, once; `parse()` answers the top-level
+ * nodes it will put in, parsed off the page, the same each time.
  */
-export function dormantChunk(doc, fill, read) {
+export function dormantChunk(doc, fill, parse) {
   const chunk = doc.createElement(CHUNK);
   chunk.setAttribute('data-lumo-dormant', '');
-  chunk[READ] = read;
+  chunk[READ] = parse;
   chunk[WAKE] = () => {
     delete chunk[WAKE];
     delete chunk[READ];
