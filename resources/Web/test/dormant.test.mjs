@@ -110,6 +110,34 @@ test('far blocks wait unparsed; the readers that reach them wake them, and woken
   }
 });
 
+test('units streamed after a dormant chunk was read start a chunk of their own, and none is lost', async () => {
+  const { createPatcher } = await import('../src/patch.js');
+  const { Dormant, blocksIn } = await import('../src/chunks.js');
+  const container = window.document.createElement('main');
+  window.document.body.replaceChildren(container);
+  const sanitize = (units) =>
+    units.map((u) => {
+      const template = window.document.createElement('template');
+      template.innerHTML = u.html;
+      return Array.from(template.content.childNodes);
+    });
+  const patcher = createPatcher(container, { sanitize, mayDoze: () => true });
+  patcher.setChunked(true);
+  const paragraphs = (from, to) => Array.from({ length: to - from }, (_, i) => ({ key: `p${from + i}`, html: `<p>${from + i}</p>` }));
+  const stream = patcher.begin({ awake: 4 });
+  stream.add(paragraphs(0, 30));
+  stream.flush();
+  // Find reads the chunk being filled; then more units come.
+  const bed = container.lastElementChild;
+  assert.equal(Array.from(blocksIn(bed, Dormant.READ), (p) => p.textContent).join(), '4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19,20,21,22,23,24,25,26,27,28,29');
+  stream.add(paragraphs(30, 40));
+  stream.flush();
+  stream.end();
+  assert.notEqual(container.lastElementChild, bed);
+  for (const chunk of Array.from(container.children)) blocksIn(chunk);
+  assert.equal(Array.from(container.querySelectorAll('p'), (p) => p.textContent).join(), paragraphs(0, 40).map((_, i) => i).join());
+});
+
 test('a selection copied across dormant chunks wakes them; a short document replacing a dormant one leaves no chunk', async () => {
   const { container, mv } = await pageWith(DOC, { dormant: true });
   const selection = window.document.getSelection();
