@@ -169,10 +169,12 @@ function nextNode(node) {
 // A chunk lays out on its own, so the margins of blocks on either side of its
 // border add up instead of collapsing: a chunk opens only with a block that
 // has no top margin (not a heading, a rule or the footnotes).
-const NO_OPENING = /^(H[1-6]|HR|SECTION)$/;
+const NO_OPENING = 'h[1-6]|hr|section';
+const NO_OPENING_TAG = new RegExp(`^(?:${NO_OPENING})$`, 'i');
+const NO_OPENING_HTML = new RegExp(`^<(?:${NO_OPENING})[\\s/>]`, 'i');
 
 function opens(node) {
-  return node.nodeType === 1 && !NO_OPENING.test(node.tagName);
+  return node.nodeType === 1 && !NO_OPENING_TAG.test(node.tagName);
 }
 
 /** Whether a chunk of `count` blocks ends before `node`. */
@@ -183,6 +185,11 @@ function closes(count, node) {
 /** Whether a chunk of `count` blocks ends before a block that may (`opensNext`) or may not open one. */
 export function ends(count, opensNext) {
   return count >= CHUNK_BLOCKS && (opensNext || count >= 2 * CHUNK_BLOCKS - 1);
+}
+
+/** The rows a block of a unit guessed to take `rows` is marked with (data-lumo-rows): 0 when not known. */
+export function markedRows(rows) {
+  return rows ? Math.max(1, Math.round(rows)) : 0;
 }
 
 /** Estimated height in em of a top-level block of `rows` rows of text (0: not known). */
@@ -196,7 +203,7 @@ export function setEstimate(chunk, em) {
 
 /** Whether HTML starting with this block may open a chunk (see `opens`). */
 export function htmlOpens(html) {
-  return /^<[a-z]/i.test(html) && !/^<(h[1-6]|hr|section)[\s/>]/i.test(html);
+  return /^<[a-z]/i.test(html) && !NO_OPENING_HTML.test(html);
 }
 
 /**

@@ -352,8 +352,9 @@ export function createFinder({ container, scroll }) {
         let walked = steps.next();
         for (; !walked.done; walked = steps.next()) if (!(await pause())) return null;
         // A render under the search: what it took away is not counted, the next search sees what came instead.
-        found = isPresent(block) ? matchesIn(walked.value, expression) : [];
-        if (isPresent(block)) tally.set(block, found.length);
+        const present = isPresent(block);
+        found = present ? matchesIn(walked.value, expression) : [];
+        if (present) tally.set(block, found.length);
       }
       if (!(await pause())) return null;
       if (block === from.block) anchorMatches = found;

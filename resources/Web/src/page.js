@@ -7,7 +7,7 @@ import { PieceKind, createSanitizer } from './sanitize.js';
 import { createPatcher } from './patch.js';
 import { createScrollSync } from './scroll.js';
 import { createChangeFollower } from './follow.js';
-import { Dormant, blockOf, isChunk, nextBlock, previousBlock, wake } from './chunks.js';
+import { Dormant, blockOf, isChunk, markedRows, nextBlock, previousBlock, wake } from './chunks.js';
 import { createEnhancer } from './enhance.js';
 import { createFinder } from './find.js';
 import { createAppearance } from './appearance.js';
@@ -79,7 +79,7 @@ function markWraps(nodes) {
 /** The rows of text the converter expects of a unit: a long document's chunks estimate their height from them (chunks.js). */
 function markRows(nodes, rows) {
   const element = nodes.find((node) => node.nodeType === 1);
-  if (element) element.setAttribute('data-lumo-rows', String(Math.max(1, Math.round(rows))));
+  if (element) element.setAttribute('data-lumo-rows', String(markedRows(rows)));
 }
 
 /** Whether a unit may be left unparsed in a dormant chunk: not the footnotes, nor raw HTML that may float. */
@@ -591,7 +591,8 @@ export function createPage({ container, post, firstLines = FIRST_LINES, startWor
       };
       let el = found();
       // It may stand in a dormant chunk.
-      for (const chunk of el ? [] : patcher.dormantChunks((html) => html.includes(escapeHtml(id)))) {
+      const written = escapeHtml(id);
+      for (const chunk of el ? [] : patcher.dormantChunks((html) => html.includes(written))) {
         wake(chunk);
         if ((el = found())) break;
       }

@@ -11,7 +11,7 @@
 // screen unparsed, in dormant chunks (chunks.js) that wake as they come near
 // the viewport or as a reader steps into them: such an entry keeps its `unit`
 // (what to sanitise) and has no nodes until then.
-import { createPlacer, dormantChunk, ends, estimateEm, htmlOpens, isDormant, setEstimate, wake } from './chunks.js';
+import { createPlacer, dormantChunk, ends, estimateEm, htmlOpens, markedRows, setEstimate, wake } from './chunks.js';
 import { createRun, notesList } from './footnotes.js';
 import { holdUnit, unitOf } from './lines.js';
 
@@ -116,8 +116,7 @@ export function createPatcher(container, { sanitize, mayDoze = null, onWake = ()
     const list = dozers.get(chunk);
     list.push(entry);
     entry.chunk = chunk;
-    const { unit } = entry;
-    list.em += estimateEm(unit.rows ? Math.max(1, Math.round(unit.rows)) : 0); // as the page marks its rows
+    list.em += estimateEm(markedRows(entry.unit.rows)); // as the page marks its rows
   }
 
   function sizeDormant(chunks) {
@@ -182,9 +181,9 @@ export function createPatcher(container, { sanitize, mayDoze = null, onWake = ()
 
   function removeEntries(list) {
     // A dormant chunk that loses all its units goes unparsed; one that keeps some wakes.
-    const dormant = new Map();
-    for (const entry of list) if (entry.chunk) dormant.set(entry.chunk, (dormant.get(entry.chunk) ?? 0) + 1);
-    for (const [chunk, count] of dormant) {
+    const leaving = new Map(); // dormant chunk -> how many of its units go
+    for (const entry of list) if (entry.chunk) leaving.set(entry.chunk, (leaving.get(entry.chunk) ?? 0) + 1);
+    for (const [chunk, count] of leaving) {
       if (count < dozers.get(chunk).length) {
         wake(chunk);
         continue;
@@ -333,8 +332,9 @@ export function createPatcher(container, { sanitize, mayDoze = null, onWake = ()
             }
             if (e.unit) {
               const opens = htmlOpens(e.html);
-              // A chunk read already has its nodes: what comes after it starts another.
-              const joins = bed && isDormant(bed.chunk) && !dozers.get(bed.chunk).read && !ends(bed.count, opens);
+              // Not into a chunk woken, nor one read (it has its nodes already): what comes after starts another.
+              const beds = bed && dozers.get(bed.chunk);
+              const joins = beds && !beds.read && !ends(bed.count, opens);
               if (joins || opens) {
                 if (!joins) {
                   if (batch.length) put();
